@@ -1,0 +1,34 @@
+#pragma once
+
+#include "catalogue/AreaObject.h"
+
+#include <cstdint>
+#include <curl/curl.h>
+#include <string>
+#include <vector>
+
+// The objects of one backup. Made for one call, on the device's libcurl handle. A call that fails leaves why
+// in the two error fields.
+class AreaObjectMgr
+{
+public:
+    explicit AreaObjectMgr(CURL* pCurl) : m_pCurl(pCurl) {}
+
+    // Appends the objects in a version's directory, and sorts the list by number. sRootURL has no trailing
+    // "/".
+    bool GetAreaObjectList(const std::wstring& sRootURL, const std::wstring& sVersionLabel,
+                           std::vector<AreaObject>& aObjects);
+
+    // libcurl's write callback of the listing; pUserData is the list of objects.
+    static std::size_t WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount, void* pUserData);
+
+    std::uint32_t m_dwLastError = 0; // a Windows error number or a libcurl result code
+    std::wstring m_sLastError;
+
+private:
+    bool Refuse(const wchar_t* sError, const wchar_t* sEnding);
+    bool Did(CURLcode enCurlRc, const wchar_t* sFailure);
+    bool ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects);
+
+    CURL* m_pCurl;
+};

@@ -1,0 +1,30 @@
+// The names of backups and objects on the server, and the dates in them:
+//
+//   <root>/ZELT_20240315143005/                          a version: prefix, local date and time
+//   <root>/ZELT_20240315143005/ZELT_20240315143012.002   object 2 of it, opened seven seconds later
+//
+// A label shows its instant in the local time of the machine that reads or writes it.
+#pragma once
+
+#include "common/FunctionTrace.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+inline constexpr std::wstring_view LABEL_PREFIX = L"ZELT_";
+inline constexpr std::size_t LABEL_DATE_LENGTH = 14; // YYYYMMDDhhmmss
+
+// The fourteen digits of a date (seconds since 1970). On failure traces the error number under
+// sInvalidDate, and sDigits stays as it was.
+bool FormatLabelDate(std::int64_t tDate, const wchar_t* sInvalidDate, std::wstring& sDigits);
+
+// The date in the first fourteen characters of sRemainder, as the run time makes it of them: month 13 is
+// January of the next year, and a date that cannot be represented is -1. Listings rely on the label's form
+// alone.
+std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::FunctionTrace& Trace);
+
+// The label without its prefix. False, traced under the function's composites, when the label has not
+// LABEL_PREFIX and uiRemainder more characters, or a character is neither a digit nor (if allowed) a point.
+bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
+                const std::wstring& sFunction, std::wstring& sRemainder);

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <curl/curl.h>
+#include <string>
+#include <vector>
+
+// Makes libcurl create the directories of an sftp:// URL in the next request: what it does by itself for a
+// listing over FTP, it does for none over SFTP. Directories that exist already are passed over. Does nothing
+// for the other schemes. The libcurl handle is as before when this goes out of scope.
+class SftpDirectories
+{
+public:
+    SftpDirectories(CURL* pCurl, const std::wstring& sURL);
+    SftpDirectories(const SftpDirectories&) = delete;
+    SftpDirectories& operator=(const SftpDirectories&) = delete;
+    ~SftpDirectories();
+
+    CURLcode Result() const { return m_enResult; }
+
+private:
+    bool Append(const std::string& sCommand);
+
+    CURL* m_pCurl;
+    curl_slist* m_pCommands = nullptr;
+    CURLcode m_enResult = CURLE_OK;
+};
+
+// The directories to make for a URL, outermost first, as an SFTP server is to be given them: from its top
+// directory, or relative to the login directory for a path that begins with "~/".
+std::vector<std::string> DirectoriesOf(const std::wstring& sURL);

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "catalogue/Version.h"
+
+#include <cstdint>
+#include <curl/curl.h>
+#include <string>
+#include <vector>
+
+// The backups under the root: lists them, and makes the directory of a new one. Made for one call, on the
+// device's libcurl handle. A call that fails leaves why in the two error fields.
+class VersionMgr
+{
+public:
+    VersionMgr(CURL* pCurl, std::wstring sProtocol) : m_pCurl(pCurl), m_sProtocol(std::move(sProtocol)) {}
+
+    // Appends the dates of the versions under the root, and sorts the list, oldest first. A root that does
+    // not exist is created. sRootURL has no trailing "/".
+    bool GetVersionList(const std::wstring& sRootURL, std::vector<std::int64_t>& aVersions);
+    bool CreateVersion(const std::wstring& sServer, const std::wstring& sRoot, const Version& version);
+
+    // libcurl's write callback of the listing; pUserData is the list of dates.
+    static std::size_t WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount, void* pUserData);
+
+    std::uint32_t m_dwLastError = 0; // a Windows error number or a libcurl result code
+    std::wstring m_sLastError;
+
+private:
+    bool Refuse(const wchar_t* sFunction, const wchar_t* sError, const wchar_t* sEnding);
+    bool Did(CURLcode enCurlRc, const wchar_t* sFailure);
+    bool ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions);
+    bool RequestDirectory(const std::wstring& sPattern);
+    bool SetDirectoryURL(const wchar_t* sTrace, const std::wstring& sPattern);
+    bool PerformCreatingDirectories(const std::wstring& sPattern);
+
+    CURL* m_pCurl;
+    std::wstring m_sProtocol;
+};

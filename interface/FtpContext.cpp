@@ -1,0 +1,35 @@
+#include "interface/FtpContext.h"
+
+#include "common/FunctionTrace.h"
+#include "stream/PipeEnds.h"
+
+using quorvel::FunctionTrace;
+using quorvel::Level;
+
+FtpContext::FtpContext()
+{
+    const FunctionTrace Trace(L"FtpContext::FtpContext");
+    Trace.Starting();
+    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+    {
+        m_dwLastError = ERROR_NOT_READY;
+        m_sLastError = L"curl_global_init(CURL_GLOBAL_DEFAULT) failed";
+        Trace.Text(Level::Error, L"m_sLastError", m_sLastError);
+    }
+    Trace.Text(Level::Verbose, L"sVersions", curl_version());
+    Trace.Ending();
+}
+
+FtpContext::~FtpContext()
+{
+    const FunctionTrace Trace(L"FtpContext::~FtpContext");
+    Trace.Starting();
+    if (CURL* const pCurl = m_pCurl)
+        curl_easy_cleanup(pCurl);
+    CloseServerEnd(m_hDownloadRead, Trace, L"Close Pipe(Download->Read)");
+    CloseClientEnd(m_hDownloadWrite, Trace, L"Close Pipe(Download->Write)");
+    CloseServerEnd(m_hUploadWrite, Trace, L"Close Pipe(Upload->Write)");
+    CloseClientEnd(m_hUploadRead, Trace, L"Close Pipe(Upload->Read)");
+    curl_global_cleanup();
+    Trace.Ending();
+}

@@ -1,0 +1,293 @@
+// ZDV_FTP.DLL: an FTP, FTPS or SFTP server as a tape drive. This header is the manual for hosts.
+//
+// A host loads the library, looks its functions up under the exported symbols given with each of them
+// (several are short: ZDV_WriteData is exported as "ZDV_WD") and calls them through pointers of the types
+// declared here, e.g. decltype(&ZDV_WriteData).
+//
+// Calling order
+//   ZDV_Open, ZDV_SetDeviceOptions[W] once per key, ZDV_Utility(ZDV_U_MAKE_UNIT_READY); then data,
+//   positioning and queries in any order; ZDV_Close. ZDV_GetModuleProperty[W] needs no handle and may be
+//   called at any time. Nothing reaches the server before "Make Unit Ready"; options set later take effect
+//   at the next one.
+//
+// The tape
+//   A backup is a version: a directory "ZELT_YYYYMMDDhhmmss" under the configured root. A tape file is an
+//   object: a file "ZELT_YYYYMMDDhhmmss.nnn" in it, numbered from 1 to 999. A filemark is the end of an
+//   object. Object 1 is the volume header; writing it creates a new version. Objects 2, 5, 8, ... are area
+//   headers. Headers are read with one call each. Data moves in blocks of 65,536 bytes.
+//
+// Position
+//   The position is an object number (0 is the beginning of the medium) and a block number in that object.
+//   Each function says where it leaves the position, also when it fails.
+//
+// Threads
+//   A handle is used by one host thread at a time. Several handles may be open, but only one transfer in
+//   each direction runs per machine, and versions are listed through one handle at a time.
+//
+// Errors
+//   After ZDV_DEVICE_ERROR, and after a filemark that ended an upload, property
+//   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code and
+//   ZDV_GI_SPECIFIC_ERROR_MSG the text. They are cleared by the first read or write of the next object.
+//   An exception inside the module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open).
+//   A null handle is answered with ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any
+//   other value must come from ZDV_Open.
+#pragma once
+
+#include <cstdint>
+
+using ZDV_HANDLE = std::uint64_t;
+using ZDV_STATUS = std::uint32_t;
+
+inline constexpr std::uint32_t ZDV_BLOCK_SIZE = 65536; // bytes
+
+// ------------------------------------------------------------------------------------------- statuses
+
+inline constexpr ZDV_STATUS ZDV_SUCCESS = 0x00000000;
+inline constexpr ZDV_STATUS ZDV_INVALID_HANDLE = 0x40000000;         // null handle
+inline constexpr ZDV_STATUS ZDV_FUNCTION_NOT_SUPPORTED = 0x40000002; // unknown or unsupported category
+inline constexpr ZDV_STATUS ZDV_NO_STRING_EXISTS = 0x40000004;       // no option string at this index
+inline constexpr ZDV_STATUS ZDV_INTERNAL_ERROR = 0x40000008;         // object count inconsistent on a write
+inline constexpr ZDV_STATUS ZDV_DEVICE_ERROR = 0x40000011;           // server, libcurl, pipe or thread failed
+inline constexpr ZDV_STATUS ZDV_OPEN_FAILED = 0x40000402;            // the device could not be created
+inline constexpr ZDV_STATUS ZDV_WRITE_PROTECTED = 0x40000405;        // writing is not allowed here
+inline constexpr ZDV_STATUS ZDV_BLANK_CHECK = 0x40000408;            // a read found no recorded data
+inline constexpr ZDV_STATUS ZDV_FILEMARK_REACHED = 0x40000410;       // the end of the current object
+inline constexpr ZDV_STATUS ZDV_END_OF_MEDIA = 0x40000412;           // a read beyond the last object
+inline constexpr ZDV_STATUS ZDV_INVALID_DATE = 0x40001013;           // only ever traced, never returned
+
+// ------------------------------------------------------------------------------------------- categories
+
+// ZDV_GetModuleProperty[W]
+inline constexpr std::uint32_t ZDV_GMP_DESC = 0;            // "FTP Virtual device for Windows"
+inline constexpr std::uint32_t ZDV_GMP_VER = 1;             // "V 7.1.2"
+inline constexpr std::uint32_t ZDV_GMP_CLASS = 2;           // "FTP Support Module"
+inline constexpr std::uint32_t ZDV_GMP_DATE = 3;            // build date, "Jul 30 2025"
+inline constexpr std::uint32_t ZDV_GMP_CHANGER_SUPPORT = 4; // "0"
+inline constexpr std::uint32_t ZDV_GMP_SM_CLASS = 7;        // "10"
+inline constexpr std::uint32_t ZDV_GMP_IS_ZDV_REMOTE = 8;   // "0"
+inline constexpr std::uint32_t ZDV_GMP_WCHAR = 9;           // "1"; asked of the narrow function only
+
+// ZDV_Utility
+inline constexpr std::uint32_t ZDV_U_MAKE_UNIT_READY = 0;
+inline constexpr std::uint32_t ZDV_U_CHECK_DEVICE_STATUS = 1;
+
+// ZDV_GetInfo[W]
+inline constexpr std::uint32_t ZDV_GI_E = 0;                  // empty text
+inline constexpr std::uint32_t ZDV_GI_DD = 1;                 // device description
+inline constexpr std::uint32_t ZDV_GI_DC = 3;                 // device class
+inline constexpr std::uint32_t ZDV_GI_SPECIFIC_ERROR_MSG = 6; // "ERROR: " and the last error's text
+
+// ZDV_SetInfo[W]; 0 to 3 are accepted and ignored
+inline constexpr std::uint32_t ZDV_BACKUP_VERSION = 257; // "dd/mm/yyyy hh:mm:ss": the backup to read
+inline constexpr std::uint32_t ZDV_CAPACITY = 258;       // a decimal number, only traced
+inline constexpr std::uint32_t ZDV_OCCUPANCY = 259;      // a decimal number, only traced
+
+// ZDV_GetDeviceOptions[W] (2 to 6) and ZDV_SetDeviceOptions[W] (2 to 5 are ignored, 24 to 28 are stored)
+inline constexpr std::int32_t ZDV_INTERFACES = 2; // the server's address, without brackets
+inline constexpr std::int32_t ZDV_INTERFACE_OPTIONS = 3;
+inline constexpr std::int32_t ZDV_ADAPTERS = 4; // this computer's name
+inline constexpr std::int32_t ZDV_ADAPTER_OPTIONS = 5;
+inline constexpr std::int32_t ZDV_UNITS = 6;           // "Default"
+inline constexpr std::int32_t ZDV_FTP_SERVERNAME = 24; // name, IPv4 or IPv6 address
+inline constexpr std::int32_t ZDV_FTP_PORT = 25;       // decimal; 22 means SFTP, 990 FTPS, others FTP
+inline constexpr std::int32_t ZDV_FTP_ROOT = 26;       // directory under which the versions lie
+inline constexpr std::int32_t ZDV_FTP_USERNAME = 27;
+inline constexpr std::int32_t ZDV_FTP_PASSWORD = 28; // never traced
+
+// ZDV_GetProperty and ZDV_SetProperty
+inline constexpr std::uint32_t ZDV_P_BLOCKSIZE = 0;                // get 65,536; a set is ignored
+inline constexpr std::uint32_t ZDV_P_COMP = 1;                     // 0: no compression
+inline constexpr std::uint32_t ZDV_P_PART = 2;                     // 1 partition; a set is refused
+inline constexpr std::uint32_t ZDV_P_URUN = 3;                     // 0
+inline constexpr std::uint32_t ZDV_P_WRPR = 4;                     // 0: no write protection tab
+inline constexpr std::uint32_t ZDV_P_GOTO = 5;                     // 0: cannot seek to a block address
+inline constexpr std::uint32_t ZDV_P_ECC_FRAME = 6;                // 65,536
+inline constexpr std::uint32_t ZDV_P_CHANGER_INFO = 7;             // 0
+inline constexpr std::uint32_t ZDV_P_SUPPORTS_INITIALISE = 8;      // 0
+inline constexpr std::uint32_t ZDV_P_REMOVABLE = 9;                // 0
+inline constexpr std::uint32_t ZDV_P_VT_ALLOW_CREATION = 13;       // known to a set only, and refused
+inline constexpr std::uint32_t ZDV_P_GET_CUR_BLK_ADDR = 14;        // blocks passed in the current object
+inline constexpr std::uint32_t ZDV_P_INITIAL_BLOCKSIZE = 18;       // 65,536
+inline constexpr std::uint32_t ZDV_P_SPECIFIC_ERROR_CODE = 32;     // the last error's number, 0 for none
+inline constexpr std::uint32_t ZDV_P_SUPPORTS_VERSIONING = 34;     // 1
+inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_100 = 100; // a set is refused
+inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_101 = 101; // a set is refused
+inline constexpr std::uint32_t ZDV_P_RESERVE_BLOCKS = 104;         // get and set; 0 after a media reset
+inline constexpr std::uint32_t ZDV_P_BACKUP_TIME = 105;            // a set is ignored
+
+// ZDV_MediaAccess
+inline constexpr std::uint32_t ZDV_MA_WFM = 0; // write filemarks
+inline constexpr std::uint32_t ZDV_MA_I = 1;   // initialise: not supported
+inline constexpr std::uint32_t ZDV_MA_E = 2;   // erase: the next write starts a new version
+
+// ZDV_Position
+inline constexpr std::uint32_t ZDV_SP_RET = 0;  // media reset, the object number is kept
+inline constexpr std::uint32_t ZDV_SP_BOM = 1;  // beginning of media
+inline constexpr std::uint32_t ZDV_SP_EORM = 2; // end of recorded media
+inline constexpr std::uint32_t ZDV_SP_SKIP = 3; // space forward over blocks by reading them
+inline constexpr std::uint32_t ZDV_SP_GOTO = 4; // not supported
+inline constexpr std::uint32_t ZDV_SP_FFM = 5;  // space over filemarks, either way
+
+// ZDV_GetList
+inline constexpr std::uint32_t ZDV_GL_VERSION_DATE = 0;
+
+// ------------------------------------------------------------------------------------------- host list
+
+// One version's date in a host list: broken-down local time, as in struct tm.
+struct ZDV_VERSION_DATE
+{
+    std::int32_t iSec;   // 0 to 60
+    std::int32_t iMin;   // 0 to 59
+    std::int32_t iHour;  // 0 to 23
+    std::int32_t iMday;  // 1 to 31
+    std::int32_t iMon;   // 0 to 11
+    std::int32_t iYear;  // years since 1900
+    std::int32_t iWday;  // 0 (Sunday) to 6
+    std::int32_t iYday;  // 0 to 365
+    std::int32_t iIsdst; // daylight-saving flag
+};
+static_assert(sizeof(ZDV_VERSION_DATE) == 36);
+
+// Allocated by the module with calloc, ZDV_LIST_NODE_SIZE bytes each; released by the host.
+struct ZDV_LIST_NODE
+{
+    ZDV_LIST_NODE* pNext;
+    ZDV_LIST_NODE* pPrevious;
+    std::uint32_t uiSize; // bytes of payload: 36
+    ZDV_VERSION_DATE Date;
+};
+inline constexpr std::uint32_t ZDV_LIST_NODE_SIZE = 59; // bytes
+
+// Owned by the host, empty or with nodes of its own in it.
+struct ZDV_LIST
+{
+    std::uint16_t uiSignature; // ZDV_LIST_SIGNATURE
+    std::uint16_t uiFlags;     // ZDV_LIST_NO_ADDITIONS; the other bits are the host's
+    std::uint32_t uiReserved;  // the host's
+    ZDV_LIST_NODE* pLast;
+    ZDV_LIST_NODE* pFirst;
+    ZDV_LIST_NODE* pCurrent; // may be null
+    std::uint32_t uiCount;   // nodes
+};
+inline constexpr std::uint16_t ZDV_LIST_SIGNATURE = 0x4C4C; // "LL"
+inline constexpr std::uint16_t ZDV_LIST_NO_ADDITIONS = 0x0001;
+
+extern "C" {
+
+// ------------------------------------------------------------------------------------------- module
+
+// Exported as "ZDV_GMP" and "ZDV_GetModulePropertyW". Copies a fact about the module into pBuffer, cut to
+// uiSize characters with the terminating zero (bytes for the narrow function, UTF-16 units for the wide
+// one). Statuses: ZDV_SUCCESS, also for a text that was cut; ZDV_FUNCTION_NOT_SUPPORTED for an unknown
+// category (for the wide function that includes ZDV_GMP_WCHAR), the buffer is then untouched.
+ZDV_STATUS ZDV_GetModuleProperty(std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetModulePropertyW(std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize);
+
+// ------------------------------------------------------------------------------------------- session
+
+// Exported as "ZDV_O". Creates a device and stores its handle in *pHandle (not null). The server is not
+// contacted. Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED when *pHandle is 0x8000000000000000 on
+// entry; ZDV_OPEN_FAILED. On failure *pHandle is untouched. Position: object 0, writing not allowed.
+ZDV_STATUS ZDV_Open(ZDV_HANDLE* pHandle);
+
+// Exported as "ZDV_C". Ends the current object (an upload is completed, however long that takes) and
+// destroys the device. Always ZDV_SUCCESS, also for a null handle. To learn an upload's fate, write a
+// filemark and ask for the last error before closing.
+ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
+
+// Exported as "ZDV_U". ZDV_U_MAKE_UNIT_READY sets the connection up from the device options and loads the
+// newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape; a root that does not
+// exist is created. ZDV_U_CHECK_DEVICE_STATUS does nothing. Statuses: ZDV_SUCCESS, also for a root
+// without versions; ZDV_DEVICE_ERROR with the last error set; ZDV_FUNCTION_NOT_SUPPORTED for another
+// category. Position after making ready: the object number is kept (0 after ZDV_Open), writing allowed;
+// the same on failure of the listing; unchanged when the connection could not be set up.
+ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
+
+// ------------------------------------------------------------------------------------------- options
+
+// Exported as "ZDV_GDO" and "ZDV_GetDeviceOptionsW". Copies option string uiIndex of a category into
+// pOptions (not null), cut to uiSize: characters for the narrow function, bytes for the wide one, except
+// that the wide computer name (ZDV_ADAPTERS) takes uiSize as characters. Ask index 0, 1, ... until
+// ZDV_NO_STRING_EXISTS; no category has more than one string. Statuses: ZDV_SUCCESS, also for a text that
+// was cut; ZDV_NO_STRING_EXISTS, the buffer is untouched; ZDV_FUNCTION_NOT_SUPPORTED for a category
+// without strings, and for a computer name that does not fit.
+ZDV_STATUS ZDV_GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
+                                char* pOptions, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
+                                 wchar_t* pOptions, std::uint32_t uiSize);
+
+// Exported as "ZDV_SDO" and "ZDV_SetDeviceOptionsW". Stores an option; pOptions is zero-terminated and not
+// null. Values are not checked here; a port is read as atoi does. Statuses: ZDV_SUCCESS;
+// ZDV_FUNCTION_NOT_SUPPORTED for a category that is no option.
+ZDV_STATUS ZDV_SetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, const char* pOptions);
+ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, const wchar_t* pOptions);
+
+// ------------------------------------------------------------------------------------------- queries
+
+// Exported as "ZDV_GI" and "ZDV_GetInfoW". Copies a text about the device into pBuffer, cut to uiSize
+// characters with the terminating zero. ZDV_GI_DC is "FTP Virtual device for Windows" from the narrow
+// function and "FTP Virtual Tape" from the wide one. Statuses: ZDV_SUCCESS, also for a text that was cut;
+// ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
+ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize);
+
+// Exported under their own names. Tells the device a fact, given as a text of at most uiSize characters.
+// ZDV_BACKUP_VERSION takes local standard time (a time in daylight-saving time is given one hour earlier)
+// and takes effect at the next media reset; an empty text asks for the newest version, a text that is no
+// date for one that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so
+// nothing is done; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
+ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, const char* pBuffer,
+                       std::uint32_t uiSize);
+ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, const wchar_t* pBuffer,
+                        std::uint32_t uiSize);
+
+// Exported as "ZDV_GP" and "ZDV_SP". Reads a property into *puiParam (not null), or sets one. Statuses:
+// ZDV_SUCCESS, also for a setting that is ignored; ZDV_FUNCTION_NOT_SUPPORTED for an unknown property,
+// *puiParam is then untouched, and for a setting that is refused.
+ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t* puiParam);
+ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
+
+// Exported as "ZDV_GetList". Adds the date of each version that the last media reset found to the list,
+// oldest first, after its current node (after its last node when there is none). A null list, one without
+// its signature and one that forbids additions are left alone. Statuses: ZDV_SUCCESS;
+// ZDV_FUNCTION_NOT_SUPPORTED for a category other than ZDV_GL_VERSION_DATE.
+ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pList);
+
+// ------------------------------------------------------------------------------------------- data
+
+// Exported as "ZDV_WD". Writes uiBytes / 65,536 blocks (rounded down, at least one) from buffer. The first
+// write after a filemark or a positioning opens the next object; object 1 creates a new version first.
+// Statuses: ZDV_SUCCESS, the blocks are on their way (only a filemark ends the upload, and only reading
+// back proves it); ZDV_WRITE_PROTECTED, nothing has changed; ZDV_INTERNAL_ERROR, the position does not
+// follow the recorded objects; ZDV_DEVICE_ERROR, the last error tells why. Position: in the object, the
+// block number raised by the blocks asked for, also when the data could not be passed on; unchanged block
+// number when the transfer could not be started.
+ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, std::uint32_t uiBytes, const void* buffer);
+
+// Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
+// read after a filemark or a positioning starts the next object. Statuses: ZDV_SUCCESS, the whole request
+// is filled, and writing is then not allowed until the next positioning; ZDV_FILEMARK_REACHED, the object
+// ended, and a request that met its end is filled in part (the next read reports the same filemark once
+// more, the one after that starts the next object); ZDV_END_OF_MEDIA; ZDV_BLANK_CHECK; ZDV_DEVICE_ERROR.
+// A download that fails in the middle also ends in ZDV_FILEMARK_REACHED: ask for the last error. Position:
+// the block number grows by the whole request unless the read failed or nothing was there to read.
+ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, std::uint32_t uiBytes, void* buffer);
+
+// Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits
+// for its upload. ZDV_MA_E forgets the loaded version; nothing is deleted on the server. Statuses:
+// ZDV_SUCCESS, also when the upload that was ended had failed (ask for the last error);
+// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_MA_I and unknown categories. Position: after a filemark, behind the
+// object; after an erase, object 0, writing allowed. Write one filemark at a time: 0 is taken as
+// 4,294,967,295 more, and further ones make no file.
+ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
+
+// Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative:
+// backwards). Every mode but ZDV_SP_SKIP ends the current object first. Statuses: ZDV_SUCCESS;
+// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_SP_GOTO, a negative skip and unknown modes; ZDV_DEVICE_ERROR when the
+// versions could not be listed; for ZDV_SP_SKIP the statuses of ZDV_ReadData. Position: ZDV_SP_RET keeps
+// the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number of recorded objects (all three
+// also on failure, and allow writing); ZDV_SP_FFM is pure arithmetic and not checked against the recorded
+// objects: forward leaves the position just past a filemark, backward just before one.
+ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, std::uint32_t uiCategory, std::int32_t iBlocks);
+
+} // extern "C"

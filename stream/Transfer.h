@@ -1,0 +1,87 @@
+// One transfer: the host's thread at one end of a local pipe, one worker thread with libcurl at the other.
+//
+//   upload     WriteData -> m_hUploadWrite | m_hUploadRead -> ReadCallback -> libcurl -> server
+//   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
+//
+// The threads share the FtpContext without a lock. What orders them is the pipe and the thread's life:
+//   before the worker    everything the worker reads (m_pCurl, the URL set on it) is written before
+//                        CreateThread.
+//   client end           written by the worker alone; the host reads it after its own call on the pipe has
+//                        failed, and the worker publishes the end of it before it closes the handle.
+//   server end           written by the host alone; the worker reads it after its own call has failed, and
+//                        ObjectClose publishes the end of it before it disconnects the pipe.
+//   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
+//   m_ullBytesWritten
+//   m_dwLastError,       the worker's from the connection to its end, see LastError.h. It sets them before
+//   m_sLastError         it gives up its end of the pipe.
+//   m_pCurl              the worker keeps the handle that it started with; a device made ready anew in the
+//                        middle of a transfer has another one.
+// All else belongs to the host's thread.
+#pragma once
+
+#include "interface/FtpContext.h"
+#include "interface/zdv.h"
+
+#include <span>
+
+// What the two directions do differently, side by side.
+struct TransferDirection
+{
+    const wchar_t* sPipeName;
+    DWORD dwServerMode;   // the host's end
+    DWORD dwClientAccess; // the worker's end
+    std::atomic<HANDLE> FtpContext::*hServer;
+    std::atomic<HANDLE> FtpContext::*hClient;
+    bool FtpContext::*bRunning;
+    LPTHREAD_START_ROUTINE Worker;
+
+    // Texts of the host's thread that starts a transfer.
+    const wchar_t* sSetUrl;
+    const wchar_t* sEnding;
+    const wchar_t* sCreatePipeFailed;
+    const wchar_t* sCouldNotCreate;
+    const wchar_t* sConnectFailed;
+    const wchar_t* sCouldNotConnect;
+
+    // Texts of the worker.
+    const wchar_t* sWorkerFunction;
+    const wchar_t* sWorkerEnding;
+    const wchar_t* sOpenFailed;
+    const wchar_t* sCouldNotOpen;
+
+    // Texts of ObjectClose.
+    const wchar_t* sEnd;
+    const wchar_t* sClosePipe;
+    const wchar_t* sStillActive;
+    const wchar_t* sWaiting;
+};
+
+extern const TransferDirection UPLOAD;
+extern const TransferDirection DOWNLOAD;
+
+// Starts the transfer of object m_uiCurrentObject: URL, pipe, worker, connection. ZDV_DEVICE_ERROR with the
+// last error set on failure; what a failed connection leaves is ended by EndTransfer.
+ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction);
+
+// Ends a transfer of this direction, if there is one: closes the host's end of the pipe, which is the other
+// side's end of data, and waits for the worker for as long as it takes.
+void EndTransfer(FtpContext& FC, const TransferDirection& Direction);
+
+// One libcurl call of a worker.
+struct WorkerStep
+{
+    const wchar_t* sTrace; // null for nothing
+    const wchar_t* sFailure;
+    CURLcode (*Run)(CURL* pCurl, FtpContext* pFC);
+};
+
+inline constexpr DWORD WORKER_FAILED = 0xFFFFFFFF;
+
+// A worker's body: opens its end of the pipe and runs the steps up to the first that fails. The exit code.
+DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<const WorkerStep> Steps);
+
+// A worker's entry test: false, traced, for a context that no transfer can run on.
+bool HasSession(const FtpContext* pFC, const TransferDirection& Direction);
+
+// What a libcurl callback returns to abort the transfer.
+inline constexpr std::size_t ABORT_TRANSFER = static_cast<std::size_t>(-1);
