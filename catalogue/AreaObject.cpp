@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <cwchar>
+#include <iterator>
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
@@ -36,8 +37,9 @@ bool AreaObject::ConvertDateAndIdToLabel(std::int64_t tDate, std::uint32_t uiObj
     Trace.Number(Level::Verbose, L"tDate", tDate);
     Trace.Number(Level::Verbose, L"uiObjectId", uiObjectId);
     std::wstring sDigits;
-    if (!FormatLabelDate(
-            tDate, L"AreaObject::ConvertDateAndIdToLabel : ... ending(Invalid date/time supplied)", sDigits))
+    if (!FormatLocalTime(tDate, LABEL_DATE_PATTERN,
+                         L"AreaObject::ConvertDateAndIdToLabel : ... ending(Invalid date/time supplied)",
+                         sDigits))
         return false;
     if (uiObjectId >= FIRST_ID_WITHOUT_LABEL)
     {
@@ -60,7 +62,7 @@ bool AreaObject::ConvertLabelToDateAndId(const std::wstring& sLabel, std::int64_
     Trace.Starting();
     Trace.Text(Level::Verbose, L"sLabel", sLabel);
     std::wstring sRemainder;
-    if (!SplitLabel(sLabel, LABEL_DATE_LENGTH + NUMBER_LENGTH, true, Trace.Name(), sRemainder))
+    if (!SplitLabel(sLabel, LABEL_DATE_LENGTH + NUMBER_LENGTH, true, Trace, sRemainder))
         return false;
     tDate = ParseLabelDate(sRemainder, Trace);
     if (!ParseNumber(sRemainder, Trace, uiObjectId))
@@ -77,7 +79,7 @@ std::wstring AreaObject::GetLabel() const
     Trace.Starting();
     std::wstring sLabel;
     if (!ConvertDateAndIdToLabel(m_tDate, m_uiObjectId, sLabel))
-        sLabel = std::wstring(LABEL_PREFIX) + L"ERROR";
+        sLabel = ERROR_LABEL;
     Trace.Text(Level::Verbose, L"sLabel", sLabel);
     Trace.Ending();
     return sLabel;

@@ -2,8 +2,8 @@
 
 #include "catalogue/Label.h"
 #include "catalogue/Listing.h"
-#include "common/Text.h"
 #include "common/Url.h"
+#include "interface/CurlCallback.h"
 #include "interface/CurlError.h"
 
 #include <algorithm>
@@ -17,8 +17,8 @@ namespace {
 void TakeObject(std::wstring& sLine, std::vector<AreaObject>& aObjects)
 {
     FunctionTrace(L"AreaObjectMgr::WriteFunction").Text(Level::Information, L"sLabel", sLine);
-    // A foreign name is kept, so what follows it in the directory is not recognised either: a version's
-    // directory that somebody else writes into is not trusted from there on.
+    // A foreign name is kept, so nothing that follows it is recognised, in this directory and any later one
+    // until the module is loaded anew: a catalogue that somebody else writes into is not trusted.
     if (!sLine.starts_with(LABEL_PREFIX))
         return;
     std::int64_t tDate = 0;
@@ -33,28 +33,24 @@ void TakeObject(std::wstring& sLine, std::vector<AreaObject>& aObjects)
 std::size_t AreaObjectMgr::WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount,
                                          void* pUserData)
 {
-    if (pUserData == nullptr)
-    {
-        FunctionTrace(L"AreaObjectMgr::WriteFunction").Error(L"... ending(Invalid user data)");
-        return static_cast<std::size_t>(-1);
-    }
-    // One line for the whole process, as for versions, but a line of its own.
-    static std::wstring sLine;
-    auto& aObjects = *static_cast<std::vector<AreaObject>*>(pUserData);
-    FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
-                [&](std::wstring& sComplete) { TakeObject(sComplete, aObjects); });
-    return uiSize * uiCount;
+    return GuardedCallback(L"AreaObjectMgr::WriteFunction", [&](const FunctionTrace& Trace) -> std::size_t {
+        Trace.Starting();
+        if (pUserData == nullptr)
+        {
+            Trace.Error(L"... ending(Invalid user data)");
+            return ABORT_TRANSFER;
+        }
+        // One line for the whole process, as for versions, but a line of its own.
+        static std::wstring sLine;
+        auto& aObjects = *static_cast<std::vector<AreaObject>*>(pUserData);
+        FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
+                    [&](std::wstring& sComplete) { TakeObject(sComplete, aObjects); });
+        Trace.Ending();
+        return uiSize * uiCount;
+    });
 }
 
-bool AreaObjectMgr::Refuse(const wchar_t* sError, const wchar_t* sEnding)
-{
-    m_dwLastError = ERROR_INVALID_PARAMETER;
-    m_sLastError = sError;
-    FunctionTrace(L"AreaObjectMgr::GetAreaObjectList").Error(sEnding);
-    return false;
-}
-
-bool AreaObjectMgr::Did(CURLcode enCurlRc, const wchar_t* sFailure)
+bool AreaObjectMgr::Succeeded(CURLcode enCurlRc, const wchar_t* sFailure)
 {
     return CurlSucceeded(enCurlRc, sFailure, m_dwLastError, m_sLastError);
 }
@@ -62,16 +58,23 @@ bool AreaObjectMgr::Did(CURLcode enCurlRc, const wchar_t* sFailure)
 bool AreaObjectMgr::ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
     FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : curl_easy_setopt(CURLOPT_URL)")
-        .Text(Level::Verbose, L"sPattern", quorvel::WithoutPassword(sPattern));
-    return Did(curl_easy_setopt(m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sPattern).c_str()),
-               L"Couldn't set URL") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_DIRLISTONLY, 1L),
-               L"Couldn't set directory list only option") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &AreaObjectMgr::WriteFunction),
-               L"Couldn't set write function") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aObjects), L"Couldn't set write function") &&
-           Did(curl_easy_perform(m_pCurl), L"Couldn't perform operation") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr), L"Couldn't unset write function");
+        .Location(L"sPattern", sPattern);
+    // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
+    // empty.
+    return Succeeded(
+               curl_easy_setopt(m_pCurl, CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE}),
+               L"Couldn't unset FTP create missing dirs") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sPattern).c_str()),
+                     L"Couldn't set URL") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_DIRLISTONLY, 1L),
+                     L"Couldn't set directory list only option") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &AreaObjectMgr::WriteFunction),
+                     L"Couldn't set write function") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aObjects),
+                     L"Couldn't set write function") &&
+           Succeeded(curl_easy_perform(m_pCurl), L"Couldn't perform operation") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr),
+                     L"Couldn't unset write function");
 }
 
 bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::wstring& sVersionLabel,
@@ -81,15 +84,18 @@ bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::w
     m_dwLastError = ERROR_SUCCESS;
     m_sLastError.clear();
     Trace.Starting();
-    Trace.Text(Level::Verbose, L"sRootURL", quorvel::WithoutPassword(sRootURL));
+    Trace.Location(L"sRootURL", sRootURL);
     Trace.Text(Level::Verbose, L"sVersionLabel", sVersionLabel);
     if (sRootURL.empty())
-        return Refuse(L"Empty URL", L"... ending(Empty URL supplied)");
-    // The log names the root here too: whoever searches it for an empty argument looks for one text.
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty URL",
+                              L"... ending(Empty URL supplied)");
+    // The text names the root although the label is tested: it is what support tools look for in logs.
     if (sVersionLabel.empty())
-        return Refuse(L"Empty Version Label", L"... ending(Empty root supplied)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty Version Label",
+                              L"... ending(Empty root supplied)");
     if (m_pCurl == nullptr)
-        return Refuse(L"NULL cURL handle", L"... ending(Supplied handle is null)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
+                              L"... ending(Supplied handle is null)");
     if (!ListObjects(sRootURL + L"/" + sVersionLabel + L"/", aObjects))
     {
         FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : ... ending")

@@ -14,8 +14,7 @@ class AreaObjectMgr
 public:
     explicit AreaObjectMgr(CURL* pCurl) : m_pCurl(pCurl) {}
 
-    // Appends the objects in a version's directory, and sorts the list by number. sRootURL has no trailing
-    // "/".
+    // Appends the objects in a version's directory, and sorts the list by number.
     bool GetAreaObjectList(const std::wstring& sRootURL, const std::wstring& sVersionLabel,
                            std::vector<AreaObject>& aObjects);
 
@@ -26,8 +25,7 @@ public:
     std::wstring m_sLastError;
 
 private:
-    bool Refuse(const wchar_t* sError, const wchar_t* sEnding);
-    bool Did(CURLcode enCurlRc, const wchar_t* sFailure);
+    bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
     bool ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects);
 
     CURL* m_pCurl;

@@ -4,8 +4,8 @@
 #include "catalogue/ServerUrl.h"
 #include "catalogue/VersionMgr.h"
 #include "common/FunctionTrace.h"
-#include "common/Text.h"
 #include "common/Url.h"
+#include "interface/LastError.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::int64_t NONE = 0;
 
-// Copies what a catalogue manager failed with to the device.
-template <typename Manager> void TakeError(FtpContext& FC, const Manager& manager)
-{
-    FC.m_dwLastError = manager.m_dwLastError;
-    FC.m_sLastError = manager.m_sLastError;
-}
-
 void TraceLastError(const FtpContext& FC)
 {
     FunctionTrace(L"ObjectQueryBackup : ... ending").Text(Level::Error, L"FC.m_sLastError", FC.m_sLastError);
@@ -28,8 +21,7 @@ void TraceLastError(const FtpContext& FC)
 
 bool SetRootUrl(const FtpContext& FC, const std::wstring& sURL)
 {
-    FunctionTrace(L"ObjectQueryBackup : curl_easy_setopt(CURLOPT_URL)")
-        .Text(Level::Verbose, L"sURL", quorvel::WithoutPassword(sURL));
+    FunctionTrace(L"ObjectQueryBackup : curl_easy_setopt(CURLOPT_URL)").Location(L"sURL", sURL);
     const CURLcode res = curl_easy_setopt(FC.m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sURL).c_str());
     if (res == CURLE_OK)
         return true;
@@ -43,7 +35,8 @@ bool ListVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstring
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
     if (!Manager.GetVersionList(sURL, FC.m_VersionList))
     {
-        TakeError(FC, Manager);
+        FC.m_VersionList.clear(); // half a list is none
+        TakeLastError(FC, Manager);
         Trace.Error(L"... ending(VersionMgr::GetVersionList failed)");
         return false;
     }
@@ -90,8 +83,7 @@ bool ChooseVersion(const FtpContext& FC, const FunctionTrace& Trace, std::int64_
                          L"... ending(Invalid latest backup date/time to use)");
     }
     tCandidate = NewestUpTo(FC.m_VersionList, FC.m_tBackupTime);
-    return TraceDate(Trace, FC.m_tBackupTime,
-                     L"ObjectQueryBackup : Looking for version dated no later than",
+    return TraceDate(Trace, FC.m_tBackupTime, L"ObjectQueryBackup : Looking for version dated no later than",
                      L"... ending(Invalid user selected backup date/time to use)");
 }
 
@@ -100,7 +92,9 @@ bool LoadObjects(FtpContext& FC, const std::wstring& sURL)
     AreaObjectMgr Manager(FC.m_pCurl);
     if (Manager.GetAreaObjectList(sURL, FC.m_CurrentVersion.GetLabel(), FC.m_AreaObjectList))
         return true;
-    TakeError(FC, Manager);
+    FC.m_AreaObjectList
+        .clear(); // a host that wrote behind half of the objects would overwrite the other half
+    TakeLastError(FC, Manager);
     TraceLastError(FC);
     return false;
 }

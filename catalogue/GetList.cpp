@@ -17,10 +17,7 @@ static_assert(offsetof(ZDV_LIST, pLast) == 8 && offsetof(ZDV_LIST, pFirst) == 16
 static_assert(offsetof(ZDV_LIST_NODE, pPrevious) == 8 && offsetof(ZDV_LIST_NODE, uiSize) == 16 &&
               offsetof(ZDV_LIST_NODE, Date) == 20);
 
-bool IsList(const ZDV_LIST* pList)
-{
-    return pList != nullptr && pList->uiSignature == ZDV_LIST_SIGNATURE;
-}
+bool IsList(const ZDV_LIST* pList) { return pList != nullptr && pList->uiSignature == ZDV_LIST_SIGNATURE; }
 
 ZDV_VERSION_DATE ToVersionDate(const std::tm& Time)
 {

@@ -1,7 +1,8 @@
 #include "catalogue/Label.h"
 
-#include <cwchar>
 #include <ctime>
+#include <cwchar>
+#include <iterator>
 #include <windows.h>
 
 using quorvel::FunctionTrace;
@@ -11,15 +12,16 @@ namespace {
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-bool Fails(const std::wstring& sFunction, const wchar_t* sReason)
+bool Fails(const FunctionTrace& Trace, const wchar_t* sReason)
 {
-    FunctionTrace(sFunction.c_str()).Error(sReason);
+    Trace.Error(sReason);
     return false;
 }
 
 } // namespace
 
-bool FormatLabelDate(std::int64_t tDate, const wchar_t* sInvalidDate, std::wstring& sDigits)
+bool FormatLocalTime(std::int64_t tDate, const wchar_t* sPattern, const wchar_t* sInvalidDate,
+                     std::wstring& sText)
 {
     std::tm Time{};
     if (const errno_t iError = _localtime64_s(&Time, &tDate); iError != 0)
@@ -27,14 +29,14 @@ bool FormatLabelDate(std::int64_t tDate, const wchar_t* sInvalidDate, std::wstri
         FunctionTrace(sInvalidDate).Number(Level::Error, L"iError", iError);
         return false;
     }
-    wchar_t aDigits[16];
-    if (wcsftime(aDigits, std::size(aDigits), L"%Y%m%d%H%M%S", &Time) == 0)
+    wchar_t aText[21];
+    if (wcsftime(aText, std::size(aText), sPattern, &Time) == 0)
     {
         const DWORD dwLastError = GetLastError();
         FunctionTrace(sInvalidDate).Number(Level::Error, L"dwLastError", dwLastError);
         return false;
     }
-    sDigits = aDigits;
+    sText = aText;
     return true;
 }
 
@@ -59,20 +61,20 @@ std::int64_t ParseLabelDate(const std::wstring& sRemainder, const FunctionTrace&
 }
 
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
-                const std::wstring& sFunction, std::wstring& sRemainder)
+                const FunctionTrace& Trace, std::wstring& sRemainder)
 {
     if (sLabel.size() != LABEL_PREFIX.size() + uiRemainder)
-        return Fails(sFunction, L"... ending(Label is not of expected length)");
+        return Fails(Trace, L"... ending(Label is not of expected length)");
     if (!sLabel.starts_with(LABEL_PREFIX))
-        return Fails(sFunction, L"... ending(Label doesn't start with expected prefix)");
+        return Fails(Trace, L"... ending(Label doesn't start with expected prefix)");
     sRemainder = sLabel.substr(LABEL_PREFIX.size());
     for (const wchar_t c : sRemainder)
     {
         if (IsDigit(c) || (bPointAllowed && c == L'.'))
             continue;
-        FunctionTrace((sFunction + L" : Invalid character").c_str())
+        FunctionTrace((std::wstring(Trace.Name()) + L" : Invalid character").c_str())
             .Number(Level::Error, L"sRemainder[i]", std::uint32_t{c});
-        return Fails(sFunction, L"... ending(Label contains invalid character)");
+        return Fails(Trace, L"... ending(Label contains invalid character)");
     }
     return true;
 }

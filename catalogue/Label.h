@@ -14,10 +14,16 @@
 
 inline constexpr std::wstring_view LABEL_PREFIX = L"ZELT_";
 inline constexpr std::size_t LABEL_DATE_LENGTH = 14; // YYYYMMDDhhmmss
+inline constexpr const wchar_t* LABEL_DATE_PATTERN = L"%Y%m%d%H%M%S";
 
-// The fourteen digits of a date (seconds since 1970). On failure traces the error number under
-// sInvalidDate, and sDigits stays as it was.
-bool FormatLabelDate(std::int64_t tDate, const wchar_t* sInvalidDate, std::wstring& sDigits);
+// What a version or an object is labelled that has no label of its own.
+inline constexpr std::wstring_view ERROR_LABEL = L"ZELT_ERROR";
+static_assert(ERROR_LABEL.starts_with(LABEL_PREFIX));
+
+// A date (seconds since 1970) in local time, by a pattern of wcsftime that gives at most 20 characters. On
+// failure traces the error number under sInvalidDate, and sText stays as it was.
+bool FormatLocalTime(std::int64_t tDate, const wchar_t* sPattern, const wchar_t* sInvalidDate,
+                     std::wstring& sText);
 
 // The date in the first fourteen characters of sRemainder, as the run time makes it of them: month 13 is
 // January of the next year, and a date that cannot be represented is -1. Listings rely on the label's form
@@ -27,4 +33,4 @@ std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::Funct
 // The label without its prefix. False, traced under the function's composites, when the label has not
 // LABEL_PREFIX and uiRemainder more characters, or a character is neither a digit nor (if allowed) a point.
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
-                const std::wstring& sFunction, std::wstring& sRemainder);
+                const quorvel::FunctionTrace& Trace, std::wstring& sRemainder);

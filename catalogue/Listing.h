@@ -1,7 +1,9 @@
 // What the two directory listings share: one name per line, in pieces as libcurl delivers them.
 #pragma once
 
-#include <cstddef>
+#include "common/FunctionTrace.h"
+
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,4 +24,14 @@ void FeedListing(std::wstring& sLine, std::string_view sPiece, const LineEnded& 
         else
             lineEnded(sLine);
     }
+}
+
+// Refuses an argument of a listing: sets the manager's error fields, traces sEnding. Always false.
+inline bool RefuseArgument(std::uint32_t& dwLastError, std::wstring& sLastError,
+                           const quorvel::FunctionTrace& Trace, const wchar_t* sError, const wchar_t* sEnding)
+{
+    dwLastError = ERROR_INVALID_PARAMETER;
+    sLastError = sError;
+    Trace.Error(sEnding);
+    return false;
 }

@@ -1,17 +1,16 @@
 #include "catalogue/ServerUrl.h"
 
-std::wstring RootUrl(const FtpContext& FC)
+std::wstring RootUrl(const std::wstring& sProtocol, const std::wstring& sServer, const std::wstring& sRoot)
 {
-    const bool bGlued =
-        !FC.m_sRoot.empty() && FC.m_sRoot.front() != L'/' && !FC.m_sServer.ends_with(L'/');
-    return FC.m_sProtocol + FC.m_sServer + (bGlued ? L"/" : L"") + FC.m_sRoot;
+    const bool bSeparate = !sRoot.empty() && sRoot.front() != L'/' && !sServer.ends_with(L'/');
+    return sProtocol + sServer + (bSeparate ? L"/" : L"") + sRoot;
 }
+
+std::wstring RootUrl(const FtpContext& FC) { return RootUrl(FC.m_sProtocol, FC.m_sServer, FC.m_sRoot); }
 
 std::wstring ObjectUrl(const FtpContext& FC)
 {
     const AreaObject& Object = FC.m_AreaObjectList[FC.m_uiCurrentObject - 1];
-    // Without a root the objects lie in the login directory; a second "/" would be the server's top directory.
-    const std::wstring sRoot = FC.m_sRoot.empty() ? L"" : FC.m_sRoot + L"/";
-    return FC.m_sProtocol + FC.m_sServer + L"/" + sRoot + FC.m_CurrentVersion.GetLabel() + L"/" +
-           Object.GetLabel();
+    const std::wstring sVersionLabel = FC.m_CurrentVersion.GetLabel();
+    return RootUrl(FC) + L"/" + sVersionLabel + L"/" + Object.GetLabel();
 }

@@ -6,16 +6,18 @@
 
 namespace {
 
-std::string DecodedPath(const std::wstring& sURL)
+// The path of a URL as libcurl will ask for it: decoded, without "." and "..". Empty for a URL that libcurl
+// does not take; the request itself will say so.
+std::string RequestedPath(const std::wstring& sURL)
 {
-    const std::string sNarrow = quorvel::NarrowUrl(sURL);
-    const std::size_t uiPath = sNarrow.find('/', sNarrow.find("://") + 3);
-    if (uiPath == std::string::npos)
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> pURL(curl_url(), &curl_url_cleanup);
+    char* pPath = nullptr;
+    if (pURL == nullptr ||
+        curl_url_set(pURL.get(), CURLUPART_URL, quorvel::NarrowUrl(sURL).c_str(), 0) != CURLUE_OK ||
+        curl_url_get(pURL.get(), CURLUPART_PATH, &pPath, CURLU_URLDECODE) != CURLUE_OK)
         return {};
-    int iLength = 0;
-    const std::unique_ptr<char, decltype(&curl_free)> pPath(
-        curl_easy_unescape(nullptr, sNarrow.c_str() + uiPath, 0, &iLength), &curl_free);
-    return pPath != nullptr ? std::string(pPath.get(), static_cast<std::size_t>(iLength)) : std::string();
+    const std::unique_ptr<char, decltype(&curl_free)> Owner(pPath, &curl_free);
+    return pPath;
 }
 
 // A quoted argument of libcurl's quote commands.
@@ -35,7 +37,7 @@ std::string Quoted(const std::string& sPath)
 
 std::vector<std::string> DirectoriesOf(const std::wstring& sURL)
 {
-    std::string sPath = DecodedPath(sURL);
+    std::string sPath = RequestedPath(sURL);
     // libcurl does not resolve the login directory in a quoted path, but servers start relative ones there.
     if (sPath.starts_with("/~/"))
         sPath.erase(0, 3);

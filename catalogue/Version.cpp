@@ -2,10 +2,6 @@
 
 #include "catalogue/Label.h"
 
-#include <ctime>
-#include <cwchar>
-#include <windows.h>
-
 using quorvel::FunctionTrace;
 using quorvel::Level;
 
@@ -15,8 +11,8 @@ bool Version::ConvertDateToLabel(std::int64_t tDate, std::wstring& sLabel)
     Trace.Starting();
     Trace.Number(Level::Verbose, L"tDate", tDate);
     std::wstring sDigits;
-    if (!FormatLabelDate(tDate, L"Version::ConvertDateToLabel : ... ending(Invalid date/time supplied)",
-                         sDigits))
+    if (!FormatLocalTime(tDate, LABEL_DATE_PATTERN,
+                         L"Version::ConvertDateToLabel : ... ending(Invalid date/time supplied)", sDigits))
         return false;
     sLabel = std::wstring(LABEL_PREFIX) + sDigits;
     Trace.Text(Level::Verbose, L"sLabel", sLabel);
@@ -31,7 +27,7 @@ bool Version::ConvertLabelToDate(const std::wstring& sLabel, std::int64_t& tDate
     Trace.Text(Level::Verbose, L"sLabel", sLabel);
     tDate = 0;
     std::wstring sRemainder;
-    if (!SplitLabel(sLabel, LABEL_DATE_LENGTH, false, Trace.Name(), sRemainder))
+    if (!SplitLabel(sLabel, LABEL_DATE_LENGTH, false, Trace, sRemainder))
         return false;
     tDate = ParseLabelDate(sRemainder, Trace);
     Trace.Number(Level::Verbose, L"tDate", tDate);
@@ -42,23 +38,11 @@ bool Version::ConvertLabelToDate(const std::wstring& sLabel, std::int64_t& tDate
 bool Version::ConvertDateToString(std::int64_t tDate, std::wstring& sText)
 {
     const FunctionTrace Trace(L"Version::ConvertDateToString");
-    const FunctionTrace Invalid(L"Version::ConvertDateToString : ... ending(Invalid date/time supplied)");
     Trace.Starting();
     Trace.Number(Level::Verbose, L"tDate", tDate);
-    std::tm Time{};
-    if (const errno_t iError = _localtime64_s(&Time, &tDate); iError != 0)
-    {
-        Invalid.Number(Level::Error, L"iError", iError);
+    if (!FormatLocalTime(tDate, L"%d/%m/%Y %H:%M:%S",
+                         L"Version::ConvertDateToString : ... ending(Invalid date/time supplied)", sText))
         return false;
-    }
-    wchar_t aText[21];
-    if (wcsftime(aText, std::size(aText), L"%d/%m/%Y %H:%M:%S", &Time) == 0)
-    {
-        const DWORD dwLastError = GetLastError();
-        Invalid.Number(Level::Error, L"dwLastError", dwLastError);
-        return false;
-    }
-    sText = aText;
     Trace.Text(Level::Verbose, L"sText", sText);
     Trace.Ending();
     return true;
@@ -70,7 +54,7 @@ std::wstring Version::GetLabel() const
     Trace.Starting();
     std::wstring sLabel;
     if (!ConvertDateToLabel(m_tDate, sLabel))
-        sLabel = std::wstring(LABEL_PREFIX) + L"ERROR";
+        sLabel = ERROR_LABEL;
     Trace.Text(Level::Verbose, L"sLabel", sLabel);
     Trace.Ending();
     return sLabel;

@@ -2,9 +2,10 @@
 
 #include "catalogue/Label.h"
 #include "catalogue/Listing.h"
+#include "catalogue/ServerUrl.h"
 #include "catalogue/SftpDirectories.h"
-#include "common/Text.h"
 #include "common/Url.h"
+#include "interface/CurlCallback.h"
 #include "interface/CurlError.h"
 
 #include <algorithm>
@@ -31,66 +32,68 @@ void TakeVersion(std::wstring& sLine, std::vector<std::int64_t>& aVersions)
 }
 
 // Servers answer the request for a new directory with its listing, which holds nothing or "." and "..".
-std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*) { return uiSize * uiCount; }
+std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*) noexcept
+{
+    return uiSize * uiCount;
+}
 
 } // namespace
 
 std::size_t VersionMgr::WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount, void* pUserData)
 {
-    if (pUserData == nullptr)
-    {
-        FunctionTrace(L"VersionMgr::WriteFunction").Error(L"... ending(Invalid user data)");
-        return 0;
-    }
-    // One line for the whole process, without a lock: a name split between two calls is joined, and one that
-    // a listing leaves unfinished goes before the first name of the next. Hosts list on one device at a time.
-    static std::wstring sLine;
-    auto& aVersions = *static_cast<std::vector<std::int64_t>*>(pUserData);
-    FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
-                [&](std::wstring& sComplete) { TakeVersion(sComplete, aVersions); });
-    return uiSize * uiCount;
+    return GuardedCallback(L"VersionMgr::WriteFunction", [&](const FunctionTrace& Trace) -> std::size_t {
+        Trace.Starting();
+        if (pUserData == nullptr)
+        {
+            Trace.Error(L"... ending(Invalid user data)");
+            return 0;
+        }
+        // One line for the whole process, without a lock: a name split between two calls is joined, and one
+        // that a listing leaves unfinished goes before the first name of the next. Hosts list on one device
+        // at a time.
+        static std::wstring sLine;
+        auto& aVersions = *static_cast<std::vector<std::int64_t>*>(pUserData);
+        FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
+                    [&](std::wstring& sComplete) { TakeVersion(sComplete, aVersions); });
+        Trace.Ending();
+        return uiSize * uiCount;
+    });
 }
 
-bool VersionMgr::Refuse(const wchar_t* sFunction, const wchar_t* sError, const wchar_t* sEnding)
-{
-    m_dwLastError = ERROR_INVALID_PARAMETER;
-    m_sLastError = sError;
-    FunctionTrace(sFunction).Error(sEnding);
-    return false;
-}
-
-bool VersionMgr::Did(CURLcode enCurlRc, const wchar_t* sFailure)
+bool VersionMgr::Succeeded(CURLcode enCurlRc, const wchar_t* sFailure)
 {
     return CurlSucceeded(enCurlRc, sFailure, m_dwLastError, m_sLastError);
 }
 
 bool VersionMgr::SetDirectoryURL(const wchar_t* sTrace, const std::wstring& sPattern)
 {
-    if (!Did(curl_easy_setopt(m_pCurl, CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_RETRY}),
-             L"Couldn't set FTP create missing dirs"))
+    if (!Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_RETRY}),
+                   L"Couldn't set FTP create missing dirs"))
         return false;
-    FunctionTrace(sTrace).Text(Level::Verbose, L"sPattern", quorvel::WithoutPassword(sPattern));
-    return Did(curl_easy_setopt(m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sPattern).c_str()),
-               L"Couldn't set URL");
+    FunctionTrace(sTrace).Location(L"sPattern", sPattern);
+    return Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sPattern).c_str()),
+                     L"Couldn't set URL");
 }
 
 bool VersionMgr::PerformCreatingDirectories(const std::wstring& sPattern)
 {
     const SftpDirectories Directories(m_pCurl, sPattern);
-    return Did(Directories.Result(), L"Couldn't set FTP create missing dirs") &&
-           Did(curl_easy_perform(m_pCurl), L"Couldn't perform operation");
+    return Succeeded(Directories.Result(), L"Couldn't set FTP create missing dirs") &&
+           Succeeded(curl_easy_perform(m_pCurl), L"Couldn't perform operation");
 }
 
 bool VersionMgr::ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions)
 {
     return SetDirectoryURL(L"VersionMgr::GetVersionList : curl_easy_setopt(CURLOPT_URL)", sPattern) &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_DIRLISTONLY, 1L),
-               L"Couldn't set directory list only option") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &VersionMgr::WriteFunction),
-               L"Couldn't set write function") &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aVersions), L"Couldn't set write user data") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_DIRLISTONLY, 1L),
+                     L"Couldn't set directory list only option") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &VersionMgr::WriteFunction),
+                     L"Couldn't set write function") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aVersions),
+                     L"Couldn't set write user data") &&
            PerformCreatingDirectories(sPattern) &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr), L"Couldn't unset write function");
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr),
+                     L"Couldn't unset write function");
 }
 
 bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::int64_t>& aVersions)
@@ -99,11 +102,13 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
     m_dwLastError = ERROR_SUCCESS;
     m_sLastError.clear();
     Trace.Starting();
-    Trace.Text(Level::Verbose, L"sRootURL", quorvel::WithoutPassword(sRootURL));
+    Trace.Location(L"sRootURL", sRootURL);
     if (sRootURL.empty())
-        return Refuse(Trace.Name(), L"Empty URL", L"... ending(Empty URL supplied)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty URL",
+                              L"... ending(Empty URL supplied)");
     if (m_pCurl == nullptr)
-        return Refuse(Trace.Name(), L"NULL cURL handle", L"... ending(Supplied handle is null)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
+                              L"... ending(Supplied handle is null)");
     if (!ListVersions(sRootURL + L"/", aVersions))
     {
         FunctionTrace(L"VersionMgr::GetVersionList : ... ending")
@@ -118,8 +123,8 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
 bool VersionMgr::RequestDirectory(const std::wstring& sPattern)
 {
     return SetDirectoryURL(L"VersionMgr::CreateVersion : curl_easy_setopt(CURLOPT_URL)", sPattern) &&
-           Did(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &DiscardListing),
-               L"Couldn't set write function") &&
+           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &DiscardListing),
+                     L"Couldn't set write function") &&
            PerformCreatingDirectories(sPattern);
 }
 
@@ -129,14 +134,16 @@ bool VersionMgr::CreateVersion(const std::wstring& sServer, const std::wstring& 
     m_dwLastError = ERROR_SUCCESS;
     m_sLastError.clear();
     Trace.Starting();
-    Trace.Text(Level::Verbose, L"sServer", quorvel::WithoutPassword(sServer));
-    Trace.Text(Level::Verbose, L"sRoot", quorvel::WithoutPassword(sRoot));
+    Trace.Location(L"sServer", sServer);
+    Trace.Location(L"sRoot", sRoot);
     if (sRoot.empty())
-        return Refuse(Trace.Name(), L"Empty root supplied", L"... ending(Empty root supplied)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty root supplied",
+                              L"... ending(Empty root supplied)");
     if (m_pCurl == nullptr)
-        return Refuse(Trace.Name(), L"NULL cURL handle", L"... ending(Supplied handle is null)");
+        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
+                              L"... ending(Supplied handle is null)");
     const std::wstring sLabel = version.GetLabel();
-    if (!RequestDirectory(m_sProtocol + sServer + L"/" + sRoot + L"/" + sLabel + L"/"))
+    if (!RequestDirectory(RootUrl(m_sProtocol, sServer, sRoot) + L"/" + sLabel + L"/"))
     {
         FunctionTrace(L"VersionMgr::CreateVersion : ... ending")
             .Text(Level::Error, L"m_sLastError", m_sLastError);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <curl/curl.h>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The backups under the root: lists them, and makes the directory of a new one. Made for one call, on the
@@ -15,7 +16,7 @@ public:
     VersionMgr(CURL* pCurl, std::wstring sProtocol) : m_pCurl(pCurl), m_sProtocol(std::move(sProtocol)) {}
 
     // Appends the dates of the versions under the root, and sorts the list, oldest first. A root that does
-    // not exist is created. sRootURL has no trailing "/".
+    // not exist is created.
     bool GetVersionList(const std::wstring& sRootURL, std::vector<std::int64_t>& aVersions);
     bool CreateVersion(const std::wstring& sServer, const std::wstring& sRoot, const Version& version);
 
@@ -26,8 +27,7 @@ public:
     std::wstring m_sLastError;
 
 private:
-    bool Refuse(const wchar_t* sFunction, const wchar_t* sError, const wchar_t* sEnding);
-    bool Did(CURLcode enCurlRc, const wchar_t* sFailure);
+    bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
     bool ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions);
     bool RequestDirectory(const std::wstring& sPattern);
     bool SetDirectoryURL(const wchar_t* sTrace, const std::wstring& sPattern);

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "common/Text.h"
 #include "common/Trace.h"
+
+#include <exception>
 
 namespace quorvel {
 
 // The trace log seen from one function: writes lines under that function's name, or under a composite such
-// as "ZDV_Position : .. ending".
+// as "ZDV_Position : .. ending". Never throws, so that tracing is safe in destructors, worker threads and
+// callbacks: a line that there is no memory for is lost, like one that there is no file for.
 class FunctionTrace
 {
 public:
@@ -16,18 +20,18 @@ public:
     void Starting() const { Verbose(L"starting ..."); }
     void Ending() const { Verbose(L"... ending"); }
 
-    template <typename Text> void Error(const Text* pMessage) const { Message(Level::Error, pMessage); }
-    template <typename Text> void Warning(const Text* pMessage) const { Message(Level::Warning, pMessage); }
+    template <typename Char> void Error(const Char* pMessage) const { Message(Level::Error, pMessage); }
+    void Warning(const wchar_t* pMessage) const { Message(Level::Warning, pMessage); }
     void Information(const wchar_t* pMessage) const { Message(Level::Information, pMessage); }
     void Verbose(const wchar_t* pMessage) const { Message(Level::Verbose, pMessage); }
 
     template <typename Value> void Text(Level enLevel, const wchar_t* pName, const Value& value) const
     {
-        g_Trace.Text(enLevel, m_pFunction, pName, value);
+        Write([&] { g_Trace.Text(enLevel, m_pFunction, pName, value); });
     }
     template <typename Value> void Number(Level enLevel, const wchar_t* pName, Value value) const
     {
-        g_Trace.Number(enLevel, m_pFunction, pName, value);
+        Write([&] { g_Trace.Number(enLevel, m_pFunction, pName, value); });
     }
     void Number(Level enLevel, const wchar_t* pName, std::int32_t iValue) const
     {
@@ -37,15 +41,33 @@ public:
     {
         Number(enLevel, pName, static_cast<std::uint32_t>(dwValue));
     }
+    // A server, a root or a URL, as far as it may be traced.
+    template <typename Char> void Location(const wchar_t* pName, const std::basic_string<Char>& sValue) const
+    {
+        if (g_Trace.IsEnabled(Level::Verbose))
+            Write([&] { g_Trace.Text(Level::Verbose, m_pFunction, pName, WithoutPassword(sValue)); });
+    }
     void Status(std::uint32_t uiRc) const
     {
-        g_Trace.Hexadecimal(Level::Verbose, m_pFunction, L"uiRc", uiRc);
+        Write([&] { g_Trace.Hexadecimal(Level::Verbose, m_pFunction, L"uiRc", uiRc); });
     }
 
 private:
-    template <typename Text> void Message(Level enLevel, const Text* pMessage) const
+    template <typename Char> void Message(Level enLevel, const Char* pMessage) const
     {
-        g_Trace.Message(enLevel, m_pFunction, pMessage);
+        Write([&] { g_Trace.Message(enLevel, m_pFunction, pMessage); });
+    }
+
+    template <typename WriteLine> static void Write(const WriteLine& writeLine) noexcept
+    {
+        try
+        {
+            writeLine();
+        }
+        catch (const std::exception&)
+        {
+            return; // there is nowhere else to tell it
+        }
     }
 
     const wchar_t* m_pFunction;

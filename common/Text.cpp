@@ -37,11 +37,11 @@ template <typename Char>
 std::basic_string<Char> Masked(std::basic_string_view<Char> sText, const Char* sSchemeEnd, const Char* sMask)
 {
     const std::size_t uiScheme = sText.find(sSchemeEnd);
-    const std::size_t uiColon = sText.find(Char{':'}, uiScheme == sText.npos ? 0 : uiScheme + 3);
+    const std::size_t uiUser = uiScheme == sText.npos ? 0 : uiScheme + 3;
     const std::size_t uiAt = sText.rfind(Char{'@'});
     std::basic_string<Char> sMasked(sText);
-    if (uiColon != sText.npos && uiAt != sText.npos && uiColon < uiAt)
-        sMasked.replace(uiColon + 1, uiAt - uiColon - 1, sMask);
+    if (uiAt != sText.npos && uiAt > uiUser)
+        sMasked.replace(uiUser, uiAt - uiUser, sMask);
     return sMasked;
 }
 

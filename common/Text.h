@@ -8,7 +8,7 @@
 
 namespace quorvel {
 
-// Narrow text of the current locale to UTF-16. A byte that the locale does not know keeps its value.
+// Narrow text of the current locale to UTF-16. A text that the locale cannot read is taken byte by byte.
 std::wstring Widen(std::string_view sText);
 
 // UTF-16 to narrow text of the current locale. A character that the locale lacks becomes "?".
@@ -25,8 +25,8 @@ void CopyTruncated(const std::wstring& sText, wchar_t* pBuffer, std::size_t uiSi
 // The text with every unpaired half of a surrogate pair replaced by U+FFFD.
 std::wstring WellFormed(std::wstring_view sText);
 
-// The text as it may be traced: users type whole URLs, and the password of "user:password@" must not
-// reach the log.
+// The text as it may be traced: users type whole URLs, and the password of "user:password@" must not reach
+// the log, nor what is left of it when the password holds an "@" itself. So all before the last "@" goes.
 std::string WithoutPassword(std::string_view sText);
 std::wstring WithoutPassword(std::wstring_view sText);
 

@@ -102,7 +102,7 @@ std::wstring IPv6Text(std::string_view sBytes)
         return L"<Invalid IPv6 address>";
     std::copy(sBytes.begin(), sBytes.end(), reinterpret_cast<char*>(&Address));
     return InetNtopW(AF_INET6, &Address, aText, std::size(aText)) != nullptr ? aText
-                                                                            : L"<Invalid IPv6 address>";
+                                                                             : L"<Invalid IPv6 address>";
 }
 
 std::string_view AsBytes(const std::uint8_t* pValue, std::size_t uiLength)

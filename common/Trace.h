@@ -84,8 +84,9 @@ public:
     virtual void DateTime(Level enLevel, const wchar_t* pFunction, const wchar_t* pName,
                           const SYSTEMTIME& Value);
 
-private:
     bool IsEnabled(Level enLevel) const { return (m_uiLevelMask & static_cast<std::uint32_t>(enLevel)) != 0; }
+
+private:
     void KeepPreviousFile() const;
     void WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody);
     void WriteVariable(Level enLevel, std::wstring_view sFunction, std::wstring_view sName,

@@ -2,7 +2,7 @@
 
 #include "common/FunctionTrace.h"
 #include "common/Text.h"
-#include "stream/LastError.h"
+#include "interface/LastError.h"
 
 #include <algorithm>
 
@@ -15,7 +15,7 @@ constexpr DWORD APP_INIT_FAILURE = 575; // ERROR_APP_INIT_FAILURE, which mingw's
 
 bool Failed(FtpContext& FC, std::uint32_t dwLastError, const wchar_t* sError)
 {
-    SetLastError(FC, dwLastError, sError);
+    StoreLastError(FC, dwLastError, sError);
     FunctionTrace(L"DoInitEx : ... ending").Text(Level::Error, L"FC.m_sLastError", sError);
     return false;
 }
@@ -32,7 +32,7 @@ struct Option
     const wchar_t* sStep;
     CURLcode (*Set)(CURL* pCurl, const FtpContext& FC);
     OnFailure enOnFailure;
-    const wchar_t* sFailure; // the last error's text; of a traced option what names the code in the log
+    const wchar_t* sFailure; // the last error's text, or what names a traced option's code; null for none
     const wchar_t* sLabel;   // under which the code is traced; null for none
 };
 
@@ -63,8 +63,9 @@ CURLcode SetPassword(CURL* pCurl, const FtpContext& FC)
     return curl_easy_setopt(pCurl, CURLOPT_PASSWORD, quorvel::ToUtf8(FC.m_sPassword).c_str());
 }
 
+// Refused, and so traced, by a libcurl without HTTP.
 constexpr Option USER_AGENT = {L"curl_easy_setopt(CURLOPT_USERAGENT)", SetUserAgent, OnFailure::Traced,
-                               L"enCurlRc", L"DoInitEx : Set User Agent failed"};
+                               nullptr, L"DoInitEx : Set User Agent failed"};
 // Traces its own step, with the port's value.
 constexpr Option PORT = {nullptr, SetPort, OnFailure::Fatal, L"Failed to set Port",
                          L"DoInitEx : CURLOPT_PORT"};
@@ -91,24 +92,25 @@ constexpr Option OPTIONS[] = {
      SetLong<CURLOPT_FTP_FILEMETHOD, CURLFTPMETHOD_MULTICWD>, OnFailure::Fatal,
      L"Failed to set FTP File Method", nullptr},
     {L"curl_easy_setopt(CURLOPT_TCP_KEEPALIVE, 1)", SetLong<CURLOPT_TCP_KEEPALIVE, 1>, OnFailure::Traced,
-     L"enCurlRc", L"DoInitEx : CURLOPT_TCP_KEEPALIVE"},
+     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPALIVE"},
     {L"curl_easy_setopt(CURLOPT_TCP_KEEPIDLE, 120)", SetLong<CURLOPT_TCP_KEEPIDLE, 120>, OnFailure::Traced,
-     L"enCurlRc", L"DoInitEx : CURLOPT_TCP_KEEPIDLE"},
+     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPIDLE"},
     {L"curl_easy_setopt(CURLOPT_TCP_KEEPINTVL, 60)", SetLong<CURLOPT_TCP_KEEPINTVL, 60>, OnFailure::Traced,
-     L"enCurlRc", L"DoInitEx : CURLOPT_TCP_KEEPINTVL"},
+     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPINTVL"},
 };
 
-bool Apply(FtpContext& FC, const FunctionTrace& Trace, const Option& Option)
+bool Apply(FtpContext& FC, const FunctionTrace& Trace, const Option& Step)
 {
-    if (Option.sStep != nullptr)
-        Trace.Verbose(Option.sStep);
-    const CURLcode enCurlRc = Option.Set(FC.m_pCurl, FC);
-    if (enCurlRc == CURLE_OK || Option.enOnFailure == OnFailure::Ignored)
+    if (Step.sStep != nullptr)
+        Trace.Verbose(Step.sStep);
+    const CURLcode enCurlRc = Step.Set(FC.m_pCurl, FC);
+    if (enCurlRc == CURLE_OK || Step.enOnFailure == OnFailure::Ignored)
         return true;
-    if (Option.sLabel != nullptr)
-        FunctionTrace(Option.sLabel)
-            .Number(Level::Error, Option.sFailure, static_cast<std::uint32_t>(enCurlRc));
-    return Option.enOnFailure == OnFailure::Traced || Failed(FC, ERROR_BAD_ENVIRONMENT, Option.sFailure);
+    if (Step.sLabel != nullptr)
+        FunctionTrace(Step.sLabel)
+            .Number(Level::Error, Step.sFailure != nullptr ? Step.sFailure : L"enCurlRc",
+                    static_cast<std::uint32_t>(enCurlRc));
+    return Step.enOnFailure == OnFailure::Traced || Failed(FC, ERROR_BAD_ENVIRONMENT, Step.sFailure);
 }
 
 const wchar_t* Scheme(std::uint32_t uiPort)
@@ -124,7 +126,8 @@ const wchar_t* Scheme(std::uint32_t uiPort)
     }
 }
 
-// A root typed with backslashes, a leading slash or as a whole URL becomes relative to the login directory.
+// A root typed with backslashes, a leading slash or as a whole URL becomes the path of one: relative to the
+// login directory over FTP, from the server's top directory (or the login directory's "~/") over SFTP.
 std::wstring NormalisedRoot(std::wstring sRoot)
 {
     std::replace(sRoot.begin(), sRoot.end(), L'\\', L'/');
@@ -152,11 +155,11 @@ bool DoInitEx(FtpContext& FC)
         return false;
     FC.m_sProtocol = Scheme(FC.m_uiPort);
     Trace.Text(Level::Verbose, L"FC.m_sProtocol", FC.m_sProtocol);
-    for (const Option& Option : OPTIONS)
-        if (!Apply(FC, Trace, Option))
+    for (const Option& Step : OPTIONS)
+        if (!Apply(FC, Trace, Step))
             return false;
     FC.m_sRoot = NormalisedRoot(FC.m_sRoot);
-    Trace.Text(Level::Verbose, L"FC.m_sRoot", quorvel::WithoutPassword(FC.m_sRoot));
+    Trace.Location(L"FC.m_sRoot", FC.m_sRoot);
     Trace.Ending();
     return true;
 }

@@ -7,7 +7,6 @@
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
-using quorvel::WithoutPassword;
 
 namespace {
 
@@ -148,13 +147,13 @@ ZDV_STATUS GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uin
         if (!IsGetCategory(uiCategory))
         {
             Trace.Warning(L"InvalidCategory");
-            return Ended(Options::GET_ENDING, InvalidCategory(Options::GET_NARROW_NAME,
-                                                              static_cast<std::uint32_t>(uiCategory)));
+            return Ended(Options::GET_ENDING,
+                         InvalidCategory(Options::GET_NARROW_NAME, static_cast<std::uint32_t>(uiCategory)));
         }
         Trace.Verbose(CategoryName(uiCategory));
         const ZDV_STATUS uiRc = CopyOption<Options>(FC, Trace, uiCategory, uiIndex, pOptions, uiSize);
         if (uiRc == ZDV_SUCCESS && Options::BufferLength(uiSize) != 0)
-            Trace.Text(Level::Verbose, L"pOptions", WithoutPassword(pOptions));
+            Trace.Location(L"pOptions", std::basic_string(pOptions));
         return Ended(Options::GET_ENDING, uiRc);
     });
 }
@@ -167,10 +166,11 @@ std::wstring Bracketed(std::wstring sServer)
     return sServer;
 }
 
-void StoreText(std::wstring& sMember, const FunctionTrace& Trace, const wchar_t* sName, std::wstring sText)
+void StoreLocation(std::wstring& sMember, const FunctionTrace& Trace, const wchar_t* sName,
+                   std::wstring sText)
 {
     sMember = std::move(sText);
-    Trace.Text(Level::Verbose, sName, WithoutPassword(sMember));
+    Trace.Location(sName, sMember);
 }
 
 template <typename Options>
@@ -180,20 +180,31 @@ void StoreOption(FtpContext& FC, const FunctionTrace& Trace, std::int32_t uiCate
     switch (uiCategory)
     {
     case ZDV_FTP_SERVERNAME:
-        return StoreText(FC.m_sServer, Trace, L"pFC->m_sServer", Bracketed(Options::Text(pOptions)));
+        return StoreLocation(FC.m_sServer, Trace, L"pFC->m_sServer", Bracketed(Options::Text(pOptions)));
     case ZDV_FTP_PORT:
         FC.m_uiPort = Options::Port(pOptions);
         return Trace.Number(Level::Verbose, L"pFC->m_uiPort", FC.m_uiPort);
     case ZDV_FTP_ROOT:
-        return StoreText(FC.m_sRoot, Trace, L"pFC->m_sRoot", Options::Text(pOptions));
+        return StoreLocation(FC.m_sRoot, Trace, L"pFC->m_sRoot", Options::Text(pOptions));
     case ZDV_FTP_USERNAME:
-        return StoreText(FC.m_sUsername, Trace, L"pFC->m_sUsername", Options::Text(pOptions));
+        FC.m_sUsername = Options::Text(pOptions);
+        return Trace.Text(Level::Verbose, L"pFC->m_sUsername", FC.m_sUsername);
     case ZDV_FTP_PASSWORD:
         FC.m_sPassword = Options::Text(pOptions);
         return;
     default:
         return; // interfaces and adapters: there is nothing to choose
     }
+}
+
+// Never the password, also where a user has typed it as a part of something else.
+template <typename Char>
+void TraceValue(const FunctionTrace& Trace, std::int32_t uiCategory, const Char* pOptions)
+{
+    if (uiCategory == ZDV_FTP_USERNAME)
+        Trace.Text(Level::Verbose, L"pOptions", pOptions);
+    else if (uiCategory != ZDV_FTP_PASSWORD)
+        Trace.Location(L"pOptions", std::basic_string(pOptions));
 }
 
 template <typename Options>
@@ -203,8 +214,7 @@ ZDV_STATUS SetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory,
     return WithDevice(handle, Options::SET_NAME, [&](FtpContext& FC, const FunctionTrace& Trace) {
         Trace.Starting();
         Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-        if (uiCategory != ZDV_FTP_PASSWORD)
-            Trace.Text(Level::Verbose, L"pOptions", WithoutPassword(pOptions));
+        TraceValue(Trace, uiCategory, pOptions);
         if (!IsSetCategory(uiCategory))
         {
             Trace.Warning(L"InvalidCategory");

@@ -10,18 +10,10 @@ void TraceException(const wchar_t* sFunction) noexcept
     }
     catch (const std::exception& Exception)
     {
-        // The log can fail for the same reason; then there is nothing left to tell it to.
-        try
-        {
-            quorvel::FunctionTrace(sFunction).Error(Exception.what());
-        }
-        catch (...)
-        {
-            return;
-        }
+        quorvel::FunctionTrace(sFunction).Error(Exception.what());
     }
     catch (...)
     {
-        return;
+        quorvel::FunctionTrace(sFunction).Error(L"unknown exception");
     }
 }

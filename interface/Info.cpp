@@ -3,7 +3,7 @@
 #include "interface/BackupTime.h"
 #include "interface/Entry.h"
 #include "interface/InvalidCategory.h"
-#include "stream/LastError.h"
+#include "interface/LastError.h"
 
 #include <cstdlib>
 #include <optional>

@@ -1,7 +1,7 @@
 // ZDV_GetProperty and ZDV_SetProperty.
 #include "interface/Entry.h"
 #include "interface/InvalidCategory.h"
-#include "stream/LastError.h"
+#include "interface/LastError.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;

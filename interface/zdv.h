@@ -95,25 +95,25 @@ inline constexpr std::int32_t ZDV_FTP_USERNAME = 27;
 inline constexpr std::int32_t ZDV_FTP_PASSWORD = 28; // never traced
 
 // ZDV_GetProperty and ZDV_SetProperty
-inline constexpr std::uint32_t ZDV_P_BLOCKSIZE = 0;                // get 65,536; a set is ignored
-inline constexpr std::uint32_t ZDV_P_COMP = 1;                     // 0: no compression
-inline constexpr std::uint32_t ZDV_P_PART = 2;                     // 1 partition; a set is refused
-inline constexpr std::uint32_t ZDV_P_URUN = 3;                     // 0
-inline constexpr std::uint32_t ZDV_P_WRPR = 4;                     // 0: no write protection tab
-inline constexpr std::uint32_t ZDV_P_GOTO = 5;                     // 0: cannot seek to a block address
-inline constexpr std::uint32_t ZDV_P_ECC_FRAME = 6;                // 65,536
-inline constexpr std::uint32_t ZDV_P_CHANGER_INFO = 7;             // 0
-inline constexpr std::uint32_t ZDV_P_SUPPORTS_INITIALISE = 8;      // 0
-inline constexpr std::uint32_t ZDV_P_REMOVABLE = 9;                // 0
-inline constexpr std::uint32_t ZDV_P_VT_ALLOW_CREATION = 13;       // known to a set only, and refused
-inline constexpr std::uint32_t ZDV_P_GET_CUR_BLK_ADDR = 14;        // blocks passed in the current object
-inline constexpr std::uint32_t ZDV_P_INITIAL_BLOCKSIZE = 18;       // 65,536
-inline constexpr std::uint32_t ZDV_P_SPECIFIC_ERROR_CODE = 32;     // the last error's number, 0 for none
-inline constexpr std::uint32_t ZDV_P_SUPPORTS_VERSIONING = 34;     // 1
+inline constexpr std::uint32_t ZDV_P_BLOCKSIZE = 0;                 // get 65,536; a set is ignored
+inline constexpr std::uint32_t ZDV_P_COMP = 1;                      // 0: no compression
+inline constexpr std::uint32_t ZDV_P_PART = 2;                      // 1 partition; a set is refused
+inline constexpr std::uint32_t ZDV_P_URUN = 3;                      // 0
+inline constexpr std::uint32_t ZDV_P_WRPR = 4;                      // 0: no write protection tab
+inline constexpr std::uint32_t ZDV_P_GOTO = 5;                      // 0: cannot seek to a block address
+inline constexpr std::uint32_t ZDV_P_ECC_FRAME = 6;                 // 65,536
+inline constexpr std::uint32_t ZDV_P_CHANGER_INFO = 7;              // 0
+inline constexpr std::uint32_t ZDV_P_SUPPORTS_INITIALISE = 8;       // 0
+inline constexpr std::uint32_t ZDV_P_REMOVABLE = 9;                 // 0
+inline constexpr std::uint32_t ZDV_P_VT_ALLOW_CREATION = 13;        // known to a set only, and refused
+inline constexpr std::uint32_t ZDV_P_GET_CUR_BLK_ADDR = 14;         // blocks passed in the current object
+inline constexpr std::uint32_t ZDV_P_INITIAL_BLOCKSIZE = 18;        // 65,536
+inline constexpr std::uint32_t ZDV_P_SPECIFIC_ERROR_CODE = 32;      // the last error's number, 0 for none
+inline constexpr std::uint32_t ZDV_P_SUPPORTS_VERSIONING = 34;      // 1
 inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_100 = 100; // a set is refused
 inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_101 = 101; // a set is refused
-inline constexpr std::uint32_t ZDV_P_RESERVE_BLOCKS = 104;         // get and set; 0 after a media reset
-inline constexpr std::uint32_t ZDV_P_BACKUP_TIME = 105;            // a set is ignored
+inline constexpr std::uint32_t ZDV_P_RESERVE_BLOCKS = 104;          // get and set; 0 after a media reset
+inline constexpr std::uint32_t ZDV_P_BACKUP_TIME = 105;             // a set is ignored
 
 // ZDV_MediaAccess
 inline constexpr std::uint32_t ZDV_MA_WFM = 0; // write filemarks

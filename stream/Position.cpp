@@ -59,7 +59,8 @@ ZDV_STATUS ReadPast(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBl
     {
         Trace.Verbose(L"ReadData");
         uiRc = ReadData(&FC, 1, aScratch.data());
-        // Counted whether or not a block was there: hosts compare with the blocks they asked to skip.
+        // On top of what the read itself counts, also when no block was there: hosts know the number of a
+        // position reached by skipping as twice its distance.
         ++FC.m_uiCurrentBlock;
     }
     return uiRc;
@@ -125,6 +126,7 @@ ZDV_STATUS Position(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t ui
     case ZDV_SP_SKIP:
         return SkipBlocks(FC, Trace, iBlocks);
     case ZDV_SP_GOTO:
+        Trace.Verbose(L"ZDV_SP_GOTO");
         Trace.Warning(L"ZDV_SP_GOTO - Not supported");
         return ZDV_FUNCTION_NOT_SUPPORTED;
     case ZDV_SP_FFM:

@@ -1,9 +1,10 @@
-// ZDV_ReadData, and the download: ReadData on the host's thread, ThreadReader with its callbacks on the worker.
+// ZDV_ReadData, and the download: ReadData on the host's thread, ThreadReader with its callbacks on the
+// worker.
 #include "stream/ReadData.h"
 
-#include "interface/Entry.h"
+#include "interface/CurlCallback.h"
+#include "interface/LastError.h"
 #include "stream/Blocks.h"
-#include "stream/LastError.h"
 #include "stream/ObjectClose.h"
 #include "stream/PipeEnds.h"
 #include "stream/Transfer.h"
@@ -61,18 +62,20 @@ std::size_t FailedWrite(const FtpContext* pFC, const FunctionTrace& Trace, DWORD
                         std::size_t uiSize)
 {
     const DWORD dwLastError = GetLastError();
+    const bool bClosed = pFC->m_hDownloadRead == INVALID_HANDLE_VALUE;
+    // The host's disconnect comes first, its close second; which of them this call meets is chance.
+    if (bClosed && (dwLastError == ERROR_NO_DATA || dwLastError == ERROR_PIPE_NOT_CONNECTED))
+    {
+        Trace.Information(L"Download->Read pipe handle closed");
+        return dwBytesWritten;
+    }
     if (dwLastError != ERROR_NO_DATA)
     {
         FunctionTrace(L"WriteCallback : ... ending(WriteFile failed)")
             .Number(Level::Error, L"dwLastError", dwLastError);
         return ABORT_TRANSFER;
     }
-    if (pFC->m_hDownloadRead == INVALID_HANDLE_VALUE)
-    {
-        Trace.Information(L"Download->Read pipe handle closed");
-        return dwBytesWritten;
-    }
-    // The host still holds its end and merely stopped taking: the object goes on without this piece.
+    // The host holds its end open and counts on the object going on, be it without this piece.
     Trace.Error(L"WriteFile failed(No Data)");
     return uiSize;
 }
@@ -99,8 +102,7 @@ std::size_t PassOn(FtpContext* pFC, const FunctionTrace& Trace, const char* data
 // libcurl has data. Blocks until the host has taken it.
 std::size_t WriteCallback(char* data, std::size_t size, std::size_t nmemb, void* pUserData)
 {
-    return Callback(L"WriteCallback", [&]() -> std::size_t {
-        const FunctionTrace Trace(L"WriteCallback");
+    return GuardedCallback(L"WriteCallback", [&](const FunctionTrace& Trace) -> std::size_t {
         Trace.Starting();
         auto* const pFC = static_cast<FtpContext*>(pUserData);
         if (!HasArgument(pFC, Trace))
@@ -134,8 +136,7 @@ void TraceHeaders(const FunctionTrace& Trace, std::string_view sHeaders)
 // The server's answers, for the log only.
 std::size_t HeaderCallback(char* data, std::size_t size, std::size_t nitems, void* pUserData)
 {
-    return Callback(L"HeaderCallback", [&]() -> std::size_t {
-        const FunctionTrace Trace(L"HeaderCallback");
+    return GuardedCallback(L"HeaderCallback", [&](const FunctionTrace& Trace) -> std::size_t {
         Trace.Starting();
         if (!HasArgument(static_cast<FtpContext*>(pUserData), Trace))
             return ABORT_TRANSFER;
@@ -173,6 +174,9 @@ constexpr WorkerStep STEPS[] = {
      [](CURL* pCurl, FtpContext*) { return curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, &WriteCallback); }},
     {L"curl_easy_setopt(CURLOPT_WRITEDATA)", L"Set write data option failed",
      [](CURL* pCurl, FtpContext* pFC) { return curl_easy_setopt(pCurl, CURLOPT_WRITEDATA, pFC); }},
+    // A failed upload leaves the handle in upload mode, and that would empty the object to be read.
+    {nullptr, L"Unset upload option failed",
+     [](CURL* pCurl, FtpContext*) { return curl_easy_setopt(pCurl, CURLOPT_UPLOAD, 0L); }},
     {L"curl_easy_perform", L"Perform operation failed", PerformDownload},
 };
 
@@ -205,6 +209,8 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
         Trace.Warning(L"... ending(End Of Media)");
         return ZDV_END_OF_MEDIA;
     }
+    if (FC.m_bWriting)
+        ObjectClose(&FC);
     Trace.Verbose(L"pFC->m_uiCurrentObject++");
     ++FC.m_uiCurrentObject;
     FC.m_ullBytesRead = 0;

@@ -2,10 +2,9 @@
 
 #include "catalogue/ServerUrl.h"
 #include "common/FunctionTrace.h"
-#include "common/Text.h"
 #include "common/Url.h"
 #include "interface/CurlError.h"
-#include "stream/LastError.h"
+#include "interface/LastError.h"
 #include "stream/PipeEnds.h"
 
 using quorvel::FunctionTrace;
@@ -15,11 +14,16 @@ namespace {
 
 constexpr DWORD WAIT_STEP = 5000; // milliseconds
 
+void TraceLastError(const FtpContext& FC, const wchar_t* sEnding)
+{
+    FunctionTrace(sEnding).Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
+}
+
 ZDV_STATUS RefuseObject(FtpContext& FC, const TransferDirection& Direction)
 {
     FC.m_dwLastError = ERROR_INVALID_PARAMETER;
     FC.m_sLastError = L"Invalid object id";
-    FunctionTrace(Direction.sEnding).Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
+    TraceLastError(FC, Direction.sEnding);
     return ZDV_DEVICE_ERROR;
 }
 
@@ -29,11 +33,11 @@ ZDV_STATUS SetObjectUrl(FtpContext& FC, const TransferDirection& Direction)
     if (FC.m_AreaObjectList[FC.m_uiCurrentObject - 1].m_uiObjectId >= AreaObject::FIRST_ID_WITHOUT_LABEL)
         return RefuseObject(FC, Direction);
     const std::wstring sURL = ObjectUrl(FC);
-    FunctionTrace(Direction.sSetUrl).Text(Level::Verbose, L"sURL", quorvel::WithoutPassword(sURL));
+    FunctionTrace(Direction.sSetUrl).Location(L"sURL", sURL);
     if (CurlSucceeded(curl_easy_setopt(FC.m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sURL).c_str()),
                       L"Set URL option failed", FC.m_dwLastError, FC.m_sLastError))
         return ZDV_SUCCESS;
-    FunctionTrace(Direction.sEnding).Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
+    TraceLastError(FC, Direction.sEnding);
     return ZDV_DEVICE_ERROR;
 }
 
@@ -50,8 +54,8 @@ ZDV_STATUS FailPipe(FtpContext& FC, const wchar_t* sError, const wchar_t* sTrace
 // had a client can be disconnected on every system, so it gets one for a moment.
 void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction)
 {
-    const HANDLE hClient = CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr,
-                                       OPEN_EXISTING, 0, nullptr);
+    const HANDLE hClient =
+        CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     if (hClient != INVALID_HANDLE_VALUE)
         CloseHandle(hClient);
     DisconnectNamedPipe(hServer);
@@ -90,13 +94,12 @@ bool HasTransfer(const FtpContext& FC, const TransferDirection& Direction)
 
 void AwaitWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirection& Direction)
 {
-    FunctionTrace(Direction.sStillActive)
-        .Number(Level::Verbose, L"dwThreadId", GetThreadId(FC.m_hThread));
+    FunctionTrace(Direction.sStillActive).Number(Level::Verbose, L"dwThreadId", GetThreadId(FC.m_hThread));
     DWORD dwRc = WAIT_TIMEOUT;
     while ((dwRc = WaitForSingleObject(FC.m_hThread, WAIT_STEP)) == WAIT_TIMEOUT)
         Trace.Verbose(Direction.sWaiting);
     FunctionTrace(L"ObjectClose : WaitForSingleObject").Number(Level::Verbose, L"dwRc", dwRc);
-    // Not closed: a host's debugger and its logs may still name the thread of the last transfer.
+    // The handle is not closed: support tools look up the last transfer's thread by it, also after its end.
     FC.m_hThread = nullptr;
 }
 
@@ -108,9 +111,8 @@ HANDLE OpenClientEnd(const TransferDirection& Direction)
     return CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING, 0, nullptr);
 }
 
-bool RunSteps(FtpContext* pFC, const FunctionTrace& Trace, std::span<const WorkerStep> Steps)
+bool RunSteps(FtpContext* pFC, CURL* pCurl, const FunctionTrace& Trace, std::span<const WorkerStep> Steps)
 {
-    CURL* const pCurl = pFC->m_pCurl;
     for (const WorkerStep& Step : Steps)
     {
         if (Step.sTrace != nullptr)
@@ -125,10 +127,13 @@ bool RunSteps(FtpContext* pFC, const FunctionTrace& Trace, std::span<const Worke
 
 ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
 {
-    // Whatever transfer is still there ends first: a context has one worker, and never loses sight of it.
-    EndTransfer(FC, UPLOAD);
-    EndTransfer(FC, DOWNLOAD);
-    ClearLastError(FC);
+    // What a connection that failed has left: a context has one worker, and never loses sight of it.
+    if (HasTransfer(FC, UPLOAD) || HasTransfer(FC, DOWNLOAD))
+    {
+        EndTransfer(FC, UPLOAD);
+        EndTransfer(FC, DOWNLOAD);
+        ClearLastError(FC);
+    }
     if (const ZDV_STATUS uiRc = SetObjectUrl(FC, Direction); uiRc != ZDV_SUCCESS)
         return uiRc;
     if (!CreatePipe(FC, Direction))
@@ -161,13 +166,14 @@ bool HasSession(const FtpContext* pFC, const TransferDirection& Direction)
 DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<const WorkerStep> Steps)
 {
     const FunctionTrace Trace(Direction.sWorkerFunction);
+    CURL* const pCurl = pFC->m_pCurl; // taken before the host is let go: it may make the device ready anew
     const HANDLE hClient = OpenClientEnd(Direction);
     if (hClient == INVALID_HANDLE_VALUE)
         return FailPipe(*pFC, Direction.sCouldNotOpen, Direction.sOpenFailed);
     pFC->*Direction.hClient = hClient;
-    if (!RunSteps(pFC, Trace, Steps))
+    if (!RunSteps(pFC, pCurl, Trace, Steps))
     {
-        FunctionTrace(Direction.sWorkerEnding).Text(Level::Error, L"pFC->m_sLastError", pFC->m_sLastError);
+        TraceLastError(*pFC, Direction.sWorkerEnding);
         return WORKER_FAILED;
     }
     Trace.Ending();

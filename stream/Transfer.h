@@ -4,18 +4,18 @@
 //   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
 //
 // The threads share the FtpContext without a lock. What orders them is the pipe and the thread's life:
-//   before the worker    everything the worker reads (m_pCurl, the URL set on it) is written before
-//                        CreateThread.
+//   before the worker    everything the worker reads (the libcurl handle and the URL set on it) is written
+//                        before CreateThread.
+//   m_pCurl              read by the worker while the host waits in ConnectNamedPipe. The worker keeps that
+//                        handle; a device that is made ready anew in the middle of a transfer has another.
 //   client end           written by the worker alone; the host reads it after its own call on the pipe has
-//                        failed, and the worker publishes the end of it before it closes the handle.
+//                        failed, and the worker publishes its end before it closes the handle.
 //   server end           written by the host alone; the worker reads it after its own call has failed, and
-//                        ObjectClose publishes the end of it before it disconnects the pipe.
+//                        ObjectClose publishes its end before it disconnects the pipe.
 //   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
 //   m_ullBytesWritten
-//   m_dwLastError,       the worker's from the connection to its end, see LastError.h. It sets them before
-//   m_sLastError         it gives up its end of the pipe.
-//   m_pCurl              the worker keeps the handle that it started with; a device made ready anew in the
-//                        middle of a transfer has another one.
+//   m_dwLastError,       the worker's while it runs, see interface/LastError.h. It sets them before it gives
+//   m_sLastError         up its end of the pipe.
 // All else belongs to the host's thread.
 #pragma once
 
@@ -82,6 +82,3 @@ DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<c
 
 // A worker's entry test: false, traced, for a context that no transfer can run on.
 bool HasSession(const FtpContext* pFC, const TransferDirection& Direction);
-
-// What a libcurl callback returns to abort the transfer.
-inline constexpr std::size_t ABORT_TRANSFER = static_cast<std::size_t>(-1);

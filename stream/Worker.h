@@ -18,21 +18,11 @@ DWORD WorkerThread(LPVOID pArgument, const TransferDirection& Direction, std::sp
     catch (...)
     {
         TraceException(Direction.sWorkerFunction);
-        pFC->m_dwLastError = ERROR_NOT_ENOUGH_MEMORY;
+        if (pFC != nullptr)
+        {
+            pFC->m_dwLastError = ERROR_NOT_ENOUGH_MEMORY;
+            pFC->m_sLastError.clear();
+        }
         return WORKER_FAILED;
-    }
-}
-
-// The body of a libcurl callback: no exception may cross libcurl.
-template <typename Body> std::size_t Callback(const wchar_t* sFunction, const Body& body) noexcept
-{
-    try
-    {
-        return body();
-    }
-    catch (...)
-    {
-        TraceException(sFunction);
-        return ABORT_TRANSFER;
     }
 }

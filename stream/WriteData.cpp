@@ -1,10 +1,12 @@
-// ZDV_WriteData, and the upload: WriteData on the host's thread, ThreadWriter with ReadCallback on the worker.
+// ZDV_WriteData, and the upload: WriteData on the host's thread, ThreadWriter with ReadCallback on the
+// worker.
 #include "stream/WriteData.h"
 
 #include "catalogue/VersionMgr.h"
-#include "interface/Entry.h"
+#include "interface/CurlCallback.h"
+#include "interface/LastError.h"
 #include "stream/Blocks.h"
-#include "stream/LastError.h"
+#include "stream/ObjectClose.h"
 #include "stream/PipeEnds.h"
 #include "stream/Transfer.h"
 #include "stream/Worker.h"
@@ -79,7 +81,8 @@ std::size_t FillBuffer(FtpContext* pFC, const FunctionTrace& Trace, char* buffer
         pFC->m_ullBytesRead += dwBytesRead;
         dwBytesToRead -= dwBytesRead;
     }
-    FunctionTrace(L"ReadCallback : ... ending").Number(Level::Verbose, L"size * nitems", std::uint64_t{uiSize});
+    FunctionTrace(L"ReadCallback : ... ending")
+        .Number(Level::Verbose, L"size * nitems", std::uint64_t{uiSize});
     return uiSize;
 }
 
@@ -87,8 +90,7 @@ std::size_t FillBuffer(FtpContext* pFC, const FunctionTrace& Trace, char* buffer
 // takes.
 std::size_t ReadCallback(char* buffer, std::size_t size, std::size_t nitems, void* pUserData)
 {
-    return Callback(L"ReadCallback", [&]() -> std::size_t {
-        const FunctionTrace Trace(L"ReadCallback");
+    return GuardedCallback(L"ReadCallback", [&](const FunctionTrace& Trace) -> std::size_t {
         Trace.Starting();
         auto* const pFC = static_cast<FtpContext*>(pUserData);
         if (pFC == nullptr)
@@ -113,7 +115,8 @@ CURLcode PerformUpload(CURL* pCurl, FtpContext*)
     return enCurlRc;
 }
 
-// After a failed transfer the handle stays in upload mode: the device has to be made ready anew.
+// After a failed transfer the handle stays in upload mode, so that listings fail: the host has to make the
+// device ready anew, and learns what became of the version.
 constexpr WorkerStep STEPS[] = {
     {L"curl_easy_setopt(CURLOPT_DIRLISTONLY, FALSE)", L"Set directory list only option failed",
      [](CURL* pCurl, FtpContext*) { return curl_easy_setopt(pCurl, CURLOPT_DIRLISTONLY, 0L); }},
@@ -137,25 +140,28 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
 {
     Trace.Information(L"Writing Volume Header so start new version");
     FC.m_tLatestVersion = _time64(nullptr);
+    // Emptied first: a host that writes on after a failure must not find the objects of an older version, and
+    // overwrite them.
+    FC.m_AreaObjectList.clear();
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
     const Version NewVersion(FC.m_tLatestVersion);
     if (!Manager.CreateVersion(FC.m_sServer, FC.m_sRoot, NewVersion))
     {
-        FC.m_dwLastError = Manager.m_dwLastError;
-        FC.m_sLastError = Manager.m_sLastError;
+        TakeLastError(FC, Manager);
         Trace.Error(L"... ending(VersionMgr::CreateVersion failed)");
         return ZDV_DEVICE_ERROR;
     }
     Trace.Verbose(L"New version");
     FC.m_VersionList.push_back(FC.m_tLatestVersion);
     FC.m_CurrentVersion = NewVersion;
-    FC.m_AreaObjectList.clear();
     FC.m_AreaObjectList.emplace_back(FC.m_tLatestVersion, FC.m_uiCurrentObject);
     return ZDV_SUCCESS;
 }
 
 ZDV_STATUS OpenObject(FtpContext& FC, const FunctionTrace& Trace)
 {
+    if (FC.m_bGetData)
+        ObjectClose(&FC);
     ++FC.m_uiCurrentObject;
     FC.m_ullBytesRead = 0;
     FC.m_ullBytesWritten = 0;
@@ -178,10 +184,16 @@ ZDV_STATUS StartUpload(FtpContext& FC, const FunctionTrace& Trace)
     return StartTransfer(FC, UPLOAD);
 }
 
+bool PipeHasEnded(DWORD dwLastError)
+{
+    return dwLastError == ERROR_NO_DATA || dwLastError == ERROR_BROKEN_PIPE ||
+           dwLastError == ERROR_PIPE_NOT_CONNECTED;
+}
+
 ZDV_STATUS FailedWrite(const FtpContext& FC, const FunctionTrace& Trace)
 {
     const DWORD dwLastError = GetLastError();
-    if (FC.m_hUploadRead == INVALID_HANDLE_VALUE)
+    if (PipeHasEnded(dwLastError) && FC.m_hUploadRead == INVALID_HANDLE_VALUE)
         // The worker has given up its end as its last act. Once it has left, why it failed is the host's.
         WaitForSingleObject(FC.m_hThread, INFINITE);
     if (dwLastError != ERROR_NO_DATA)

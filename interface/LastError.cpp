@@ -1,4 +1,4 @@
-#include "stream/LastError.h"
+#include "interface/LastError.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ void ClearLastError(FtpContext& FC)
     }
 }
 
-void SetLastError(FtpContext& FC, std::uint32_t dwLastError, const std::wstring& sLastError)
+void StoreLastError(FtpContext& FC, std::uint32_t dwLastError, const std::wstring& sLastError)
 {
     if (!WorkerRuns(FC))
     {

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The server that tests/with-server has started for this program.
+namespace server {
+
+// An environment variable of tests/with-server; a test program without them ends with a plain word.
+std::wstring Variable(const wchar_t* sName);
+
+// The root to configure for a folder of the login directory. SFTP roots begin at the server's top directory.
+std::wstring Root(const std::wstring& sFolder);
+
+// The same folder on this machine.
+std::filesystem::path Store(const std::wstring& sFolder);
+
+// The names in a folder of the store, sorted.
+std::vector<std::wstring> Names(const std::wstring& sFolder);
+
+// Breaks or mends the server: "kill", "stop", "cont" or "start". Returns when it is done.
+void Control(const std::string& sCommand);
+
+} // namespace server
