@@ -42,7 +42,7 @@ void Append(ZDV_LIST* pList, const std::tm& Time)
 {
     if (!IsList(pList) || (pList->uiFlags & ZDV_LIST_NO_ADDITIONS) != 0)
         return;
-    // The host releases the node with its run time's free.
+    // msvcrt.dll on both sides: the host releases the node with its free.
     auto* const pNode = static_cast<ZDV_LIST_NODE*>(std::calloc(1, ZDV_LIST_NODE_SIZE));
     if (pNode == nullptr)
         return;

@@ -20,14 +20,19 @@ public:
     void Starting() const { Verbose(L"starting ..."); }
     void Ending() const { Verbose(L"... ending"); }
 
-    template <typename Char> void Error(const Char* pMessage) const { Message(Level::Error, pMessage); }
+    void Error(const wchar_t* pMessage) const { Message(Level::Error, pMessage); }
     void Warning(const wchar_t* pMessage) const { Message(Level::Warning, pMessage); }
     void Information(const wchar_t* pMessage) const { Message(Level::Information, pMessage); }
     void Verbose(const wchar_t* pMessage) const { Message(Level::Verbose, pMessage); }
 
-    template <typename Value> void Text(Level enLevel, const wchar_t* pName, const Value& value) const
+    template <typename Char> void Text(Level enLevel, const wchar_t* pName, const Char* pValue) const
     {
-        Write([&] { g_Trace.Text(enLevel, m_pFunction, pName, value); });
+        Write([&] { g_Trace.Text(enLevel, m_pFunction, pName, pValue); });
+    }
+    template <typename Char>
+    void Text(Level enLevel, const wchar_t* pName, const std::basic_string<Char>& sValue) const
+    {
+        Text(enLevel, pName, sValue.c_str());
     }
     template <typename Value> void Number(Level enLevel, const wchar_t* pName, Value value) const
     {
@@ -42,18 +47,21 @@ public:
         Number(enLevel, pName, static_cast<std::uint32_t>(dwValue));
     }
     // A server, a root or a URL, as far as it may be traced.
-    template <typename Char> void Location(const wchar_t* pName, const std::basic_string<Char>& sValue) const
+    template <typename Char> void Location(const wchar_t* pName, const Char* pValue) const
     {
-        if (g_Trace.IsEnabled(Level::Verbose))
-            Write([&] { g_Trace.Text(Level::Verbose, m_pFunction, pName, WithoutPassword(sValue)); });
+        if (pValue == nullptr)
+            Text(Level::Verbose, pName, pValue);
+        else if (g_Trace.IsEnabled(Level::Verbose))
+            Write([&] { g_Trace.Text(Level::Verbose, m_pFunction, pName, WithoutPassword(pValue).c_str()); });
     }
+    void Location(const wchar_t* pName, const std::wstring& sValue) const { Location(pName, sValue.c_str()); }
     void Status(std::uint32_t uiRc) const
     {
         Write([&] { g_Trace.Hexadecimal(Level::Verbose, m_pFunction, L"uiRc", uiRc); });
     }
 
 private:
-    template <typename Char> void Message(Level enLevel, const Char* pMessage) const
+    void Message(Level enLevel, const wchar_t* pMessage) const
     {
         Write([&] { g_Trace.Message(enLevel, m_pFunction, pMessage); });
     }

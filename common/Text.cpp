@@ -33,15 +33,12 @@ std::wstring OnlyWhatTheLocaleKnows(std::wstring_view sText)
     return sKnown;
 }
 
-template <typename Char>
-std::basic_string<Char> Masked(std::basic_string_view<Char> sText, const Char* sSchemeEnd, const Char* sMask)
+template <typename Char> std::basic_string<Char> Masked(std::basic_string_view<Char> sText, const Char* sMask)
 {
-    const std::size_t uiScheme = sText.find(sSchemeEnd);
-    const std::size_t uiUser = uiScheme == sText.npos ? 0 : uiScheme + 3;
     const std::size_t uiAt = sText.rfind(Char{'@'});
     std::basic_string<Char> sMasked(sText);
-    if (uiAt != sText.npos && uiAt > uiUser)
-        sMasked.replace(uiUser, uiAt - uiUser, sMask);
+    if (uiAt != sText.npos)
+        sMasked.replace(0, uiAt, sMask);
     return sMasked;
 }
 
@@ -82,10 +79,10 @@ std::string ToUtf8(std::wstring_view sText)
     return sUtf8;
 }
 
-void CopyTruncated(const std::string& sText, char* pBuffer, std::size_t uiSize)
+void CopyTruncated(const std::wstring& sText, char* pBuffer, std::size_t uiSize)
 {
     if (pBuffer != nullptr && uiSize != 0)
-        strncpy_s(pBuffer, uiSize, sText.c_str(), _TRUNCATE);
+        strncpy_s(pBuffer, uiSize, Narrow(sText).c_str(), _TRUNCATE);
 }
 
 void CopyTruncated(const std::wstring& sText, wchar_t* pBuffer, std::size_t uiSize)
@@ -107,8 +104,8 @@ std::wstring WellFormed(std::wstring_view sText)
     return sResult;
 }
 
-std::string WithoutPassword(std::string_view sText) { return Masked<char>(sText, "://", "***"); }
+std::string WithoutPassword(std::string_view sText) { return Masked<char>(sText, "***"); }
 
-std::wstring WithoutPassword(std::wstring_view sText) { return Masked<wchar_t>(sText, L"://", L"***"); }
+std::wstring WithoutPassword(std::wstring_view sText) { return Masked<wchar_t>(sText, L"***"); }
 
 } // namespace quorvel

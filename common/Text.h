@@ -17,16 +17,16 @@ std::string Narrow(std::wstring_view sText);
 // UTF-16 to UTF-8, the encoding of every text that libcurl is given.
 std::string ToUtf8(std::wstring_view sText);
 
-// Copy into a caller's buffer of uiSize characters, cut to fit and always terminated. A null or empty
-// buffer stays untouched.
-void CopyTruncated(const std::string& sText, char* pBuffer, std::size_t uiSize);
+// Copy into a caller's buffer of uiSize characters, cut to fit and always terminated; narrow in the current
+// locale. A null or empty buffer stays untouched.
+void CopyTruncated(const std::wstring& sText, char* pBuffer, std::size_t uiSize);
 void CopyTruncated(const std::wstring& sText, wchar_t* pBuffer, std::size_t uiSize);
 
 // The text with every unpaired half of a surrogate pair replaced by U+FFFD.
 std::wstring WellFormed(std::wstring_view sText);
 
 // The text as it may be traced: users type whole URLs, and the password of "user:password@" must not reach
-// the log, nor what is left of it when the password holds an "@" itself. So all before the last "@" goes.
+// the log, whatever characters it holds. So all before the last "@" goes.
 std::string WithoutPassword(std::string_view sText);
 std::wstring WithoutPassword(std::wstring_view sText);
 

@@ -131,12 +131,13 @@ CTrace::CTrace() : m_uiLevelMask(7), m_sFileName(L"ZDV_FTP_trace.log"), m_sLevel
 
 CTrace::~CTrace() = default;
 
+std::wstring CTrace::OldFilePath() const { return m_sFilePath.substr(0, m_sFilePath.rfind(L'.')) + L".old"; }
+
 void CTrace::KeepPreviousFile() const
 {
     if (!PathFileExistsW(m_sFilePath.c_str()))
         return;
-    const std::wstring sOldPath = m_sFilePath.substr(0, m_sFilePath.rfind(L'.')) + L".old";
-    CopyFileW(m_sFilePath.c_str(), sOldPath.c_str(), FALSE);
+    CopyFileW(m_sFilePath.c_str(), OldFilePath().c_str(), FALSE);
     DeleteFileW(m_sFilePath.c_str());
 }
 
@@ -182,9 +183,14 @@ void CTrace::ReadLevel()
         m_uiLevelMask = MASKS[uiSetting];
 }
 
-bool CTrace::DeleteOldFile() const
+bool CTrace::DeleteOldFile() const { return DeleteFileW(OldFilePath().c_str()) != FALSE; }
+
+bool CTrace::CanWrite()
 {
-    return DeleteFileW((m_sFilePath.substr(0, m_sFilePath.rfind(L'.')) + L".old").c_str()) != FALSE;
+    const bool bFree = m_Lock.try_lock();
+    if (bFree)
+        m_Lock.unlock();
+    return bFree;
 }
 
 void CTrace::WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody)

@@ -9,6 +9,7 @@
 
 #include "common/Mutex.h"
 
+#include <atomic>
 #include <cstdint>
 #include <fstream>
 #include <string>
@@ -84,15 +85,19 @@ public:
     virtual void DateTime(Level enLevel, const wchar_t* pFunction, const wchar_t* pName,
                           const SYSTEMTIME& Value);
 
+    // False when a thread has been ended in the middle of a line, as happens to a host's other threads at the
+    // end of its process: the next line would wait for ever.
+    bool CanWrite();
     bool IsEnabled(Level enLevel) const { return (m_uiLevelMask & static_cast<std::uint32_t>(enLevel)) != 0; }
 
 private:
+    std::wstring OldFilePath() const;
     void KeepPreviousFile() const;
     void WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody);
     void WriteVariable(Level enLevel, std::wstring_view sFunction, std::wstring_view sName,
                        std::wstring_view sValue);
 
-    std::uint32_t m_uiLevelMask;
+    std::atomic<std::uint32_t> m_uiLevelMask; // read without the lock
     std::wofstream m_Stream;
     Mutex m_Lock;
     std::uint32_t m_uiEnvironment = 0;

@@ -58,5 +58,5 @@ std::int64_t ParseBackupTime(const std::string& sText)
     const std::int64_t tTime = _mktime64(&Time);
     Trace.Number(Level::Verbose, L"tTime", tTime);
     Trace.Ending();
-    return tTime;
+    return std::max(tTime, BEFORE_EVERY_BACKUP); // what the run time cannot represent is not "the latest"
 }

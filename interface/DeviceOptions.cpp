@@ -37,7 +37,7 @@ struct NarrowOptions
     static std::size_t BufferLength(std::uint32_t uiSize) { return uiSize; }
     static void Copy(const std::wstring& sText, char* pOptions, std::uint32_t uiSize)
     {
-        quorvel::CopyTruncated(quorvel::Narrow(sText), pOptions, BufferLength(uiSize));
+        quorvel::CopyTruncated(sText, pOptions, BufferLength(uiSize));
     }
     static BOOL ComputerName(char* pOptions, DWORD* pdwSize) { return GetComputerNameA(pOptions, pdwSize); }
     static std::wstring Text(const char* pOptions) { return quorvel::Widen(pOptions); }
@@ -147,13 +147,12 @@ ZDV_STATUS GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uin
         if (!IsGetCategory(uiCategory))
         {
             Trace.Warning(L"InvalidCategory");
-            return Ended(Options::GET_ENDING,
-                         InvalidCategory(Options::GET_NARROW_NAME, static_cast<std::uint32_t>(uiCategory)));
+            return InvalidCategory(Options::GET_NARROW_NAME, static_cast<std::uint32_t>(uiCategory));
         }
         Trace.Verbose(CategoryName(uiCategory));
         const ZDV_STATUS uiRc = CopyOption<Options>(FC, Trace, uiCategory, uiIndex, pOptions, uiSize);
         if (uiRc == ZDV_SUCCESS && Options::BufferLength(uiSize) != 0)
-            Trace.Location(L"pOptions", std::basic_string(pOptions));
+            Trace.Location(L"pOptions", pOptions);
         return Ended(Options::GET_ENDING, uiRc);
     });
 }
@@ -204,7 +203,7 @@ void TraceValue(const FunctionTrace& Trace, std::int32_t uiCategory, const Char*
     if (uiCategory == ZDV_FTP_USERNAME)
         Trace.Text(Level::Verbose, L"pOptions", pOptions);
     else if (uiCategory != ZDV_FTP_PASSWORD)
-        Trace.Location(L"pOptions", std::basic_string(pOptions));
+        Trace.Location(L"pOptions", pOptions);
 }
 
 template <typename Options>

@@ -1,8 +1,13 @@
 #include "common/FunctionTrace.h"
 
+#include <openssl/crypto.h>
 #include <windows.h>
 
 using quorvel::FunctionTrace;
+
+namespace __gnu_cxx {
+void __freeres(); // of the C++ runtime, which declares it in no header
+}
 
 namespace {
 
@@ -23,14 +28,27 @@ void Detach()
     Trace.Ending();
 }
 
+// Gives back what the linked-in libraries keep until the end of a process, which is not this module's end.
+void ReleaseLibraries()
+{
+    OPENSSL_cleanup();
+    __gnu_cxx::__freeres();
+}
+
 } // namespace
 
 // Runs under the loader lock: nothing here may load a library, wait for a thread or touch libcurl.
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD dwReason, LPVOID)
+extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD dwReason, LPVOID pReserved)
 {
+    const bool bProcessEnds = pReserved != nullptr;
     if (dwReason == DLL_PROCESS_ATTACH)
         Attach();
     else if (dwReason == DLL_PROCESS_DETACH)
-        Detach();
+    {
+        if (!bProcessEnds || quorvel::g_Trace.CanWrite())
+            Detach();
+        if (!bProcessEnds)
+            ReleaseLibraries();
+    }
     return TRUE;
 }

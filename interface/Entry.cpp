@@ -10,7 +10,7 @@ void TraceException(const wchar_t* sFunction) noexcept
     }
     catch (const std::exception& Exception)
     {
-        quorvel::FunctionTrace(sFunction).Error(Exception.what());
+        quorvel::FunctionTrace(sFunction).Text(quorvel::Level::Error, L"Exception.what()", Exception.what());
     }
     catch (...)
     {

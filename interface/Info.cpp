@@ -1,6 +1,7 @@
 // ZDV_GetInfo[W] and ZDV_SetInfo[W].
 #include "common/Text.h"
 #include "interface/BackupTime.h"
+#include "interface/DeviceDescription.h"
 #include "interface/Entry.h"
 #include "interface/InvalidCategory.h"
 #include "interface/LastError.h"
@@ -12,8 +13,6 @@ using quorvel::FunctionTrace;
 using quorvel::Level;
 
 namespace {
-
-constexpr const wchar_t* DEVICE_DESCRIPTION = L"FTP Virtual device for Windows";
 
 std::optional<std::wstring> DeviceInfo(const FtpContext& FC, std::uint32_t uiCategory,
                                        const wchar_t* sDeviceClass)
@@ -31,16 +30,6 @@ std::optional<std::wstring> DeviceInfo(const FtpContext& FC, std::uint32_t uiCat
     default:
         return std::nullopt;
     }
-}
-
-void CopyInfo(const std::wstring& sInfo, char* pBuffer, std::uint32_t uiSize)
-{
-    quorvel::CopyTruncated(quorvel::Narrow(sInfo), pBuffer, uiSize);
-}
-
-void CopyInfo(const std::wstring& sInfo, wchar_t* pBuffer, std::uint32_t uiSize)
-{
-    quorvel::CopyTruncated(sInfo, pBuffer, uiSize);
 }
 
 void TraceArguments(const FunctionTrace& Trace, std::uint32_t uiCategory, std::uint32_t uiSize)
@@ -76,7 +65,7 @@ ZDV_STATUS GetInfo(const InfoNames& Names, ZDV_HANDLE handle, std::uint32_t uiCa
             Trace.Warning(L"... ending(InvalidCategory)");
             return Ended(Names.sEnding, InvalidCategory(Names.sNarrowName, uiCategory));
         }
-        CopyInfo(*sInfo, pBuffer, uiSize);
+        quorvel::CopyTruncated(*sInfo, pBuffer, uiSize);
         return Ended(Names.sEnding, ZDV_SUCCESS);
     });
 }

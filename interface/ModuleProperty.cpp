@@ -1,5 +1,6 @@
 // ZDV_GetModuleProperty and ZDV_GetModulePropertyW.
 #include "common/Text.h"
+#include "interface/DeviceDescription.h"
 #include "interface/Entry.h"
 #include "interface/InvalidCategory.h"
 
@@ -20,7 +21,7 @@ struct ModuleProperty
 #define WIDE(text) WIDE_TEXT(text)
 
 constexpr ModuleProperty PROPERTIES[] = {
-    {ZDV_GMP_DESC, L"ZDV_GMP_DESC", L"FTP Virtual device for Windows"},
+    {ZDV_GMP_DESC, L"ZDV_GMP_DESC", DEVICE_DESCRIPTION},
     {ZDV_GMP_VER, L"ZDV_GMP_VER", L"V 7.1.2"},
     {ZDV_GMP_CLASS, L"ZDV_GMP_CLASS", L"FTP Support Module"},
     {ZDV_GMP_DATE, L"ZDV_GMP_DATE", WIDE(__DATE__)},
@@ -35,16 +36,6 @@ constexpr ModuleProperty PROPERTIES[] = {
 bool AnswersWideSupport(const char*) { return true; }
 bool AnswersWideSupport(const wchar_t*) { return false; }
 
-void CopyAnswer(const wchar_t* sAnswer, char* pBuffer, std::uint32_t uiSize)
-{
-    quorvel::CopyTruncated(quorvel::Narrow(sAnswer), pBuffer, uiSize);
-}
-
-void CopyAnswer(const wchar_t* sAnswer, wchar_t* pBuffer, std::uint32_t uiSize)
-{
-    quorvel::CopyTruncated(std::wstring(sAnswer), pBuffer, uiSize);
-}
-
 template <typename Char>
 ZDV_STATUS Answer(const FunctionTrace& Trace, const char* sNarrowName, std::uint32_t uiCategory,
                   Char* pBuffer, std::uint32_t uiSize)
@@ -55,7 +46,7 @@ ZDV_STATUS Answer(const FunctionTrace& Trace, const char* sNarrowName, std::uint
             (uiCategory == ZDV_GMP_WCHAR && !AnswersWideSupport(pBuffer)))
             continue;
         Trace.Information(Property.sName);
-        CopyAnswer(Property.sAnswer, pBuffer, uiSize);
+        quorvel::CopyTruncated(Property.sAnswer, pBuffer, uiSize);
         return ZDV_SUCCESS;
     }
     return InvalidCategory(sNarrowName, uiCategory);

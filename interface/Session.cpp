@@ -59,7 +59,7 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle)
         auto* const pFC = reinterpret_cast<FtpContext*>(handle);
         if (pFC == nullptr)
         {
-            Trace.Warning(L"... ending(ZDV_Open hasn't been called)");
+            Trace.Verbose(L"... ending(ZDV_Open hasn't been called)");
             return ZDV_SUCCESS;
         }
         ObjectClose(pFC);

@@ -7,30 +7,34 @@
 // Calling order
 //   ZDV_Open, ZDV_SetDeviceOptions[W] once per key, ZDV_Utility(ZDV_U_MAKE_UNIT_READY); then data,
 //   positioning and queries in any order; ZDV_Close. ZDV_GetModuleProperty[W] needs no handle and may be
-//   called at any time. Nothing reaches the server before "Make Unit Ready"; options set later take effect
-//   at the next one.
+//   called at any time. Nothing reaches the server before "Make Unit Ready". Change options only right
+//   before making the device ready again.
 //
 // The tape
 //   A backup is a version: a directory "ZELT_YYYYMMDDhhmmss" under the configured root. A tape file is an
 //   object: a file "ZELT_YYYYMMDDhhmmss.nnn" in it, numbered from 1 to 999. A filemark is the end of an
-//   object. Object 1 is the volume header; writing it creates a new version. Objects 2, 5, 8, ... are area
-//   headers. Headers are read with one call each. Data moves in blocks of 65,536 bytes.
+//   object. Object 1 is the volume header; writing it creates a new version, named by the second. Objects
+//   2, 5, 8, ... are area headers. A header is read with one call. Data moves in blocks of 65,536 bytes.
+//   A file in a version's directory that is no object hides the objects listed after it, until the library
+//   is loaded anew.
 //
 // Position
 //   The position is an object number (0 is the beginning of the medium) and a block number in that object.
 //   Each function says where it leaves the position, also when it fails.
 //
 // Threads
-//   A handle is used by one host thread at a time. Several handles may be open, but only one transfer in
-//   each direction runs per machine, and versions are listed through one handle at a time.
+//   A handle is used by one host thread at a time. Several handles may be open, but only one upload and one
+//   download run per machine, and the server is listed through one handle of a process at a time.
 //
 // Errors
-//   After ZDV_DEVICE_ERROR, and after a filemark that ended an upload, property
-//   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code and
-//   ZDV_GI_SPECIFIC_ERROR_MSG the text. They are cleared by the first read or write of the next object.
-//   An exception inside the module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open).
-//   A null handle is answered with ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any
-//   other value must come from ZDV_Open.
+//   After ZDV_DEVICE_ERROR, and after a filemark that ended a transfer, property
+//   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code (0: none), and
+//   ZDV_GI_SPECIFIC_ERROR_MSG the text; both say nothing while a transfer runs. Ask at once: the next read,
+//   write, skip or further filemark forgets it. After a failed upload or a failed creation of a version, make
+//   the device ready or close it before anything else; listings fail until then. An exception inside the
+//   module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open). A null handle is answered with
+//   ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any other value must come from
+//   ZDV_Open.
 #pragma once
 
 #include <cstdint>
@@ -90,7 +94,9 @@ inline constexpr std::int32_t ZDV_ADAPTER_OPTIONS = 5;
 inline constexpr std::int32_t ZDV_UNITS = 6;           // "Default"
 inline constexpr std::int32_t ZDV_FTP_SERVERNAME = 24; // name, IPv4 or IPv6 address
 inline constexpr std::int32_t ZDV_FTP_PORT = 25;       // decimal; 22 means SFTP, 990 FTPS, others FTP
-inline constexpr std::int32_t ZDV_FTP_ROOT = 26;       // directory under which the versions lie
+// The directory under which the versions lie: relative to the login directory over FTP and FTPS; from the
+// server's top directory over SFTP, unless it begins with "~/". Empty for reading only.
+inline constexpr std::int32_t ZDV_FTP_ROOT = 26;
 inline constexpr std::int32_t ZDV_FTP_USERNAME = 27;
 inline constexpr std::int32_t ZDV_FTP_PASSWORD = 28; // never traced
 
@@ -148,7 +154,8 @@ struct ZDV_VERSION_DATE
 };
 static_assert(sizeof(ZDV_VERSION_DATE) == 36);
 
-// Allocated by the module with calloc, ZDV_LIST_NODE_SIZE bytes each; released by the host.
+// Allocated by the module with calloc of msvcrt.dll, ZDV_LIST_NODE_SIZE bytes each; the host releases it with
+// free of that library.
 struct ZDV_LIST_NODE
 {
     ZDV_LIST_NODE* pNext;
@@ -196,11 +203,12 @@ ZDV_STATUS ZDV_Open(ZDV_HANDLE* pHandle);
 ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 
 // Exported as "ZDV_U". ZDV_U_MAKE_UNIT_READY sets the connection up from the device options and loads the
-// newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape; a root that does not
-// exist is created. ZDV_U_CHECK_DEVICE_STATUS does nothing. Statuses: ZDV_SUCCESS, also for a root
-// without versions; ZDV_DEVICE_ERROR with the last error set; ZDV_FUNCTION_NOT_SUPPORTED for another
-// category. Position after making ready: the object number is kept (0 after ZDV_Open), writing allowed;
-// the same on failure of the listing; unchanged when the connection could not be set up.
+// newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape; a transfer that runs is
+// ended first, and a root that does not exist is created. ZDV_U_CHECK_DEVICE_STATUS does nothing. Statuses:
+// ZDV_SUCCESS, also for a root without versions; ZDV_DEVICE_ERROR with the last error set (not for a set-up
+// that failed while a transfer was running); ZDV_FUNCTION_NOT_SUPPORTED for another category. Position after
+// making ready: the object number is kept (0 after ZDV_Open), writing allowed; the same on failure of the
+// listing, with no versions or objects known; unchanged when the connection could not be set up.
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
 
 // ------------------------------------------------------------------------------------------- options
@@ -209,15 +217,16 @@ ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
 // pOptions (not null), cut to uiSize: characters for the narrow function, bytes for the wide one, except
 // that the wide computer name (ZDV_ADAPTERS) takes uiSize as characters. Ask index 0, 1, ... until
 // ZDV_NO_STRING_EXISTS; no category has more than one string. Statuses: ZDV_SUCCESS, also for a text that
-// was cut; ZDV_NO_STRING_EXISTS, the buffer is untouched; ZDV_FUNCTION_NOT_SUPPORTED for a category
-// without strings, and for a computer name that does not fit.
+// was cut (a size of 0 leaves the buffer untouched); ZDV_NO_STRING_EXISTS, the buffer is untouched;
+// ZDV_FUNCTION_NOT_SUPPORTED for an unknown category, and for a computer name that does not fit.
 ZDV_STATUS ZDV_GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
                                 char* pOptions, std::uint32_t uiSize);
 ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
                                  wchar_t* pOptions, std::uint32_t uiSize);
 
 // Exported as "ZDV_SDO" and "ZDV_SetDeviceOptionsW". Stores an option; pOptions is zero-terminated and not
-// null. Values are not checked here; a port is read as atoi does. Statuses: ZDV_SUCCESS;
+// null. Values are not checked here; a port is read as atoi does, and a server with a ":" is taken for an
+// IPv6 address. Statuses: ZDV_SUCCESS;
 // ZDV_FUNCTION_NOT_SUPPORTED for a category that is no option.
 ZDV_STATUS ZDV_SetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, const char* pOptions);
 ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, const wchar_t* pOptions);
@@ -247,47 +256,57 @@ ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, const wchar
 ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t* puiParam);
 ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
 
-// Exported as "ZDV_GetList". Adds the date of each version that the last media reset found to the list,
-// oldest first, after its current node (after its last node when there is none). A null list, one without
-// its signature and one that forbids additions are left alone. Statuses: ZDV_SUCCESS;
+// Exported as "ZDV_GetList". Adds the date of each version that the last media reset found, or that was
+// written through this handle since, to the list, oldest first, after its current node (after its last node
+// when there is none); the last one added becomes the current node. A null list, one without its signature
+// and one that forbids additions are left alone. Statuses: ZDV_SUCCESS;
 // ZDV_FUNCTION_NOT_SUPPORTED for a category other than ZDV_GL_VERSION_DATE.
 ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pList);
 
 // ------------------------------------------------------------------------------------------- data
 
 // Exported as "ZDV_WD". Writes uiBytes / 65,536 blocks (rounded down, at least one) from buffer. The first
-// write after a filemark or a positioning opens the next object; object 1 creates a new version first.
-// Statuses: ZDV_SUCCESS, the blocks are on their way (only a filemark ends the upload, and only reading
-// back proves it); ZDV_WRITE_PROTECTED, nothing has changed; ZDV_INTERNAL_ERROR, the position does not
-// follow the recorded objects; ZDV_DEVICE_ERROR, the last error tells why. Position: in the object, the
-// block number raised by the blocks asked for, also when the data could not be passed on; unchanged block
-// number when the transfer could not be started.
+// write after a filemark or a positioning opens the next object; object 1 creates a new version first. In the
+// middle of a version this overwrites the object of that number.
+// Statuses: ZDV_SUCCESS, the blocks are on their way (only a filemark ends the upload, and only reading back
+// proves it); ZDV_WRITE_PROTECTED, nothing has changed; ZDV_INTERNAL_ERROR, the object number is not the next
+// one of the version; ZDV_DEVICE_ERROR, the last error tells why.
+// Position: in the object (its number is raised by the write that opens it, also when that fails); the block
+// number is raised by the blocks asked for, also when the data could not be passed on, but not when the
+// transfer could not be started.
 ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, std::uint32_t uiBytes, const void* buffer);
 
 // Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
-// read after a filemark or a positioning starts the next object. Statuses: ZDV_SUCCESS, the whole request
-// is filled, and writing is then not allowed until the next positioning; ZDV_FILEMARK_REACHED, the object
-// ended, and a request that met its end is filled in part (the next read reports the same filemark once
-// more, the one after that starts the next object); ZDV_END_OF_MEDIA; ZDV_BLANK_CHECK; ZDV_DEVICE_ERROR.
-// A download that fails in the middle also ends in ZDV_FILEMARK_REACHED: ask for the last error. Position:
-// the block number grows by the whole request unless the read failed or nothing was there to read.
+// read after a filemark or a positioning starts the next object.
+// Statuses: ZDV_SUCCESS, the whole request is filled, and writing is not allowed until the medium is reset or
+// erased; ZDV_FILEMARK_REACHED, the object ended, and a request that met its end is filled in part, nobody
+// tells how far (the next read reports the same filemark once more, the one after that starts the next
+// object); ZDV_END_OF_MEDIA; ZDV_BLANK_CHECK; ZDV_DEVICE_ERROR. A download that fails in the middle also ends
+// in ZDV_FILEMARK_REACHED: ask for the last error.
+// Position: the block number grows by the whole request; a read that meets the filemark sets it to the
+// request, one that only reports a filemark to 0. The object number is raised by the read that starts an
+// object, also when that fails.
 ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, std::uint32_t uiBytes, void* buffer);
 
-// Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits
-// for its upload. ZDV_MA_E forgets the loaded version; nothing is deleted on the server. Statuses:
-// ZDV_SUCCESS, also when the upload that was ended had failed (ask for the last error);
-// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_MA_I and unknown categories. Position: after a filemark, behind the
-// object; after an erase, object 0, writing allowed. Write one filemark at a time: 0 is taken as
-// 4,294,967,295 more, and further ones make no file.
+// Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits for
+// its upload. ZDV_MA_E forgets the loaded version; nothing is deleted on the server.
+// Statuses: ZDV_SUCCESS, also when the upload that was ended had failed (ask for the last error);
+// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_MA_I and unknown categories.
+// Position: after a filemark, behind the object; after an erase, object 0, writing allowed. Write one
+// filemark at a time: each further one leaves out an object number, empties the object behind it in the
+// middle of a version and makes none at its end, and forgets the last error; 0 is taken as 4,294,967,295
+// more.
 ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
 
 // Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative:
-// backwards). Every mode but ZDV_SP_SKIP ends the current object first. Statuses: ZDV_SUCCESS;
-// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_SP_GOTO, a negative skip and unknown modes; ZDV_DEVICE_ERROR when the
-// versions could not be listed; for ZDV_SP_SKIP the statuses of ZDV_ReadData. Position: ZDV_SP_RET keeps
-// the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number of recorded objects (all three
-// also on failure, and allow writing); ZDV_SP_FFM is pure arithmetic and not checked against the recorded
-// objects: forward leaves the position just past a filemark, backward just before one.
+// backwards). ZDV_SP_RET, _BOM, _EORM and _FFM end the current object first.
+// Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED for ZDV_SP_GOTO, a negative skip and unknown modes;
+// ZDV_DEVICE_ERROR when the versions could not be listed or none is old enough; for ZDV_SP_SKIP the status of
+// its last read (only a filemark ends it early).
+// Position: ZDV_SP_RET keeps the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number of
+// recorded objects (all three also on failure, and allow writing). ZDV_SP_SKIP raises the block number by two
+// for each block read. ZDV_SP_FFM is pure arithmetic and not compared with the recorded objects: forward
+// leaves the position just past a filemark, backward just before one.
 ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, std::uint32_t uiCategory, std::int32_t iBlocks);
 
 } // extern "C"

@@ -8,9 +8,9 @@ using quorvel::Level;
 
 namespace {
 
-// The first filemark ends the object being written. Each further one leaves out an object number and so finds
-// no place to write: hosts that ask for a double filemark at the end of the data count on its status alone,
-// and would take an empty object there for data. A request for none runs through the whole 32-bit range.
+// The first filemark ends the object being written. Each further one leaves out an object number, and so
+// makes no object at the end of the data: hosts that ask for a double filemark there count on its status
+// alone, and would take an empty object for data. A request for none runs through the whole 32-bit range.
 ZDV_STATUS WriteFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiParam)
 {
     Trace.Verbose(L"ZDV_MA_WFM");

@@ -3,6 +3,17 @@
 #include "interface/Entry.h"
 #include "stream/Transfer.h"
 
+#include <openssl/crypto.h>
+
+// Gives back what OpenSSL keeps for a thread: linked statically, it is not told of a thread's end.
+struct OpenSslThread
+{
+    OpenSslThread() = default;
+    OpenSslThread(const OpenSslThread&) = delete;
+    OpenSslThread& operator=(const OpenSslThread&) = delete;
+    ~OpenSslThread() { OPENSSL_thread_stop(); }
+};
+
 // A worker's thread procedure. PipeEnd closes the worker's end of the pipe whichever way the thread ends, and
 // after everything else, since the host takes it as the worker's last word.
 template <typename PipeEnd>
@@ -10,6 +21,7 @@ DWORD WorkerThread(LPVOID pArgument, const TransferDirection& Direction, std::sp
 {
     auto* const pFC = static_cast<FtpContext*>(pArgument);
     const PipeEnd Guard(pFC);
+    const OpenSslThread Thread;
     try
     {
         quorvel::FunctionTrace(Direction.sWorkerFunction).Starting();

@@ -1,0 +1,43 @@
+from .server import Server
+from .site import ROOT
+
+BASE = f"""\
+ServerIdent on "ProFTPD"
+SocketBindTight on
+UseReverseDNS off
+User nobody
+Group nogroup
+PidFile {ROOT}/proftpd.pid
+ScoreboardFile {ROOT}/proftpd.scoreboard
+ModulePath /usr/lib/proftpd
+AuthOrder mod_auth_file.c
+AuthUserFile {ROOT}/proftpd.passwd
+RequireValidShell off
+DelayEngine off
+WtmpLog off
+AllowOverwrite on
+"""
+
+
+class ProFtpd(Server):
+    def command(self):
+        passwd, config = ROOT / "proftpd.passwd", ROOT / "proftpd.conf"
+        passwd.touch(mode=0o600)
+        passwd.write_text(self.site.passwd_line(self.site.password_hash) + "\n", encoding="utf-8")
+        config.write_text(BASE + "\n".join(self._directives()) + "\n")
+        return ["proftpd", "--nodaemon", "--config", str(config)]
+
+    def _directives(self):
+        row, site = self.row, self.site
+        yield from (f"DefaultAddress {row.address}", f"Port {row.port}", f"ExtendedLog {site.logs}/commands ALL")
+        if row.chrooted:
+            yield "DefaultRoot ~"
+        if row.scheme in ("ftpes", "ftps"):
+            yield from ("LoadModule mod_tls.c", "TLSEngine on", f"TLSLog {site.logs}/tls", "TLSRequired on",
+                        f"TLSProtocol {' '.join(row.tls)}", f"TLSRSACertificateFile {site.certificate()}",
+                        f"TLSRSACertificateKeyFile {site.certificate()}")
+        if row.scheme == "ftps":
+            yield "TLSOptions UseImplicitSSL"
+        if row.scheme == "sftp":
+            yield from ("LoadModule mod_sftp.c", "SFTPEngine on", f"SFTPLog {site.logs}/sftp")
+            yield from (f"SFTPHostKey {site.host_key(kind)}" for kind in row.host_keys)

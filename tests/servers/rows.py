@@ -1,0 +1,56 @@
+"""The table of servers that the tests run against."""
+
+from dataclasses import dataclass
+
+from .openssh import OpenSsh
+from .proftpd import ProFtpd
+from .pureftpd import PureFtpd
+from .server import Server
+from .vsftpd import Vsftpd
+
+PORTS = {"ftp": 21, "ftpes": 21, "ftps": 990, "sftp": 22}
+UNUSUAL_NAME = "Prüfer zu Haus Яна 日本"
+
+
+@dataclass(frozen=True)
+class Row:
+    server: type[Server]
+    scheme: str  # ftp has no TLS at all; ftpes refuses a login without it
+    chrooted: bool = False
+    address: str = "127.0.0.1"
+    user: str = "tape"
+    tls: tuple[str, ...] = ("TLSv1.2", "TLSv1.3")
+    host_keys: tuple[str, ...] = ("rsa", "ecdsa", "ed25519")
+    other_port: int = 0
+
+    @property
+    def port(self):
+        return self.other_port or PORTS[self.scheme]
+
+
+ROWS = {
+    "proftpd-ftp": Row(ProFtpd, "ftp", chrooted=True),
+    "proftpd-ftp-unchrooted": Row(ProFtpd, "ftp"),
+    "proftpd-ftp-ipv6": Row(ProFtpd, "ftp", address="::1"),
+    "proftpd-ftp-names": Row(ProFtpd, "ftp", user=UNUSUAL_NAME),
+    "proftpd-ftpes": Row(ProFtpd, "ftpes", chrooted=True),
+    "proftpd-ftpes-ipv6": Row(ProFtpd, "ftpes", address="::1"),
+    "proftpd-ftpes-tls12": Row(ProFtpd, "ftpes", tls=("TLSv1.2",)),
+    "proftpd-ftpes-tls13": Row(ProFtpd, "ftpes", tls=("TLSv1.3",)),
+    "proftpd-ftps": Row(ProFtpd, "ftps", chrooted=True),
+    "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",)),
+    "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",)),
+    "proftpd-sftp": Row(ProFtpd, "sftp", chrooted=True),
+    "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp"),
+    "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1"),
+    "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME),
+    "vsftpd-ftp": Row(Vsftpd, "ftp"),
+    "vsftpd-ftpes": Row(Vsftpd, "ftpes"),
+    "vsftpd-ftps": Row(Vsftpd, "ftps", chrooted=True),
+    "pureftpd-ftp": Row(PureFtpd, "ftp", chrooted=True),
+    "pureftpd-ftpes": Row(PureFtpd, "ftpes"),
+    "openssh-sftp": Row(OpenSsh, "sftp"),
+    "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",)),
+    "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",)),
+    "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",)),
+}

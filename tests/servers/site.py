@@ -1,0 +1,82 @@
+"""What a server needs around it in the sandbox: the login and its folder, certificate and keys."""
+
+import os
+import shutil
+import subprocess
+from pathlib import Path
+
+from .server import ServerError
+
+ROOT = Path("/run/zelt")  # on a tmpfs that exists in the sandbox only
+PASSWORD = "Band & 7%41@:/?"
+SMALL_FOLDER_SIZE = 1 << 20
+
+
+class Site:
+    def __init__(self, row):
+        self.row = row
+        self.uid = int(os.environ["ZDV_SANDBOX_UID"]) or 2000  # who runs the tests may write to the store
+        self.store = ROOT / "home" / row.user
+        self.home = "/" if row.chrooted else str(self.store)
+        self.logs = ROOT / "log"
+        self.password_hash = _run("openssl", "passwd", "-6", PASSWORD).strip()
+
+    def __enter__(self):
+        _mount_tmpfs(self.store.parent, "mode=755")
+        self.store.mkdir()
+        os.chown(self.store, self.uid, self.uid)
+        _mount_tmpfs(self.store / "small", f"mode=755,uid={self.uid},gid={self.uid},size={SMALL_FOLDER_SIZE}")
+        (self.store / "readonly").mkdir()
+        shutil.rmtree(self.logs, ignore_errors=True)
+        self.logs.mkdir()
+        _add_account("sshd:x:2001:65534::/run/sshd:/usr/sbin/nologin", "*")  # else made by the package's install
+        if self.row.user.isascii():
+            _add_account(self.passwd_line("x"), self.password_hash)
+        return self
+
+    def __exit__(self, *_):
+        _run("umount", "--recursive", "--lazy", str(self.store.parent))
+
+    def passwd_line(self, password):
+        return f"{self.row.user}:{password}:{self.uid}:{self.uid}::{self.store}:/bin/sh"
+
+    def certificate(self):
+        """One PEM file with the key and the self-signed certificate."""
+        pem = ROOT / "server.pem"
+        if not pem.exists():
+            key, certificate = ROOT / "server.key", ROOT / "server.crt"
+            _run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-noenc", "-days", "30",
+                 "-subj", "/CN=tape.example", "-keyout", str(key), "-out", str(certificate))
+            pem.touch(mode=0o600)
+            pem.write_bytes(key.read_bytes() + certificate.read_bytes())
+        return pem
+
+    def host_key(self, kind):
+        key = ROOT / f"ssh_host_{kind}_key"
+        if not key.exists():
+            _run("ssh-keygen", "-q", "-t", kind, "-N", "", "-f", str(key))
+        return key
+
+    def print_logs(self, stream):
+        for file in sorted(self.logs.iterdir()):
+            print(f"--- {file.name}\n{file.read_text(errors='replace')}", file=stream)
+
+
+def _add_account(passwd_line, password_hash):
+    name = passwd_line.split(":")[0]
+    passwd, shadow = Path("/etc/passwd"), Path("/etc/shadow")
+    if not any(line.startswith(f"{name}:") for line in passwd.read_text().splitlines()):
+        passwd.write_text(passwd.read_text() + passwd_line + "\n")
+        shadow.write_text(shadow.read_text() + f"{name}:{password_hash}:19000:0:99999:7:::\n")
+
+
+def _mount_tmpfs(folder, options):
+    folder.mkdir(exist_ok=True)
+    _run("mount", "-t", "tmpfs", "-o", options, "zelt", str(folder))
+
+
+def _run(*command):
+    done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise ServerError(f"{command[0]} failed: {done.stderr}")
+    return done.stdout

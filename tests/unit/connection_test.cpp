@@ -1,0 +1,64 @@
+#include "interface/Connection.h"
+#include "tests/unit/OpenDevice.h"
+
+#include <gtest/gtest.h>
+
+TEST(Connection, FollowsThePort)
+{
+    for (const auto& [uiPort, sProtocol] : {std::pair(22u, L"sftp://"),
+                                            {990u, L"ftps://"},
+                                            {21u, L"ftp://"},
+                                            {0u, L"ftp://"},
+                                            {2121u, L"ftp://"}})
+    {
+        const OpenDevice Device;
+        Device->m_uiPort = uiPort;
+        EXPECT_TRUE(DoInitEx(*Device)) << uiPort;
+        EXPECT_EQ(Device->m_sProtocol, sProtocol) << uiPort;
+        EXPECT_NE(Device->m_pCurl, nullptr);
+    }
+}
+
+TEST(Connection, IsRefusedForAPortThatNoneCanBe)
+{
+    for (const std::uint32_t uiPort : {70000u, 4294967295u})
+    {
+        const OpenDevice Device;
+        Device->m_uiPort = uiPort;
+        Device->m_sRoot = L"/a";
+        EXPECT_EQ(ZDV_Utility(Device, ZDV_U_MAKE_UNIT_READY), ZDV_DEVICE_ERROR);
+        EXPECT_EQ(Device->m_dwLastError, 10u);
+        EXPECT_EQ(Device->m_sLastError, L"Failed to set Port");
+        EXPECT_EQ(Device->m_sRoot, L"/a");
+        EXPECT_FALSE(Device->m_bOkToWrite);
+    }
+}
+
+TEST(Connection, NormalisesTheRoot)
+{
+    const std::pair<const wchar_t*, const wchar_t*> CASES[] = {
+        {L"", L""},
+        {L"backups/host1", L"backups/host1"},
+        {L"\\backups\\host1", L"backups/host1"},
+        {L"/data/", L"data/"},
+        {L"//data", L"/data"},
+        {L"C:\\data", L"C:/data"},
+        {L"ftp://host/a://b", L"host/a://b"},
+        {L"/ftp:\\\\me:pw@host\\a@b", L"host/a@b"},
+    };
+    const OpenDevice Device;
+    for (const auto& [sTyped, sNormalised] : CASES)
+    {
+        Device->m_sRoot = sTyped;
+        EXPECT_TRUE(DoInitEx(*Device));
+        EXPECT_EQ(Device->m_sRoot, sNormalised);
+    }
+}
+
+TEST(Utility, KnowsTwoCategories)
+{
+    const OpenDevice Device;
+    EXPECT_EQ(ZDV_Utility(Device, ZDV_U_CHECK_DEVICE_STATUS), ZDV_SUCCESS);
+    for (const std::uint32_t uiUnknown : {2u, 3u, 4u, 5u, 7u})
+        EXPECT_EQ(ZDV_Utility(Device, uiUnknown), 0x40000002) << uiUnknown;
+}

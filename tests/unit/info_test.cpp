@@ -1,0 +1,216 @@
+// What the module and its device tell the host, and what the host tells them.
+#include "interface/BackupTime.h"
+#include "tests/unit/BothWidths.h"
+#include "tests/unit/OpenDevice.h"
+
+#include <gmock/gmock.h>
+#include <regex>
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr ZDV_STATUS UNKNOWN = 0x40000002;
+
+template <typename Api> class Info : public testing::Test
+{
+protected:
+    static constexpr bool NARROW = std::is_same_v<Api, Narrow>;
+    OpenDevice m_Device;
+};
+
+TYPED_TEST_SUITE(Info, BothWidths);
+
+} // namespace
+
+TYPED_TEST(Info, GivesTheModulesPropertiesCutToFit)
+{
+    const std::tuple<std::uint32_t, std::uint32_t, const char*> CASES[] = {
+        {0, 64, "FTP Virtual device for Windows"},
+        {1, 64, "V 7.1.2"},
+        {1, 4, "V 7"},
+        {2, 64, "FTP Support Module"},
+        {4, 64, "0"},
+        {7, 64, "10"},
+        {8, 64, "0"},
+    };
+    for (const auto& [uiCategory, uiSize, sText] : CASES)
+    {
+        Buffer<typename TypeParam::Char> Answer;
+        EXPECT_EQ(TypeParam::GetModuleProperty(uiCategory, Answer, uiSize), ZDV_SUCCESS) << uiCategory;
+        EXPECT_EQ(Answer.Text(), sText);
+    }
+    Buffer<typename TypeParam::Char> Date, Untouched;
+    EXPECT_EQ(TypeParam::GetModuleProperty(ZDV_GMP_DATE, Date, 64), ZDV_SUCCESS);
+    EXPECT_TRUE(std::regex_match(Date.Text(), std::regex("[A-Z][a-z]{2} [ \\d]\\d \\d{4}"))) << Date.Text();
+    for (const std::uint32_t uiUnknown : {5u, 6u, 10u, 4294967295u})
+        EXPECT_EQ(TypeParam::GetModuleProperty(uiUnknown, Untouched, 64), UNKNOWN) << uiUnknown;
+    EXPECT_EQ(TypeParam::GetModuleProperty(9, Untouched, 64), this->NARROW ? ZDV_SUCCESS : UNKNOWN);
+    EXPECT_EQ(Untouched.Text(), this->NARROW ? "1" : UNTOUCHED);
+    EXPECT_EQ(TypeParam::GetModuleProperty(ZDV_GMP_VER, nullptr, 64), ZDV_SUCCESS);
+}
+
+TYPED_TEST(Info, DescribesTheDeviceAndItsLastError)
+{
+    const char* const sDescription = "FTP Virtual device for Windows";
+    const std::tuple<std::uint32_t, std::uint32_t, const wchar_t*, const char*> CASES[] = {
+        {0, 64, L"e", ""},
+        {1, 64, L"e", sDescription},
+        {3, 64, L"e", this->NARROW ? sDescription : "FTP Virtual Tape"},
+        {6, 64, L"Couldn't set URL", "ERROR: Couldn't set URL"},
+        {6, 10, L"Couldn't set URL", "ERROR: Co"},
+        {6, 64, L"", "ERROR: "},
+    };
+    for (const auto& [uiCategory, uiSize, sLastError, sText] : CASES)
+    {
+        Buffer<typename TypeParam::Char> Answer;
+        this->m_Device->m_sLastError = sLastError;
+        EXPECT_EQ(TypeParam::GetInfo(this->m_Device, uiCategory, Answer, uiSize), ZDV_SUCCESS) << uiCategory;
+        EXPECT_EQ(Answer.Text(), sText);
+    }
+    Buffer<typename TypeParam::Char> Untouched;
+    for (const std::uint32_t uiUnknown : {2u, 4u, 5u, 7u})
+        EXPECT_EQ(TypeParam::GetInfo(this->m_Device, uiUnknown, Untouched, 64), UNKNOWN) << uiUnknown;
+    EXPECT_EQ(Untouched.Written(), 0u);
+}
+
+TYPED_TEST(Info, TakesTheBackupTimeAndIgnoresTheRest)
+{
+    const auto sText = TypeParam::Text("31/12/2024 23:59:59 and more");
+    const auto Told = [&](std::uint32_t uiCategory, const typename TypeParam::Char* pBuffer,
+                          std::uint32_t uiSize) {
+        this->m_Device->m_tBackupTime = 7;
+        EXPECT_EQ(TypeParam::SetInfo(this->m_Device, uiCategory, pBuffer, uiSize), ZDV_SUCCESS) << uiCategory;
+        return this->m_Device->m_tBackupTime;
+    };
+    EXPECT_EQ(Told(257, sText.c_str(), 19), 1735669799);
+    EXPECT_EQ(Told(257, sText.c_str(), 64), 1); // no date
+    EXPECT_EQ(Told(257, sText.c_str(), 0), 7);
+    EXPECT_EQ(Told(257, nullptr, 19), 7);
+    for (const std::uint32_t uiIgnored : {0u, 1u, 2u, 3u, 258u, 259u})
+        EXPECT_EQ(Told(uiIgnored, sText.c_str(), 64), 7);
+    for (const std::uint32_t uiUnknown : {4u, 256u, 260u})
+        EXPECT_EQ(TypeParam::SetInfo(this->m_Device, uiUnknown, sText.c_str(), 64), UNKNOWN) << uiUnknown;
+}
+
+TEST(BackupTime, IsALocalDateTheLatestOrNone)
+{
+    EXPECT_EQ(ParseBackupTime("15/03/2024 14:30:05"), T_2024);
+    EXPECT_EQ(ParseBackupTime("31/02/2023 00:00:00"), 1677781800); // 3 March
+    EXPECT_EQ(ParseBackupTime(""), 0);
+    for (const char* sText : {"1/12/2024 23:59:59", "31/12/24 23:59:59", "31/12/2024 23:59:59 ",
+                              "31-12-2024 23:59:59", "00/12/2024 23:59:59", "31/13/2024 23:59:59",
+                              "31/12/2024 24:00:00", "31/12/2024 23:59", "yesterday"})
+        EXPECT_EQ(ParseBackupTime(sText), 1) << sText;
+}
+
+TEST(Property, AnswersForAVirtualTape)
+{
+    const OpenDevice Device;
+    Device->m_uiCurrentBlock = 3;
+    Device->m_dwLastError = 87;
+    std::uint32_t uiValue = 4711;
+    for (const std::uint32_t uiUnknown : {10u, 13u, 15u, 17u, 19u, 31u, 33u, 35u, 103u, 105u, 4294967295u})
+        EXPECT_EQ(ZDV_GetProperty(Device, uiUnknown, &uiValue), UNKNOWN) << uiUnknown;
+    EXPECT_EQ(uiValue, 4711u);
+    const std::pair<std::uint32_t, std::uint32_t> CASES[] = {
+        {0, 65536}, {1, 0}, {2, 1},  {3, 0},      {4, 0},   {5, 0},  {6, 65536}, {7, 0},
+        {8, 0},     {9, 0}, {14, 3}, {18, 65536}, {32, 87}, {34, 1}, {104, 0}};
+    for (const auto& [uiCategory, uiExpected] : CASES)
+    {
+        EXPECT_EQ(ZDV_GetProperty(Device, uiCategory, &uiValue), ZDV_SUCCESS) << uiCategory;
+        EXPECT_EQ(uiValue, uiExpected) << uiCategory;
+    }
+}
+
+TEST(Property, StoresTheReserveAlone)
+{
+    const OpenDevice Device;
+    for (const std::uint32_t uiRefused : {1u, 2u, 13u, 100u, 101u, 106u})
+        EXPECT_EQ(ZDV_SetProperty(Device, uiRefused, 512), UNKNOWN) << uiRefused;
+    for (const std::uint32_t uiIgnored : {0u, 105u})
+        EXPECT_EQ(ZDV_SetProperty(Device, uiIgnored, 512), ZDV_SUCCESS) << uiIgnored;
+    EXPECT_EQ(Device->m_uiReserveBlocks + Device->m_tBackupTime, 0);
+    EXPECT_EQ(ZDV_SetProperty(Device, ZDV_P_RESERVE_BLOCKS, 12), ZDV_SUCCESS);
+    std::uint32_t uiValue = 0;
+    EXPECT_EQ(ZDV_GetProperty(Device, ZDV_P_RESERVE_BLOCKS, &uiValue), ZDV_SUCCESS);
+    EXPECT_EQ(uiValue, 12u);
+}
+
+namespace {
+
+class HostList : public testing::Test
+{
+protected:
+    ~HostList() override
+    {
+        while (ZDV_LIST_NODE* const pNode = m_List.pFirst)
+        {
+            m_List.pFirst = pNode->pNext;
+            std::free(pNode);
+        }
+    }
+    void Add(std::vector<std::int64_t> aVersions)
+    {
+        m_Device->m_VersionList = std::move(aVersions);
+        EXPECT_EQ(ZDV_GetList(m_Device, ZDV_GL_VERSION_DATE, &m_List), ZDV_SUCCESS);
+    }
+    // Of the versions in the list, read both ways.
+    std::vector<int> Years() const
+    {
+        std::vector<int> aForward, aBackward;
+        for (const ZDV_LIST_NODE* pNode = m_List.pFirst; pNode != nullptr; pNode = pNode->pNext)
+            aForward.push_back(pNode->Date.iYear + 1900);
+        for (const ZDV_LIST_NODE* pNode = m_List.pLast; pNode != nullptr; pNode = pNode->pPrevious)
+            aBackward.insert(aBackward.begin(), pNode->Date.iYear + 1900);
+        EXPECT_EQ(aForward, aBackward);
+        EXPECT_EQ(aForward.size(), m_List.uiCount);
+        return aForward;
+    }
+
+    OpenDevice m_Device;
+    ZDV_LIST m_List{ZDV_LIST_SIGNATURE, 0, 0, nullptr, nullptr, nullptr, 0};
+};
+
+} // namespace
+
+TEST_F(HostList, ReceivesTheDatesThatTheCalendarHas)
+{
+    Add({});
+    EXPECT_THAT(Years(), IsEmpty());
+    Add({-1, T_2023, T_2024});
+    EXPECT_THAT(Years(), ElementsAre(2023, 2024));
+    EXPECT_EQ(m_List.pLast->uiSize, 36u);
+    const ZDV_VERSION_DATE& Date = m_List.pLast->Date;
+    EXPECT_THAT(
+        (std::vector{Date.iSec, Date.iMin, Date.iHour, Date.iMday, Date.iMon, Date.iWday, Date.iYday}),
+        ElementsAre(5, 30, 14, 15, 2, 5, 74));
+}
+
+TEST_F(HostList, GrowsBehindItsCurrentNodeOrItsLast)
+{
+    Add({T_2023, T_2024});
+    m_List.pCurrent = nullptr;
+    Add({0});
+    EXPECT_THAT(Years(), ElementsAre(2023, 2024, 1970));
+    m_List.pCurrent = m_List.pFirst;
+    Add({T_2023 - 40000000, T_2023 - 10000000});
+    EXPECT_THAT(Years(), ElementsAre(2023, 2021, 2022, 2024, 1970));
+}
+
+TEST_F(HostList, IsLeftAloneUnlessItTakesAdditions)
+{
+    m_List.uiFlags = 0xFFFF;
+    Add({T_2024});
+    m_List.uiFlags = 0;
+    m_List.uiSignature = 0x4C4D;
+    Add({T_2024});
+    m_List.uiSignature = ZDV_LIST_SIGNATURE;
+    EXPECT_EQ(ZDV_GetList(m_Device, 1, &m_List), UNKNOWN);
+    EXPECT_EQ(ZDV_GetList(m_Device, ZDV_GL_VERSION_DATE, nullptr), ZDV_SUCCESS);
+    EXPECT_THAT(Years(), IsEmpty());
+    m_List.uiFlags = 0xFFFE; // the other flags are the host's
+    Add({T_2024});
+    EXPECT_THAT(Years(), ElementsAre(2024));
+}

@@ -1,0 +1,205 @@
+// The tape as far as it goes without a server.
+#include "interface/Connection.h"
+#include "tests/unit/OpenDevice.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+class Tape : public testing::Test
+{
+protected:
+    // A tape of recorded objects that stands in the data of one.
+    void Load(std::uint32_t uiObjects, std::uint32_t uiCurrentObject)
+    {
+        FC.m_AreaObjectList.clear();
+        for (std::uint32_t i = 1; i <= uiObjects; ++i)
+            FC.m_AreaObjectList.emplace_back(T_2024, i);
+        FC.m_uiCurrentObject = uiCurrentObject;
+        FC.m_uiCurrentBlock = 5;
+        FC.m_ullBytesRead = FC.m_ullBytesWritten = 5 * ZDV_BLOCK_SIZE;
+        FC.m_bWriting = FC.m_bFileMarkPending = FC.m_bAtFileMark = false;
+        FC.m_bOkToWrite = true;
+    }
+    // What the end of an object resets.
+    std::uint64_t Counted() const { return FC.m_uiCurrentBlock + FC.m_ullBytesRead + FC.m_ullBytesWritten; }
+    ZDV_STATUS Read() { return ZDV_ReadData(m_Device, 1, m_aBlocks.data()); }
+    ZDV_STATUS Write(std::uint32_t uiBytes) { return ZDV_WriteData(m_Device, uiBytes, m_aBlocks.data()); }
+
+    OpenDevice m_Device;
+    FtpContext& FC = *m_Device;
+    std::vector<char> m_aBlocks = std::vector<char>(16 * ZDV_BLOCK_SIZE);
+};
+
+} // namespace
+
+TEST_F(Tape, SpacesOverFilemarks)
+{
+    // object, just past a filemark, filemarks to pass, object afterwards, filemark pending afterwards
+    const std::tuple<std::uint32_t, bool, std::int32_t, std::uint32_t, bool> CASES[] = {
+        {3, false, 1, 3, false}, {3, false, 3, 5, false}, {3, true, 1, 4, false},
+        {3, true, 2, 5, false},  {3, false, -1, 2, true}, {3, true, -1, 3, true},
+        {3, true, -2, 2, true},  {3, false, 0, 3, false}, {3, true, 0, 3, false},
+        {0, true, 9, 9, false},  {0, true, -1, 0, true},  {2, false, -5, 4294967293, true}};
+    for (const auto& [uiObject, bAtFileMark, iFilemarks, uiAfter, bPending] : CASES)
+        for (const bool bPendingBefore : {false, true})
+        {
+            Load(4, uiObject);
+            FC.m_bAtFileMark = bAtFileMark;
+            FC.m_bFileMarkPending = bPendingBefore;
+            EXPECT_EQ(ZDV_Position(m_Device, ZDV_SP_FFM, iFilemarks), ZDV_SUCCESS);
+            EXPECT_EQ(FC.m_uiCurrentObject, uiAfter) << uiObject << " by " << iFilemarks;
+            EXPECT_EQ(FC.m_bFileMarkPending, bPending) << uiObject << " by " << iFilemarks;
+            EXPECT_EQ(FC.m_bAtFileMark, !bPending) << uiObject << " by " << iFilemarks;
+            EXPECT_EQ(Counted(), 0u);
+        }
+}
+
+TEST_F(Tape, SkipsBlocksUpToAFilemarkOnly)
+{
+    Load(2, 2);
+    FC.m_bAtFileMark = true;
+    EXPECT_EQ(ZDV_Position(m_Device, ZDV_SP_SKIP, -1), 0x40000002);
+    EXPECT_TRUE(FC.m_bAtFileMark);
+    EXPECT_EQ(ZDV_Position(m_Device, ZDV_SP_SKIP, 0), ZDV_SUCCESS);
+    EXPECT_FALSE(FC.m_bAtFileMark);
+    EXPECT_EQ(ZDV_Position(m_Device, ZDV_SP_SKIP, 3), ZDV_END_OF_MEDIA); // every block is tried
+    EXPECT_EQ(FC.m_uiCurrentBlock, 8u);
+    EXPECT_FALSE(FC.m_bAtFileMark);
+    FC.m_bFileMarkPending = true;
+    EXPECT_EQ(ZDV_Position(m_Device, ZDV_SP_SKIP, 3), ZDV_FILEMARK_REACHED);
+    EXPECT_EQ(FC.m_uiCurrentBlock, 1u);
+    EXPECT_TRUE(FC.m_bAtFileMark);
+}
+
+TEST_F(Tape, RefusesUnknownModesAndStaysWhereItIs)
+{
+    Load(4, 3);
+    for (const std::uint32_t uiMode : {ZDV_SP_GOTO, 6u, 4294967295u})
+        EXPECT_EQ(ZDV_Position(m_Device, uiMode, 1), 0x40000002) << uiMode;
+    for (const std::uint32_t uiRefused : {ZDV_MA_I, 3u})
+        EXPECT_EQ(ZDV_MediaAccess(m_Device, uiRefused, 1), 0x40000002) << uiRefused;
+    EXPECT_EQ(FC.m_AreaObjectList.size(), 4u);
+    EXPECT_EQ(FC.m_uiCurrentObject, 3u);
+    EXPECT_EQ(FC.m_uiCurrentBlock, 5u);
+}
+
+TEST_F(Tape, IsResetAlsoWhenTheCatalogueCannotBeRead)
+{
+    for (const auto& [uiMode, uiObject] : {std::pair(ZDV_SP_RET, 3u), {ZDV_SP_BOM, 0u}, {ZDV_SP_EORM, 0u}})
+    {
+        Load(4, 3);
+        FC.m_bOkToWrite = false;
+        FC.m_bFileMarkPending = true;
+        FC.m_uiReserveBlocks = 12;
+        EXPECT_EQ(ZDV_Position(m_Device, uiMode, 0), ZDV_DEVICE_ERROR); // not made ready
+        EXPECT_EQ(FC.m_uiCurrentObject, uiObject) << uiMode;
+        EXPECT_EQ(FC.m_uiReserveBlocks + Counted(), 0u);
+        EXPECT_TRUE(FC.m_bOkToWrite && FC.m_bAtFileMark && !FC.m_bFileMarkPending);
+        EXPECT_TRUE(FC.m_AreaObjectList.empty());
+    }
+}
+
+TEST_F(Tape, IsBlankAfterAnErase)
+{
+    Load(4, 3);
+    FC.m_VersionList = {T_2024};
+    FC.m_bOkToWrite = false;
+    FC.m_uiReserveBlocks = 12;
+    EXPECT_EQ(ZDV_MediaAccess(m_Device, ZDV_MA_E, 0), ZDV_SUCCESS);
+    EXPECT_TRUE(FC.m_AreaObjectList.empty());
+    EXPECT_TRUE(FC.m_bOkToWrite);
+    EXPECT_EQ(FC.m_uiCurrentObject + FC.m_uiReserveBlocks + Counted(), 0u);
+    EXPECT_EQ(FC.m_VersionList.size(), 1u); // for ZDV_GetList: nothing is deleted on the server
+    EXPECT_EQ(Read(), ZDV_BLANK_CHECK);
+}
+
+TEST_F(Tape, WritesFurtherFilemarksIntoNoObject)
+{
+    Load(3, 3);
+    FC.m_bFileMarkPending = true;
+    EXPECT_EQ(ZDV_MediaAccess(m_Device, ZDV_MA_WFM, 1), ZDV_SUCCESS);
+    EXPECT_EQ(FC.m_uiCurrentObject, 3u);
+    EXPECT_FALSE(FC.m_bFileMarkPending);
+    EXPECT_EQ(Counted(), 0u);
+    EXPECT_EQ(ZDV_MediaAccess(m_Device, ZDV_MA_WFM, 2), ZDV_SUCCESS);
+    EXPECT_EQ(FC.m_uiCurrentObject, 5u);
+    EXPECT_EQ(FC.m_AreaObjectList.size(), 4u);
+}
+
+TEST_F(Tape, EndsBehindItsLastObject)
+{
+    for (const std::uint32_t uiObject : {2u, 4294967293u})
+    {
+        Load(2, uiObject);
+        EXPECT_EQ(Read(), ZDV_END_OF_MEDIA);
+        EXPECT_EQ(FC.m_uiCurrentObject, uiObject);
+        FC.m_bFileMarkPending = true;
+        EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED);
+        EXPECT_TRUE(FC.m_bAtFileMark && !FC.m_bFileMarkPending && FC.m_bOkToWrite);
+        EXPECT_EQ(Counted(), 0u);
+    }
+}
+
+TEST_F(Tape, RefusesTransfersThatFitNoObject)
+{
+    // recorded objects, object, writing allowed, status, last error, object afterwards
+    const std::tuple<std::uint32_t, std::uint32_t, bool, ZDV_STATUS, std::uint32_t, std::uint32_t> CASES[] = {
+        {3, 3, false, ZDV_WRITE_PROTECTED, 0, 3},        {1, 3, true, ZDV_INTERNAL_ERROR, 0, 4},
+        {3, 4294967295, true, ZDV_INTERNAL_ERROR, 0, 0}, {999, 999, true, ZDV_DEVICE_ERROR, 87, 1000},
+        {0, 0, true, ZDV_DEVICE_ERROR, 87, 1}, // a new version, without a root
+    };
+    for (const auto& [uiObjects, uiObject, bOkToWrite, uiRc, uiLastError, uiObjectAfter] : CASES)
+    {
+        Load(uiObjects, uiObject);
+        FC.m_bOkToWrite = bOkToWrite;
+        FC.m_dwLastError = 4711;
+        EXPECT_EQ(Write(1), uiRc);
+        EXPECT_EQ(FC.m_dwLastError, uiLastError) << uiObject;
+        EXPECT_EQ(FC.m_uiCurrentObject, uiObjectAfter);
+        EXPECT_EQ(FC.m_uiCurrentBlock, 5u);
+    }
+    FC.m_AreaObjectList = {{T_2024, 50012}};
+    FC.m_uiCurrentObject = 0;
+    EXPECT_EQ(Read(), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(FC.m_sLastError, L"Invalid object id");
+}
+
+TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
+{
+    ASSERT_TRUE(DoInitEx(FC));
+    FC.m_sProtocol = REFUSED_SCHEME;
+    Load(1, 1);
+    EXPECT_EQ(Write(16 * ZDV_BLOCK_SIZE), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(FC.m_uiCurrentBlock, 21u);
+    EXPECT_EQ(ZDV_MediaAccess(m_Device, ZDV_MA_WFM, 1), ZDV_SUCCESS);
+    EXPECT_EQ(FC.m_dwLastError, 1u);
+    EXPECT_THAT(FC.m_sLastError, testing::StartsWith(L"Perform operation failed ["));
+
+    Load(3, 2);
+    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED);
+    EXPECT_EQ(FC.m_dwLastError, 1u);
+    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED); // twice, since the first was met within a request
+    EXPECT_EQ(Read(), ZDV_END_OF_MEDIA);
+    EXPECT_EQ(FC.m_dwLastError, 0u);
+}
+
+TEST_F(Tape, HidesTheErrorFieldsWhileAWorkerRuns)
+{
+    const HANDLE hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const auto Worker = [](LPVOID hEvent) { return WaitForSingleObject(hEvent, INFINITE); };
+    FC.m_hThread = CreateThread(nullptr, 0, Worker, hEnd, 0, nullptr);
+    FC.m_bSendData = true;
+    FC.m_dwLastError = 42;
+    const auto ErrorCode = [this] {
+        std::uint32_t uiError = 4711;
+        EXPECT_EQ(ZDV_GetProperty(m_Device, ZDV_P_SPECIFIC_ERROR_CODE, &uiError), ZDV_SUCCESS);
+        return uiError;
+    };
+    EXPECT_EQ(ErrorCode(), 0u);
+    EXPECT_EQ(Write(1), ZDV_WRITE_PROTECTED);
+    SetEvent(hEnd);
+    WaitForSingleObject(FC.m_hThread, INFINITE);
+    EXPECT_EQ(ErrorCode(), 42u);
+    CloseHandle(hEnd);
+}
