@@ -2,6 +2,7 @@
 
 #include "common/Url.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -40,7 +41,7 @@ std::vector<std::string> DirectoriesOf(const std::wstring& sURL)
     std::string sPath = RequestedPath(sURL);
     // libcurl does not resolve the login directory in a quoted path, but servers start relative ones there.
     if (sPath.starts_with("/~/"))
-        sPath.erase(0, 3);
+        sPath.erase(0, std::min(sPath.find_first_not_of('/', 2), sPath.size()));
     std::vector<std::string> aDirectories;
     for (std::size_t uiEnd = sPath.find('/'); uiEnd != std::string::npos; uiEnd = sPath.find('/', uiEnd + 1))
         if (uiEnd != 0 && sPath[uiEnd - 1] != '/')

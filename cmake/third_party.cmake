@@ -4,8 +4,10 @@
 set(gtest_disable_pthreads ON)
 set(INSTALL_GTEST OFF)
 add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
-target_compile_definitions(gtest PUBLIC GTEST_HAS_NOTIFICATION_=1)
-target_compile_options(gtest PUBLIC -include ${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h)
+if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_definitions(gtest PUBLIC GTEST_HAS_NOTIFICATION_=1)
+    target_compile_options(gtest PUBLIC -include ${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h)
+endif()
 
 # A folder that holds the headers of CLI11 and none of the build machine's own.
 set(cli11_include ${PROJECT_BINARY_DIR}/cli11)

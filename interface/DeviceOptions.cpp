@@ -135,6 +135,16 @@ ZDV_STATUS CopyOption(const FtpContext& FC, const FunctionTrace& Trace, std::int
     return ZDV_SUCCESS;
 }
 
+// A server that was typed with a password may have been cut in the middle of it.
+template <typename Char>
+void TraceString(const FtpContext& FC, const FunctionTrace& Trace, const Char* pOptions)
+{
+    if (FC.m_sServer.find(L'@') != std::wstring::npos)
+        Trace.Location(L"pOptions", FC.m_sServer);
+    else
+        Trace.Text(Level::Verbose, L"pOptions", pOptions);
+}
+
 template <typename Options>
 ZDV_STATUS GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
                             typename Options::Char* pOptions, std::uint32_t uiSize)
@@ -152,7 +162,7 @@ ZDV_STATUS GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uin
         Trace.Verbose(CategoryName(uiCategory));
         const ZDV_STATUS uiRc = CopyOption<Options>(FC, Trace, uiCategory, uiIndex, pOptions, uiSize);
         if (uiRc == ZDV_SUCCESS && Options::BufferLength(uiSize) != 0)
-            Trace.Location(L"pOptions", pOptions);
+            TraceString(FC, Trace, pOptions);
         return Ended(Options::GET_ENDING, uiRc);
     });
 }

@@ -1,4 +1,5 @@
-// Runs the tests under a watchdog: a test that hangs is named, and ends the program.
+// Runs the tests. One that hangs or crashes ends the program, which says where: under Wine a crash alone may
+// end it with 0.
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -10,35 +11,42 @@ namespace {
 
 constexpr DWORD LONGEST_TEST = 120000; // milliseconds
 
+std::atomic<const char*> g_sSuite = "start", g_sTest = "up";
+
+void EndProgram(const char* sReason)
+{
+    std::fprintf(stderr, "%s in %s.%s\n", sReason, g_sSuite.load(), g_sTest.load());
+    std::fflush(stderr);
+    TerminateProcess(GetCurrentProcess(), 3);
+}
+
+LONG WINAPI Crashed(EXCEPTION_POINTERS*)
+{
+    EndProgram("Crashed");
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
 class Watchdog : public testing::EmptyTestEventListener
 {
 public:
-    Watchdog() { CloseHandle(CreateThread(nullptr, 0, Watch, this, 0, nullptr)); }
+    Watchdog() { CloseHandle(CreateThread(nullptr, 0, Watch, m_hProgress, 0, nullptr)); }
 
-    void OnTestStart(const testing::TestInfo& Test) override { Progress(&Test); }
-    void OnTestEnd(const testing::TestInfo& Test) override { Progress(&Test); }
-
-private:
-    void Progress(const testing::TestInfo* pTest)
+    void OnTestStart(const testing::TestInfo& Test) override
     {
-        m_pTest = pTest;
+        g_sSuite = Test.test_suite_name();
+        g_sTest = Test.name();
         SetEvent(m_hProgress);
     }
 
-    static DWORD WINAPI Watch(LPVOID pArgument)
+private:
+    static DWORD WINAPI Watch(LPVOID hProgress)
     {
-        const auto& Self = *static_cast<Watchdog*>(pArgument);
-        while (WaitForSingleObject(Self.m_hProgress, LONGEST_TEST) == WAIT_OBJECT_0)
+        while (WaitForSingleObject(hProgress, LONGEST_TEST) == WAIT_OBJECT_0)
             continue;
-        const testing::TestInfo* const pTest = Self.m_pTest;
-        std::fprintf(stderr, "No progress in %s.%s\n", pTest != nullptr ? pTest->test_suite_name() : "start",
-                     pTest != nullptr ? pTest->name() : "up");
-        std::fflush(stderr);
-        TerminateProcess(GetCurrentProcess(), 3);
+        EndProgram("No progress");
         return 0;
     }
 
-    std::atomic<const testing::TestInfo*> m_pTest = nullptr;
     const HANDLE m_hProgress = CreateEventW(nullptr, FALSE, FALSE, nullptr);
 };
 
@@ -46,6 +54,7 @@ private:
 
 int main(int argc, char** argv)
 {
+    SetUnhandledExceptionFilter(Crashed);
     // Labels show local time: a zone that no other clock here runs in tells it from UTC on every machine.
     _putenv("TZ=TST-5:30");
     _tzset();

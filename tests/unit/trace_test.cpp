@@ -109,7 +109,7 @@ TEST_F(Trace, WritesTheLevelsOfTheSettings)
     CTrace Own;
     Own.ReadLevel(); // without the file
     WriteAllLevels(Own);
-    EXPECT_EQ(Lines().back(), "[I]: f : i");
+    EXPECT_THAT(Lines(), ElementsAre("[E]: f : e", "[W]: f : w", "[I]: f : i"));
 }
 
 TEST_F(Trace, KeepsThePreviousRunOnce)
