@@ -145,6 +145,43 @@ TEST(Server, FullDiskFailsTheUpload)
     EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << "the device works again: " << tape.ErrorText();
 }
 
+TEST(Server, ReadAfterAFailedUploadLeavesTheObjectsAlone)
+{
+    const Blocks aObject = SomeBlocks(1, 5);
+    Tape tape(server::Root(L"small/kept"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    tape.Write(SomeBlocks(32, 2));
+    ASSERT_NE(tape.Filemark(), 0u);
+    ASSERT_EQ(tape.Position(ZDV_SP_FFM, -3), ZDV_SUCCESS);
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
+    ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_TRUE(aRead == aObject);
+}
+
+TEST(Server, RetryOfAFailedVersionLeavesTheOlderOneAlone)
+{
+    const std::wstring sRoot = server::Root(L"retried");
+    const Blocks aObject = SomeBlocks(2, 6);
+    {
+        Tape tape(sRoot);
+        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    }
+    Tape tape(sRoot);
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    server::Control("kill");
+    EXPECT_EQ(tape.Write(SomeBlocks(1, 7)), ZDV_DEVICE_ERROR);
+    server::Control("start");
+    EXPECT_EQ(tape.Write(SomeBlocks(1, 7)), ZDV_INTERNAL_ERROR);
+    ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(2, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_TRUE(aRead == aObject);
+}
+
 TEST(Server, KilledServerFailsTheUpload)
 {
     Tape tape(server::Root(L"killed/upload"));
