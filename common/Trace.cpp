@@ -196,7 +196,6 @@ bool CTrace::CanWrite()
 void CTrace::WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody)
 {
     const std::scoped_lock Lock(m_Lock);
-    m_Stream.clear();
     m_Stream.open(m_sFilePath.c_str(), std::ios::app);
     if (!m_Stream)
         return;
