@@ -134,31 +134,23 @@ TEST(Server, RootThatCannotBeCreatedIsExplained)
     EXPECT_TRUE(server::Names(L"readonly").empty());
 }
 
-TEST(Server, FullDiskFailsTheUpload)
+TEST(Server, FullDiskFailsTheUploadAndNothingElse)
 {
+    const Blocks aObject = SomeBlocks(1, 5);
     Tape tape(server::Root(L"small/root"));
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    ASSERT_EQ(tape.WriteObject(SomeBlocks(1, 1)), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
     tape.Write(SomeBlocks(32, 2)); // twice what the disk holds; how much is buffered on the way differs
     EXPECT_NE(tape.Filemark(), 0u) << "no filemark hides a failed upload";
     ExpectReason(tape, L"Perform operation failed");
-    EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << "the device works again: " << tape.ErrorText();
-}
 
-TEST(Server, ReadAfterAFailedUploadLeavesTheObjectsAlone)
-{
-    const Blocks aObject = SomeBlocks(1, 5);
-    Tape tape(server::Root(L"small/kept"));
-    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
-    ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
-    tape.Write(SomeBlocks(32, 2));
-    ASSERT_NE(tape.Filemark(), 0u);
     ASSERT_EQ(tape.Position(ZDV_SP_FFM, -3), ZDV_SUCCESS);
     Blocks aRead;
     ASSERT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
     ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << tape.ErrorText();
-    EXPECT_TRUE(aRead == aObject);
+    EXPECT_TRUE(aRead == aObject) << "an object before the failed one";
+    EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << "the device works again: " << tape.ErrorText();
 }
 
 TEST(Server, RetryOfAFailedVersionLeavesTheOlderOneAlone)
