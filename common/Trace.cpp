@@ -196,10 +196,12 @@ bool CTrace::CanWrite()
 void CTrace::WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody)
 {
     const std::scoped_lock Lock(m_Lock);
+    // Complete before the file is open, so that a line that there is no memory for leaves it closed.
+    const std::wstring sLine = Header(enLevel) + WellFormed(sFunction) + L" : " + WellFormed(sBody) + L"\n";
     m_Stream.open(m_sFilePath.c_str(), std::ios::app);
     if (!m_Stream)
         return;
-    m_Stream << Header(enLevel) << WellFormed(sFunction) << L" : " << WellFormed(sBody) << L'\n';
+    m_Stream << sLine;
     m_Stream.close();
 }
 

@@ -135,12 +135,13 @@ ZDV_STATUS CopyOption(const FtpContext& FC, const FunctionTrace& Trace, std::int
     return ZDV_SUCCESS;
 }
 
-// A server that was typed with a password may have been cut in the middle of it.
+// The string just written; but a server that was typed with a password may have been cut in the middle of it.
 template <typename Char>
-void TraceString(const FtpContext& FC, const FunctionTrace& Trace, const Char* pOptions)
+void TraceString(const FtpContext& FC, const FunctionTrace& Trace, std::int32_t uiCategory,
+                 const Char* pOptions)
 {
-    if (FC.m_sServer.find(L'@') != std::wstring::npos)
-        Trace.Location(L"pOptions", FC.m_sServer);
+    if (uiCategory == ZDV_INTERFACES && FC.m_sServer.find(L'@') != std::wstring::npos)
+        Trace.Location(L"pOptions", ServerAddress(FC));
     else
         Trace.Text(Level::Verbose, L"pOptions", pOptions);
 }
@@ -162,7 +163,7 @@ ZDV_STATUS GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uin
         Trace.Verbose(CategoryName(uiCategory));
         const ZDV_STATUS uiRc = CopyOption<Options>(FC, Trace, uiCategory, uiIndex, pOptions, uiSize);
         if (uiRc == ZDV_SUCCESS && Options::BufferLength(uiSize) != 0)
-            TraceString(FC, Trace, pOptions);
+            TraceString(FC, Trace, uiCategory, pOptions);
         return Ended(Options::GET_ENDING, uiRc);
     });
 }

@@ -30,11 +30,13 @@
 //   After ZDV_DEVICE_ERROR, and after a filemark that ended a transfer, property
 //   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code (0: none), and
 //   ZDV_GI_SPECIFIC_ERROR_MSG the text; both say nothing while a transfer runs. Ask at once: the next read,
-//   write, skip or further filemark forgets it. After a failed upload or a failed creation of a version, make
-//   the device ready or close it before anything else; listings fail until then. An exception inside the
-//   module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open). A null handle is answered with
-//   ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any other value must come from
-//   ZDV_Open.
+//   write, skip or further filemark forgets it.
+//   After a failed upload listings fail: make the device ready or close it before anything else.
+//   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
+//   writing again: the object number is kept, and a write in the middle of a version overwrites.
+//   An exception inside the module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open).
+//   A null handle is answered with ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any
+//   other value must come from ZDV_Open.
 #pragma once
 
 #include <cstdint>

@@ -210,7 +210,10 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
         return ZDV_END_OF_MEDIA;
     }
     if (FC.m_bWriting)
+    {
         ObjectClose(&FC);
+        ClearLastError(FC);
+    }
     Trace.Verbose(L"pFC->m_uiCurrentObject++");
     ++FC.m_uiCurrentObject;
     FC.m_ullBytesRead = 0;

@@ -1,5 +1,6 @@
 #include "stream/Transfer.h"
 
+#include "catalogue/Label.h"
 #include "catalogue/ServerUrl.h"
 #include "common/FunctionTrace.h"
 #include "common/Url.h"
@@ -29,10 +30,9 @@ ZDV_STATUS RefuseObject(FtpContext& FC, const TransferDirection& Direction)
 
 ZDV_STATUS SetObjectUrl(FtpContext& FC, const TransferDirection& Direction)
 {
-    // Objects without a label would all share one file.
-    if (FC.m_AreaObjectList[FC.m_uiCurrentObject - 1].m_uiObjectId >= AreaObject::FIRST_ID_WITHOUT_LABEL)
-        return RefuseObject(FC, Direction);
     const std::wstring sURL = ObjectUrl(FC);
+    if (sURL.ends_with(ERROR_LABEL)) // objects without a label of their own would all share one file
+        return RefuseObject(FC, Direction);
     FunctionTrace(Direction.sSetUrl).Location(L"sURL", sURL);
     if (CurlSucceeded(curl_easy_setopt(FC.m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sURL).c_str()),
                       L"Set URL option failed", FC.m_dwLastError, FC.m_sLastError))

@@ -140,12 +140,12 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
 {
     Trace.Information(L"Writing Volume Header so start new version");
     FC.m_tLatestVersion = _time64(nullptr);
-    // Emptied first: a host that writes on after a failure must not find the objects of an older version, and
-    // overwrite them.
+    // Set before the server is asked: a host that writes on after a failure must not find an older version, and
+    // overwrite its objects.
+    FC.m_CurrentVersion = Version(FC.m_tLatestVersion);
     FC.m_AreaObjectList.clear();
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
-    const Version NewVersion(FC.m_tLatestVersion);
-    if (!Manager.CreateVersion(FC.m_sServer, FC.m_sRoot, NewVersion))
+    if (!Manager.CreateVersion(FC.m_sServer, FC.m_sRoot, FC.m_CurrentVersion))
     {
         TakeLastError(FC, Manager);
         Trace.Error(L"... ending(VersionMgr::CreateVersion failed)");
@@ -153,7 +153,6 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
     }
     Trace.Verbose(L"New version");
     FC.m_VersionList.push_back(FC.m_tLatestVersion);
-    FC.m_CurrentVersion = NewVersion;
     FC.m_AreaObjectList.emplace_back(FC.m_tLatestVersion, FC.m_uiCurrentObject);
     return ZDV_SUCCESS;
 }
@@ -161,7 +160,10 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
 ZDV_STATUS OpenObject(FtpContext& FC, const FunctionTrace& Trace)
 {
     if (FC.m_bGetData)
+    {
         ObjectClose(&FC);
+        ClearLastError(FC);
+    }
     ++FC.m_uiCurrentObject;
     FC.m_ullBytesRead = 0;
     FC.m_ullBytesWritten = 0;
