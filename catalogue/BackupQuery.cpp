@@ -92,8 +92,8 @@ bool LoadObjects(FtpContext& FC, const std::wstring& sURL)
     AreaObjectMgr Manager(FC.m_pCurl);
     if (Manager.GetAreaObjectList(sURL, FC.m_CurrentVersion.GetLabel(), FC.m_AreaObjectList))
         return true;
-    FC.m_AreaObjectList
-        .clear(); // a host that wrote behind half of the objects would overwrite the other half
+    // A host that wrote behind half of the objects would overwrite the other half.
+    FC.m_AreaObjectList.clear();
     TakeLastError(FC, Manager);
     TraceLastError(FC);
     return false;

@@ -31,7 +31,7 @@ void TakeVersion(std::wstring& sLine, std::vector<std::int64_t>& aVersions)
     sLine.clear();
 }
 
-// Servers answer the request for a new directory with its listing, which holds nothing or "." and "..".
+// Servers answer the request for a new directory with its listing, whatever it holds.
 std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*) noexcept
 {
     return uiSize * uiCount;

@@ -61,8 +61,9 @@ std::string Device::LastErrorText() const
 {
     constexpr std::string_view PREFIX = "ERROR: ";
     std::array<wchar_t, 1024> aText{};
-    m_Module.GetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(),
-                      static_cast<std::uint32_t>(aText.size()));
+    if (m_Module.GetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(),
+                          static_cast<std::uint32_t>(aText.size())) != ZDV_SUCCESS)
+        return {};
     const std::string sText = ToUtf8(aText.data());
     return sText.starts_with(PREFIX) ? sText.substr(PREFIX.size()) : sText;
 }

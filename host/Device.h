@@ -19,10 +19,8 @@ public:
     {
     }
 
-    std::uint32_t Code() const
-    {
-        return m_uiCode;
-    } // a libcurl result or a Windows error number, 0 if unknown
+    // A libcurl result or a Windows error number, 0 if unknown.
+    std::uint32_t Code() const { return m_uiCode; }
 
 private:
     std::uint32_t m_uiCode;

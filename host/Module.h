@@ -33,7 +33,6 @@ private:
     std::unique_ptr<std::remove_pointer_t<HMODULE>, Unload> m_hLibrary;
 
 public:
-    decltype(&ZDV_GetModuleProperty) GetModuleProperty = Export("ZDV_GMP");
     decltype(&ZDV_GetModulePropertyW) GetModulePropertyW = Export("ZDV_GetModulePropertyW");
     decltype(&ZDV_Open) Open = Export("ZDV_O");
     decltype(&ZDV_Close) Close = Export("ZDV_C");

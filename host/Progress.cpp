@@ -66,8 +66,6 @@ Progress::Progress(std::uint64_t uiTotalBytes)
 {
 }
 
-std::uint64_t Progress::Seconds() const { return (GetTickCount64() - m_uiStart) / MS_PER_SECOND; }
-
 void Progress::Advance(std::uint64_t uiBytes)
 {
     m_uiDone += uiBytes;

@@ -22,7 +22,6 @@ public:
     void Hide(); // before other text is written
 
     std::uint64_t Bytes() const { return m_uiDone; }
-    std::uint64_t Seconds() const;
 
 private:
     std::string Line() const;

@@ -40,7 +40,8 @@ void RestoredFile::SetVanishing(bool bVanishing)
 void RestoredFile::Write(std::span<const std::byte> Data)
 {
     DWORD dwWritten = 0;
-    if (!WriteFile(m_hFile.get(), Data.data(), static_cast<DWORD>(Data.size()), &dwWritten, nullptr))
+    if (!WriteFile(m_hFile.get(), Data.data(), static_cast<DWORD>(Data.size()), &dwWritten, nullptr) ||
+        dwWritten != Data.size())
         throw FileError(m_sPath, "cannot be written", GetLastError());
 }
 

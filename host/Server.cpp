@@ -8,8 +8,7 @@ constexpr unsigned SFTP_PORT = 22;
 constexpr unsigned FTPS_PORT = 990;
 
 constexpr const char* PORT_RULE = "The port chooses the protocol: 22 is SFTP, 990 is FTP over TLS, every "
-                                  "other port is FTP (with TLS if the "
-                                  "server offers it).";
+                                  "other port is FTP (with TLS if the server offers it).";
 
 struct Hint
 {
@@ -24,7 +23,8 @@ constexpr Hint HINTS[] = {
     {7, "Nothing answers at this port: check the port, the server and the firewalls between."},
     {8, "What answers at this port does not speak FTP: check the port."},
     {9, "The root cannot be entered or created: check its name and the user's rights."},
-    {28, "The server did not answer in time: check the server and the firewalls between."},
+    {28, "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
+         "between."},
     {35, "No TLS connection came about: check that the server speaks TLS at this port."},
     {52, "The server closed the connection without a word: check the port."},
     {55, "The connection broke while sending: check the network."},

@@ -30,7 +30,7 @@
 //   After ZDV_DEVICE_ERROR, and after a filemark that ended a transfer, property
 //   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code (0: none), and
 //   ZDV_GI_SPECIFIC_ERROR_MSG the text; both say nothing while a transfer runs. Ask at once: the next read,
-//   write, skip or further filemark forgets it.
+//   write, skip or further filemark forgets it; making ready and positioning do not.
 //   After a failed upload listings fail: make the device ready or close it before anything else.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.
@@ -67,7 +67,7 @@ inline constexpr ZDV_STATUS ZDV_INVALID_DATE = 0x40001013;           // only eve
 inline constexpr std::uint32_t ZDV_GMP_DESC = 0;            // "FTP Virtual device for Windows"
 inline constexpr std::uint32_t ZDV_GMP_VER = 1;             // "V 7.1.2"
 inline constexpr std::uint32_t ZDV_GMP_CLASS = 2;           // "FTP Support Module"
-inline constexpr std::uint32_t ZDV_GMP_DATE = 3;            // build date, "Jul 30 2025"
+inline constexpr std::uint32_t ZDV_GMP_DATE = 3;            // build date, e.g. "Jul 30 2025"
 inline constexpr std::uint32_t ZDV_GMP_CHANGER_SUPPORT = 4; // "0"
 inline constexpr std::uint32_t ZDV_GMP_SM_CLASS = 7;        // "10"
 inline constexpr std::uint32_t ZDV_GMP_IS_ZDV_REMOTE = 8;   // "0"
@@ -200,7 +200,7 @@ ZDV_STATUS ZDV_GetModulePropertyW(std::uint32_t uiCategory, wchar_t* pBuffer, st
 ZDV_STATUS ZDV_Open(ZDV_HANDLE* pHandle);
 
 // Exported as "ZDV_C". Ends the current object (an upload is completed, however long that takes) and
-// destroys the device. Always ZDV_SUCCESS, also for a null handle. To learn an upload's fate, write a
+// destroys the device. Status: ZDV_SUCCESS, also for a null handle. To learn an upload's fate, write a
 // filemark and ask for the last error before closing.
 ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 
@@ -220,7 +220,7 @@ ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
 // that the wide computer name (ZDV_ADAPTERS) takes uiSize as characters. Ask index 0, 1, ... until
 // ZDV_NO_STRING_EXISTS; no category has more than one string. Statuses: ZDV_SUCCESS, also for a text that
 // was cut (a size of 0 leaves the buffer untouched); ZDV_NO_STRING_EXISTS, the buffer is untouched;
-// ZDV_FUNCTION_NOT_SUPPORTED for an unknown category, and for a computer name that does not fit.
+// ZDV_FUNCTION_NOT_SUPPORTED for an unknown category, and for a computer name that does not fit or cannot be read.
 ZDV_STATUS ZDV_GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
                                 char* pOptions, std::uint32_t uiSize);
 ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
@@ -228,8 +228,7 @@ ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, std
 
 // Exported as "ZDV_SDO" and "ZDV_SetDeviceOptionsW". Stores an option; pOptions is zero-terminated and not
 // null. Values are not checked here; a port is read as atoi does, and a server with a ":" is taken for an
-// IPv6 address. Statuses: ZDV_SUCCESS;
-// ZDV_FUNCTION_NOT_SUPPORTED for a category that is no option.
+// IPv6 address. Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED for a category that is no option.
 ZDV_STATUS ZDV_SetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, const char* pOptions);
 ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, const wchar_t* pOptions);
 
@@ -308,7 +307,8 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uin
 // Position: ZDV_SP_RET keeps the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number of
 // recorded objects (all three also on failure, and allow writing). ZDV_SP_SKIP raises the block number by two
 // for each block read. ZDV_SP_FFM is pure arithmetic and not compared with the recorded objects: forward
-// leaves the position just past a filemark, backward just before one.
+// leaves the position just past a filemark, backward just before one; 0 leaves it behind the current object,
+// with no filemark to report.
 ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, std::uint32_t uiCategory, std::int32_t iBlocks);
 
 } // extern "C"

@@ -181,6 +181,7 @@ class HostTest(unittest.TestCase):
         self.run_host(DONE, "versions")  # creates the root
         root, now = STORE / self.root, int(time.time())
         taken = {time.strftime("ZELT_%Y%m%d%H%M%S", time.gmtime(now + seconds)) for seconds in range(5)}
+        taken.add("ZELT_20371231235959")
         for label in taken:
             (root / label).mkdir()
         self.write("file", b"")
@@ -329,8 +330,10 @@ class HostTest(unittest.TestCase):
             with self.subTest(name), open(self.write("file", bytes(32 << 20)), "r+b") as file:
                 process = self.start("backup", windows_path(self.source))
                 self.assertIn("Backing up 1 file", process.stdout.readline())
+                control("stop")  # what is buffered on the way is far less than the file
                 change(file)
                 file.flush()
+                control("cont")
                 self.assertIn(text, self.finish(process, BACKUP_FAILED))
 
 

@@ -20,10 +20,10 @@ public:
     Tape& operator=(const Tape&) = delete;
     ~Tape() { m_Module.Close(m_Handle); }
 
-    ZDV_STATUS Set(std::int32_t uiCategory, const std::wstring& sValue);
+    void Set(std::int32_t uiCategory, const std::wstring& sValue);
     ZDV_STATUS MakeReady() { return m_Module.Utility(m_Handle, ZDV_U_MAKE_UNIT_READY); }
     // Asks for the backup of a local date and time "dd/mm/yyyy hh:mm:ss".
-    ZDV_STATUS AskForBackup(const std::wstring& sTime);
+    void AskForBackup(const std::wstring& sTime);
 
     ZDV_STATUS Write(const Blocks& aBlocks);
     // Ends the current object; the upload's error code, 0 when the server took it.

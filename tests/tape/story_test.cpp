@@ -2,7 +2,9 @@
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
+#include <algorithm>
 #include <ctime>
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace {
@@ -63,7 +65,11 @@ void AwaitNextSecond()
 {
     const std::time_t tStart = std::time(nullptr);
     while (std::time(nullptr) == tStart)
-        Sleep(1);
+    {
+        SYSTEMTIME Now;
+        GetSystemTime(&Now);
+        Sleep(1000u - Now.wMilliseconds);
+    }
 }
 
 std::wstring AsBackupTime(const std::wstring& sLabel)
@@ -124,10 +130,15 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
         const Blocks aAppended = SomeBlocks(2, 50);
         ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS);
         ASSERT_EQ(tape.WriteObject(aAppended), ZDV_SUCCESS) << tape.ErrorText();
-        // The one way to an empty object: a further filemark, from before the last object.
+        // The one way for a host to an empty object: a further filemark, from before the last object.
         ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS);
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, -2), ZDV_SUCCESS);
         ASSERT_EQ(tape.WriteFilemarks(2), ZDV_SUCCESS);
+        const auto aNames = server::Names(m_sFolder + L"/" + aVersions[0]);
+        const auto pEmpty = std::find_if(aNames.begin(), aNames.end(),
+                                         [](const std::wstring& sName) { return sName.ends_with(L".007"); });
+        ASSERT_NE(pEmpty, aNames.end());
+        EXPECT_EQ(fs::file_size(server::Store(m_sFolder + L"/" + aVersions[0] + L"/" + *pEmpty)), 0u);
 
         ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
@@ -142,6 +153,7 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
     {
         SCOPED_TRACE("a second version beside the first");
         fs::create_directory(server::Store(m_sFolder + L"/foreign folder"));
+        ASSERT_TRUE(std::ofstream(server::Store(m_sFolder + L"/ZELT_readme.txt")));
         AwaitNextSecond();
         Tape tape(m_sRoot);
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
