@@ -33,12 +33,12 @@ std::wstring OnlyWhatTheLocaleKnows(std::wstring_view sText)
     return sKnown;
 }
 
-template <typename Char> std::basic_string<Char> Masked(std::basic_string_view<Char> sText, const Char* sMask)
+template <typename Char> std::basic_string<Char> Masked(std::basic_string_view<Char> sText)
 {
     const std::size_t uiAt = sText.rfind(Char{'@'});
     std::basic_string<Char> sMasked(sText);
     if (uiAt != sText.npos)
-        sMasked.replace(0, uiAt, sMask);
+        sMasked.replace(0, uiAt, 3, Char{'*'});
     return sMasked;
 }
 
@@ -104,8 +104,8 @@ std::wstring WellFormed(std::wstring_view sText)
     return sResult;
 }
 
-std::string WithoutPassword(std::string_view sText) { return Masked<char>(sText, "***"); }
+std::string WithoutPassword(std::string_view sText) { return Masked(sText); }
 
-std::wstring WithoutPassword(std::wstring_view sText) { return Masked<wchar_t>(sText, L"***"); }
+std::wstring WithoutPassword(std::wstring_view sText) { return Masked(sText); }
 
 } // namespace quorvel

@@ -40,6 +40,15 @@ ZDV_STATUS WithDevice(ZDV_HANDLE handle, const wchar_t* sFunction, const Body& b
     });
 }
 
+// The first lines of an export that copies a text into, or takes one from, a buffer of uiSize.
+inline void TraceArguments(const quorvel::FunctionTrace& Trace, std::uint32_t uiCategory,
+                           std::uint32_t uiSize)
+{
+    Trace.Starting();
+    Trace.Number(quorvel::Level::Verbose, L"uiCategory", uiCategory);
+    Trace.Number(quorvel::Level::Verbose, L"uiSize", uiSize);
+}
+
 // The last line of an export: the status under the composite name sEnding.
 inline ZDV_STATUS Ended(const wchar_t* sEnding, ZDV_STATUS uiRc)
 {

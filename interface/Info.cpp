@@ -32,13 +32,6 @@ std::optional<std::wstring> DeviceInfo(const FtpContext& FC, std::uint32_t uiCat
     }
 }
 
-void TraceArguments(const FunctionTrace& Trace, std::uint32_t uiCategory, std::uint32_t uiSize)
-{
-    Trace.Starting();
-    Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-    Trace.Number(Level::Verbose, L"uiSize", uiSize);
-}
-
 struct InfoNames
 {
     const wchar_t* sName;

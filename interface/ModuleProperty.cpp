@@ -5,7 +5,6 @@
 #include "interface/InvalidCategory.h"
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
 
@@ -58,9 +57,7 @@ ZDV_STATUS GetModuleProperty(const wchar_t* sName, const char* sNarrowName, cons
 {
     return Guarded(sName, ZDV_DEVICE_ERROR, [&] {
         const FunctionTrace Trace(sName);
-        Trace.Starting();
-        Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-        Trace.Number(Level::Verbose, L"uiSize", uiSize);
+        TraceArguments(Trace, uiCategory, uiSize);
         return Ended(sEnding, Answer(Trace, sNarrowName, uiCategory, pBuffer, uiSize));
     });
 }
