@@ -49,14 +49,15 @@ bool ListVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstring
     return true;
 }
 
-// Traces a date for people to read under sComposite, as sBackupTime; false, under sFailure, for a date that
-// has no text.
-bool TraceDate(const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sComposite,
-               const wchar_t* sFailure)
+// Traces a date for people to read under sComposite, as sBackupTime; false for a date that has no text, with
+// sReason stored and sFailure traced.
+bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sComposite,
+               const wchar_t* sReason, const wchar_t* sFailure)
 {
     std::wstring sBackupTime;
     if (!Version::ConvertDateToString(tDate, sBackupTime))
     {
+        AssignLastError(FC, {ERROR_INVALID_PARAMETER, sReason});
         Trace.Error(sFailure);
         return false;
     }
@@ -73,17 +74,20 @@ std::int64_t NewestUpTo(const std::vector<std::int64_t>& aVersions, std::int64_t
     return tCandidate;
 }
 
-bool ChooseVersion(const FtpContext& FC, const FunctionTrace& Trace, std::int64_t& tCandidate)
+bool ChooseVersion(FtpContext& FC, const FunctionTrace& Trace, std::int64_t& tCandidate)
 {
     Trace.Information(L"Finding latest or requested version");
     if (FC.m_tBackupTime <= 0)
     {
         tCandidate = FC.m_tLatestVersion;
-        return TraceDate(Trace, FC.m_tLatestVersion, L"ObjectQueryBackup : Looking for version dated",
+        return TraceDate(FC, Trace, FC.m_tLatestVersion, L"ObjectQueryBackup : Looking for version dated",
+                         L"Invalid latest backup date/time to use",
                          L"... ending(Invalid latest backup date/time to use)");
     }
     tCandidate = NewestUpTo(FC.m_VersionList, FC.m_tBackupTime);
-    return TraceDate(Trace, FC.m_tBackupTime, L"ObjectQueryBackup : Looking for version dated no later than",
+    return TraceDate(FC, Trace, FC.m_tBackupTime,
+                     L"ObjectQueryBackup : Looking for version dated no later than",
+                     L"Invalid user selected backup date/time to use",
                      L"... ending(Invalid user selected backup date/time to use)");
 }
 
@@ -103,13 +107,12 @@ bool UseVersion(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& 
 {
     if (tCandidate == NONE)
     {
-        FC.m_dwLastError = ERROR_BAD_ENVIRONMENT;
-        FC.m_sLastError = L"No latest/requested Volume Header found";
+        AssignLastError(FC, {ERROR_BAD_ENVIRONMENT, L"No latest/requested Volume Header found"});
         TraceLastError(FC);
         return false;
     }
-    if (!TraceDate(Trace, tCandidate, L"ObjectQueryBackup : Using version dated",
-                   L"... ending(Invalid backup date/time to use)"))
+    if (!TraceDate(FC, Trace, tCandidate, L"ObjectQueryBackup : Using version dated",
+                   L"Invalid backup date/time to use", L"... ending(Invalid backup date/time to use)"))
         return false;
     FC.m_CurrentVersion = Version(tCandidate);
     return LoadObjects(FC, sURL);

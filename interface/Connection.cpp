@@ -15,7 +15,7 @@ constexpr DWORD APP_INIT_FAILURE = 575; // ERROR_APP_INIT_FAILURE, which mingw's
 
 bool Failed(FtpContext& FC, std::uint32_t dwLastError, const wchar_t* sError)
 {
-    StoreLastError(FC, dwLastError, sError);
+    StoreLastError(FC, {dwLastError, sError});
     FunctionTrace(L"DoInitEx : ... ending").Text(Level::Error, L"FC.m_sLastError", sError);
     return false;
 }

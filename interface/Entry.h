@@ -3,6 +3,7 @@
 
 #include "common/FunctionTrace.h"
 #include "interface/FtpContext.h"
+#include "interface/LastError.h"
 #include "interface/zdv.h"
 
 // Traces the exception being handled. Call it in a catch block only.
@@ -36,7 +37,15 @@ ZDV_STATUS WithDevice(ZDV_HANDLE handle, const wchar_t* sFunction, const Body& b
             Trace.Error(L"... ending(Bad handle)");
             return ZDV_INVALID_HANDLE;
         }
-        return body(*pFC, Trace);
+        try
+        {
+            return body(*pFC, Trace);
+        }
+        catch (...)
+        {
+            StoreLastError(*pFC, ExceptionFailure());
+            throw;
+        }
     });
 }
 

@@ -10,6 +10,15 @@
 #include <vector>
 #include <windows.h>
 
+// Whether a transfer's two ends have met. Awaited is left once, by whichever thread decides first.
+enum class Connection
+{
+    Awaited,
+    Made,
+    GivenUpByWorker,
+    GivenUpByHost
+};
+
 // One open device. Its address is the host's handle. What the worker thread of a transfer may touch, and
 // what orders the two threads, stands in stream/Transfer.h.
 class FtpContext
@@ -50,4 +59,6 @@ public:
     std::vector<AreaObject> m_AreaObjectList; // entry n - 1 is object n of the current version
     std::uint32_t m_dwLastError = 0;          // a Windows error number or a libcurl result code
     std::wstring m_sLastError;
+    std::atomic<Connection> m_enConnection = Connection::Made; // of the transfer started last
+    DWORD m_dwHostThread = 0;                                  // the thread that started it
 };

@@ -1,6 +1,10 @@
 #include "interface/LastError.h"
 
+#include <new>
+
 namespace {
+
+constexpr std::uint32_t UNHANDLED_EXCEPTION = 574; // ERROR_UNHANDLED_EXCEPTION, which mingw's headers lack
 
 bool WorkerRuns(const FtpContext& FC)
 {
@@ -19,12 +23,39 @@ void ClearLastError(FtpContext& FC)
     }
 }
 
-void StoreLastError(FtpContext& FC, std::uint32_t dwLastError, const std::wstring& sLastError)
+void AssignLastError(FtpContext& FC, const Failure& Reason) noexcept
+{
+    FC.m_dwLastError = Reason.dwLastError;
+    FC.m_sLastError.clear();
+    try
+    {
+        FC.m_sLastError = Reason.sLastError;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return; // the number says enough
+    }
+}
+
+void StoreLastError(FtpContext& FC, const Failure& Reason) noexcept
 {
     if (!WorkerRuns(FC))
+        AssignLastError(FC, Reason);
+}
+
+Failure ExceptionFailure() noexcept
+{
+    try
     {
-        FC.m_dwLastError = dwLastError;
-        FC.m_sLastError = sLastError;
+        throw;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return {ERROR_NOT_ENOUGH_MEMORY, L"Not enough memory"};
+    }
+    catch (...)
+    {
+        return {UNHANDLED_EXCEPTION, L"Unexpected exception"};
     }
 }
 

@@ -1,6 +1,6 @@
 // Who may touch m_dwLastError and m_sLastError. From the moment a transfer is connected until its worker has
-// ended they are the worker's; before and after they are the host thread's. (A worker that finds no pipe to
-// open stores that too, but only after the host has given up the pipe, and waits for it.)
+// ended they are the worker's; before and after they are the host thread's. A worker that does not connect
+// stores why while the host waits for it, unless the host has given up first (see StoreWorkerError).
 #pragma once
 
 #include "interface/FtpContext.h"
@@ -8,8 +8,20 @@
 // Forget the last failure, unless a worker exists: what it leaves is kept for the host to fetch.
 void ClearLastError(FtpContext& FC);
 
+struct Failure
+{
+    std::uint32_t dwLastError;
+    const wchar_t* sLastError;
+};
+
+// Set both fields, whoever owns them. A text that there is no memory for is left out.
+void AssignLastError(FtpContext& FC, const Failure& Reason) noexcept;
+
 // Store a failure of the host thread's own, unless the fields are a running worker's.
-void StoreLastError(FtpContext& FC, std::uint32_t dwLastError, const std::wstring& sLastError);
+void StoreLastError(FtpContext& FC, const Failure& Reason) noexcept;
+
+// What the exception being handled is stored as. For catch blocks only.
+Failure ExceptionFailure() noexcept;
 
 // Take over what a catalogue manager has failed with.
 template <typename Manager> void TakeLastError(FtpContext& FC, const Manager& manager)

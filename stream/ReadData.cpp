@@ -212,7 +212,9 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
     if (FC.m_bWriting)
     {
         ObjectClose(&FC);
-        ClearLastError(FC);
+        // An upload that this has ended may have failed: the host has to hear of it before its error is forgotten.
+        if (FC.m_dwLastError != ERROR_SUCCESS)
+            return ZDV_DEVICE_ERROR;
     }
     Trace.Verbose(L"pFC->m_uiCurrentObject++");
     ++FC.m_uiCurrentObject;
@@ -228,6 +230,7 @@ ZDV_STATUS FailedRead(FtpContext& FC, const FunctionTrace& Trace)
     if (dwLastError != ERROR_BROKEN_PIPE)
     {
         FunctionTrace(L"ReadData : ReadFile failed").Number(Level::Error, L"dwLastError", dwLastError);
+        StoreLastError(FC, {ERROR_INVALID_PARAMETER, L"ReadFile failed"});
         FC.m_bAtFileMark = false;
         return ZDV_DEVICE_ERROR;
     }

@@ -2,6 +2,7 @@
 
 #include "catalogue/BackupQuery.h"
 #include "common/FunctionTrace.h"
+#include "interface/LastError.h"
 #include "stream/ObjectClose.h"
 
 ZDV_STATUS ResetMedia(FtpContext* pFC)
@@ -9,7 +10,12 @@ ZDV_STATUS ResetMedia(FtpContext* pFC)
     const quorvel::FunctionTrace Trace(L"ResetMedia");
     Trace.Starting();
     Trace.Verbose(L"ObjectClose");
+    const bool bUpload = pFC->m_bSendData;
     ObjectClose(pFC);
+    // After a failed upload the query fails too, and its own reason is not the one to tell.
+    const bool bUploadFailed = bUpload && pFC->m_dwLastError != ERROR_SUCCESS;
+    const std::uint32_t dwLastError = pFC->m_dwLastError;
+    const std::wstring sLastError = pFC->m_sLastError;
     Trace.Verbose(L"FtpContext::Reset");
     pFC->m_uiReserveBlocks = 0;
     pFC->m_bOkToWrite = true;
@@ -18,6 +24,8 @@ ZDV_STATUS ResetMedia(FtpContext* pFC)
     pFC->m_bFileMarkPending = false;
     pFC->m_bAtFileMark = true;
     pFC->m_bOkToWrite = true;
+    if (bUploadFailed)
+        AssignLastError(*pFC, {dwLastError, sLastError.c_str()});
     Trace.Verbose(L".. ending");
     return uiRc;
 }

@@ -1,6 +1,5 @@
 #include "stream/Transfer.h"
 
-#include "catalogue/Label.h"
 #include "catalogue/ServerUrl.h"
 #include "common/FunctionTrace.h"
 #include "common/Url.h"
@@ -13,7 +12,8 @@ using quorvel::Level;
 
 namespace {
 
-constexpr DWORD WAIT_STEP = 5000; // milliseconds
+constexpr DWORD WAIT_STEP = 5000;      // milliseconds
+constexpr DWORD CONNECT_LIMIT = 30000; // milliseconds that a worker looks for its host among strangers
 
 void TraceLastError(const FtpContext& FC, const wchar_t* sEnding)
 {
@@ -22,17 +22,17 @@ void TraceLastError(const FtpContext& FC, const wchar_t* sEnding)
 
 ZDV_STATUS RefuseObject(FtpContext& FC, const TransferDirection& Direction)
 {
-    FC.m_dwLastError = ERROR_INVALID_PARAMETER;
-    FC.m_sLastError = L"Invalid object id";
+    AssignLastError(FC, {ERROR_INVALID_PARAMETER, L"Invalid object id"});
     TraceLastError(FC, Direction.sEnding);
     return ZDV_DEVICE_ERROR;
 }
 
 ZDV_STATUS SetObjectUrl(FtpContext& FC, const TransferDirection& Direction)
 {
-    const std::wstring sURL = ObjectUrl(FC);
-    if (sURL.ends_with(ERROR_LABEL)) // objects without a label of their own would all share one file
+    // Objects without a label of their own would all share one file.
+    if (FC.m_AreaObjectList[FC.m_uiCurrentObject - 1].m_uiObjectId >= AreaObject::FIRST_ID_WITHOUT_LABEL)
         return RefuseObject(FC, Direction);
+    const std::wstring sURL = ObjectUrl(FC);
     FunctionTrace(Direction.sSetUrl).Location(L"sURL", sURL);
     if (CurlSucceeded(curl_easy_setopt(FC.m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sURL).c_str()),
                       L"Set URL option failed", FC.m_dwLastError, FC.m_sLastError))
@@ -41,12 +41,30 @@ ZDV_STATUS SetObjectUrl(FtpContext& FC, const TransferDirection& Direction)
     return ZDV_DEVICE_ERROR;
 }
 
-ZDV_STATUS FailPipe(FtpContext& FC, const wchar_t* sError, const wchar_t* sTrace)
+ZDV_STATUS FailPipe(const FtpContext& FC, const wchar_t* sTrace)
 {
-    FC.m_dwLastError = GetLastError();
-    FC.m_sLastError = sError;
     FunctionTrace(sTrace).Number(Level::Error, L"pFC->m_dwLastError", FC.m_dwLastError);
     return ZDV_DEVICE_ERROR;
+}
+
+bool Decide(FtpContext& FC, Connection enDecision)
+{
+    Connection enAwaited = Connection::Awaited;
+    return FC.m_enConnection.compare_exchange_strong(enAwaited, enDecision) || enAwaited == enDecision;
+}
+
+// Who is at the other end of a pipe.
+bool IsThisProcess(BOOL(WINAPI* askPipe)(HANDLE, PULONG), HANDLE hPipe)
+{
+    ULONG ulProcess = 0;
+    return askPipe(hPipe, &ulProcess) && ulProcess == GetCurrentProcessId();
+}
+
+// Whose pipe it is shows only when it is open: until then a stranger gets no token to act with.
+HANDLE OpenPipe(const TransferDirection& Direction)
+{
+    return CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING,
+                       SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
 }
 
 // A new pipe can be opened at once, but a client that is there before ConnectNamedPipe makes that call fail.
@@ -54,8 +72,7 @@ ZDV_STATUS FailPipe(FtpContext& FC, const wchar_t* sError, const wchar_t* sTrace
 // had a client can be disconnected on every system, so it gets one for a moment.
 void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction)
 {
-    const HANDLE hClient =
-        CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const HANDLE hClient = OpenPipe(Direction);
     if (hClient != INVALID_HANDLE_VALUE)
         CloseHandle(hClient);
     DisconnectNamedPipe(hServer);
@@ -76,13 +93,43 @@ bool CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     return hServer != INVALID_HANDLE_VALUE;
 }
 
+// Lets clients in until the worker is there.
+bool AwaitClient(FtpContext& FC, HANDLE hServer)
+{
+    while (ConnectNamedPipe(hServer, nullptr))
+    {
+        if (IsThisProcess(GetNamedPipeClientProcessId, hServer))
+            return Decide(FC, Connection::Made);
+        DisconnectNamedPipe(hServer);
+        if (FC.m_enConnection != Connection::Awaited)
+            return false;
+    }
+    return false;
+}
+
+// Pipe and thread are left to ObjectClose. A worker that has given up has left its reason.
+ZDV_STATUS FailConnection(FtpContext& FC, const TransferDirection& Direction, DWORD dwLastError)
+{
+    if (!Decide(FC, Connection::GivenUpByHost))
+    {
+        DisconnectNamedPipe(FC.*Direction.hServer);
+        FC.m_enConnection = Connection::GivenUpByHost; // lets a worker go that calls this thread
+        WaitForSingleObject(FC.m_hThread, INFINITE);
+    }
+    if (FC.m_dwLastError == ERROR_SUCCESS)
+        AssignLastError(FC, {dwLastError, Direction.sCouldNotConnect});
+    return FailPipe(FC, Direction.sConnectFailed);
+}
+
 ZDV_STATUS ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     const HANDLE hServer = FC.*Direction.hServer;
     HoldClientsBack(hServer, Direction);
+    FC.m_enConnection = Connection::Awaited;
+    FC.m_dwHostThread = GetCurrentThreadId();
     FC.m_hThread = CreateThread(nullptr, 0, Direction.Worker, &FC, 0, nullptr);
-    if (!ConnectNamedPipe(hServer, nullptr))
-        return FailPipe(FC, Direction.sCouldNotConnect, Direction.sConnectFailed);
+    if (FC.m_hThread == nullptr || !AwaitClient(FC, hServer))
+        return FailConnection(FC, Direction, GetLastError());
     FC.*Direction.bRunning = true;
     return ZDV_SUCCESS;
 }
@@ -103,12 +150,28 @@ void AwaitWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirec
     FC.m_hThread = nullptr;
 }
 
-// Waits until the host's thread is in ConnectNamedPipe, or the pipe is gone.
-HANDLE OpenClientEnd(const TransferDirection& Direction)
+// The host's pipe, once the host's thread is in ConnectNamedPipe. Busy is a pipe while a stranger has it, or
+// has one of its own of that name.
+HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
 {
-    while (!WaitNamedPipeW(Direction.sPipeName, WAIT_STEP) && GetLastError() == ERROR_SEM_TIMEOUT)
-        continue;
-    return CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const ULONGLONG ullLimit = GetTickCount64() + CONNECT_LIMIT;
+    DWORD dwLastError = ERROR_PIPE_BUSY;
+    while (dwLastError == ERROR_PIPE_BUSY && GetTickCount64() < ullLimit &&
+           FC.m_enConnection != Connection::GivenUpByHost)
+    {
+        WaitNamedPipeW(Direction.sPipeName, WAIT_STEP);
+        const HANDLE hClient = OpenPipe(Direction);
+        if (hClient == INVALID_HANDLE_VALUE)
+        {
+            dwLastError = GetLastError();
+            continue;
+        }
+        if (IsThisProcess(GetNamedPipeServerProcessId, hClient))
+            return hClient;
+        CloseHandle(hClient);
+    }
+    SetLastError(dwLastError);
+    return INVALID_HANDLE_VALUE;
 }
 
 bool RunSteps(FtpContext* pFC, CURL* pCurl, const FunctionTrace& Trace, std::span<const WorkerStep> Steps)
@@ -137,7 +200,10 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
     if (const ZDV_STATUS uiRc = SetObjectUrl(FC, Direction); uiRc != ZDV_SUCCESS)
         return uiRc;
     if (!CreatePipe(FC, Direction))
-        return FailPipe(FC, Direction.sCouldNotCreate, Direction.sCreatePipeFailed);
+    {
+        AssignLastError(FC, {GetLastError(), Direction.sCouldNotCreate});
+        return FailPipe(FC, Direction.sCreatePipeFailed);
+    }
     return ConnectWorker(FC, Direction);
 }
 
@@ -153,13 +219,38 @@ void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
         AwaitWorker(FC, Trace, Direction);
 }
 
-bool HasSession(const FtpContext* pFC, const TransferDirection& Direction)
+void LeaveHost(FtpContext& FC)
+{
+    if (!Decide(FC, Connection::GivenUpByWorker))
+        return;
+    const HANDLE hHost = OpenThread(THREAD_TERMINATE, FALSE, FC.m_dwHostThread);
+    // More than once: the host's thread may be on its way into ConnectNamedPipe. It does nothing else until it
+    // has seen this.
+    while (FC.m_enConnection == Connection::GivenUpByWorker)
+    {
+        CancelSynchronousIo(hHost);
+        Sleep(1);
+    }
+    CloseHandle(hHost);
+}
+
+void StoreWorkerError(FtpContext& FC, const Failure& Reason) noexcept
+{
+    Decide(FC, Connection::GivenUpByWorker);
+    if (FC.m_enConnection != Connection::GivenUpByHost)
+        AssignLastError(FC, Reason);
+}
+
+bool HasSession(FtpContext* pFC, const TransferDirection& Direction)
 {
     const FunctionTrace Trace(Direction.sWorkerFunction);
     if (pFC == nullptr)
         Trace.Error(L"... ending(NULL argument)");
     else if (pFC->m_pCurl == nullptr)
+    {
+        StoreWorkerError(*pFC, {ERROR_INVALID_PARAMETER, L"bad argument"});
         Trace.Error(L"... ending(bad argument)");
+    }
     return pFC != nullptr && pFC->m_pCurl != nullptr;
 }
 
@@ -167,10 +258,17 @@ DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<c
 {
     const FunctionTrace Trace(Direction.sWorkerFunction);
     CURL* const pCurl = pFC->m_pCurl; // taken before the host is let go: it may make the device ready anew
-    const HANDLE hClient = OpenClientEnd(Direction);
+    const HANDLE hClient = OpenClientEnd(*pFC, Direction);
     if (hClient == INVALID_HANDLE_VALUE)
-        return FailPipe(*pFC, Direction.sCouldNotOpen, Direction.sOpenFailed);
+    {
+        const DWORD dwLastError = GetLastError();
+        FunctionTrace(Direction.sOpenFailed).Number(Level::Error, L"pFC->m_dwLastError", dwLastError);
+        StoreWorkerError(*pFC, {dwLastError, Direction.sCouldNotOpen});
+        return ZDV_DEVICE_ERROR;
+    }
     pFC->*Direction.hClient = hClient;
+    if (!Decide(*pFC, Connection::Made))
+        return WORKER_FAILED; // the host has given up
     if (!RunSteps(pFC, pCurl, Trace, Steps))
     {
         TraceLastError(*pFC, Direction.sWorkerEnding);

@@ -3,6 +3,11 @@
 //   upload     WriteData -> m_hUploadWrite | m_hUploadRead -> ReadCallback -> libcurl -> server
 //   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
 //
+// The pipes' names are one for the machine, and other accounts may open them. So each thread makes sure that
+// this process is at the other end before a byte moves: the host turns strangers away and waits on for the
+// worker, the worker leaves a stranger's pipe alone and looks for the host's. It gives up after a while, and
+// then calls the host's thread out of ConnectNamedPipe, as it does whenever it ends before it was connected.
+//
 // The threads share the FtpContext without a lock. What orders them is the pipe and the thread's life:
 //   before the worker    everything the worker reads (the libcurl handle and the URL set on it) is written
 //                        before CreateThread.
@@ -12,6 +17,7 @@
 //                        failed, and the worker publishes its end before it closes the handle.
 //   server end           written by the host alone; the worker reads it after its own call has failed, and
 //                        ObjectClose publishes its end before it disconnects the pipe.
+//   m_enConnection       written by both until the transfer is connected or one of them has given up.
 //   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
 //   m_ullBytesWritten
 //   m_dwLastError,       the worker's while it runs, see interface/LastError.h. It sets them before it gives
@@ -20,6 +26,7 @@
 #pragma once
 
 #include "interface/FtpContext.h"
+#include "interface/LastError.h"
 #include "interface/zdv.h"
 
 #include <span>
@@ -67,6 +74,12 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction);
 // side's end of data, and waits for the worker for as long as it takes.
 void EndTransfer(FtpContext& FC, const TransferDirection& Direction);
 
+// Releases a host's thread that still waits for this worker. Nothing when they have met.
+void LeaveHost(FtpContext& FC);
+
+// Stores why a worker has failed, unless the host has given it up: then the error fields are the host's.
+void StoreWorkerError(FtpContext& FC, const Failure& Reason) noexcept;
+
 // One libcurl call of a worker.
 struct WorkerStep
 {
@@ -80,5 +93,5 @@ inline constexpr DWORD WORKER_FAILED = 0xFFFFFFFF;
 // A worker's body: opens its end of the pipe and runs the steps up to the first that fails. The exit code.
 DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<const WorkerStep> Steps);
 
-// A worker's entry test: false, traced, for a context that no transfer can run on.
-bool HasSession(const FtpContext* pFC, const TransferDirection& Direction);
+// A worker's entry test: false, traced and stored, for a context that no transfer can run on.
+bool HasSession(FtpContext* pFC, const TransferDirection& Direction);

@@ -14,12 +14,30 @@ struct OpenSslThread
     ~OpenSslThread() { OPENSSL_thread_stop(); }
 };
 
+// Releases the host's thread, should it still wait for this worker when it ends.
+class HostRelease
+{
+public:
+    explicit HostRelease(FtpContext* pFC) : m_pFC(pFC) {}
+    HostRelease(const HostRelease&) = delete;
+    HostRelease& operator=(const HostRelease&) = delete;
+    ~HostRelease()
+    {
+        if (m_pFC != nullptr)
+            LeaveHost(*m_pFC);
+    }
+
+private:
+    FtpContext* m_pFC;
+};
+
 // A worker's thread procedure. PipeEnd closes the worker's end of the pipe whichever way the thread ends, and
 // after everything else, since the host takes it as the worker's last word.
 template <typename PipeEnd>
 DWORD WorkerThread(LPVOID pArgument, const TransferDirection& Direction, std::span<const WorkerStep> Steps)
 {
     auto* const pFC = static_cast<FtpContext*>(pArgument);
+    const HostRelease Release(pFC);
     const PipeEnd Guard(pFC);
     const OpenSslThread Thread;
     try
@@ -31,10 +49,7 @@ DWORD WorkerThread(LPVOID pArgument, const TransferDirection& Direction, std::sp
     {
         TraceException(Direction.sWorkerFunction);
         if (pFC != nullptr)
-        {
-            pFC->m_dwLastError = ERROR_NOT_ENOUGH_MEMORY;
-            pFC->m_sLastError.clear();
-        }
+            StoreWorkerError(*pFC, ExceptionFailure());
         return WORKER_FAILED;
     }
 }
