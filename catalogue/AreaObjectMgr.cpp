@@ -1,7 +1,6 @@
 #include "catalogue/AreaObjectMgr.h"
 
 #include "catalogue/Label.h"
-#include "catalogue/Listing.h"
 #include "common/Url.h"
 #include "interface/CurlCallback.h"
 #include "interface/CurlError.h"
@@ -30,6 +29,13 @@ void TakeObject(std::wstring& sLine, std::vector<AreaObject>& aObjects)
 
 } // namespace
 
+// One line for the whole process, as for versions, but a line of its own.
+ListingLine& AreaObjectMgr::Line()
+{
+    static ListingLine Unfinished;
+    return Unfinished;
+}
+
 std::size_t AreaObjectMgr::WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount,
                                          void* pUserData)
 {
@@ -40,10 +46,8 @@ std::size_t AreaObjectMgr::WriteFunction(char* pData, std::size_t uiSize, std::s
             Trace.Error(L"... ending(Invalid user data)");
             return ABORT_TRANSFER;
         }
-        // One line for the whole process, as for versions, but a line of its own.
-        static std::wstring sLine;
         auto& aObjects = *static_cast<std::vector<AreaObject>*>(pUserData);
-        FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
+        FeedListing(Line(), std::string_view(pData, uiSize * uiCount),
                     [&](std::wstring& sComplete) { TakeObject(sComplete, aObjects); });
         Trace.Ending();
         return uiSize * uiCount;
@@ -72,7 +76,7 @@ bool AreaObjectMgr::ListObjects(const std::wstring& sPattern, std::vector<AreaOb
                      L"Couldn't set write function") &&
            Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aObjects),
                      L"Couldn't set write function") &&
-           Succeeded(curl_easy_perform(m_pCurl), L"Couldn't perform operation") &&
+           Succeeded(PerformListing(m_pCurl), L"Couldn't perform operation") &&
            Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr),
                      L"Couldn't unset write function");
 }
@@ -96,8 +100,10 @@ bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::w
     if (m_pCurl == nullptr)
         return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
                               L"... ending(Supplied handle is null)");
+    const ListingLine Before = BeginListing(Line());
     if (!ListObjects(sRootURL + L"/" + sVersionLabel + L"/", aObjects))
     {
+        Line() = Before;
         FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : ... ending")
             .Text(Level::Error, L"m_sLastError", m_sLastError);
         return false;

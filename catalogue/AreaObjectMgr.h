@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/AreaObject.h"
+#include "catalogue/Listing.h"
 
 #include <cstdint>
 #include <curl/curl.h>
@@ -25,6 +26,7 @@ public:
     std::wstring m_sLastError;
 
 private:
+    static ListingLine& Line();
     bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
     bool ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects);
 

@@ -2,7 +2,7 @@
 
 std::wstring RootUrl(const std::wstring& sProtocol, const std::wstring& sServer, const std::wstring& sRoot)
 {
-    const bool bSeparate = !sRoot.empty() && sRoot.front() != L'/' && !sServer.ends_with(L'/');
+    const bool bSeparate = !sRoot.empty() && !sServer.ends_with(L'/');
     return sProtocol + sServer + (bSeparate ? L"/" : L"") + sRoot;
 }
 

@@ -1,7 +1,6 @@
 #include "catalogue/VersionMgr.h"
 
 #include "catalogue/Label.h"
-#include "catalogue/Listing.h"
 #include "catalogue/ServerUrl.h"
 #include "catalogue/SftpDirectories.h"
 #include "common/Url.h"
@@ -39,6 +38,13 @@ std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*
 
 } // namespace
 
+// One line for the whole process, without a lock: hosts list on one device at a time.
+ListingLine& VersionMgr::Line()
+{
+    static ListingLine Unfinished;
+    return Unfinished;
+}
+
 std::size_t VersionMgr::WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount, void* pUserData)
 {
     return GuardedCallback(L"VersionMgr::WriteFunction", [&](const FunctionTrace& Trace) -> std::size_t {
@@ -48,12 +54,8 @@ std::size_t VersionMgr::WriteFunction(char* pData, std::size_t uiSize, std::size
             Trace.Error(L"... ending(Invalid user data)");
             return 0;
         }
-        // One line for the whole process, without a lock: a name split between two calls is joined, and one
-        // that a listing leaves unfinished goes before the first name of the next. Hosts list on one device
-        // at a time.
-        static std::wstring sLine;
         auto& aVersions = *static_cast<std::vector<std::int64_t>*>(pUserData);
-        FeedListing(sLine, std::string_view(pData, uiSize * uiCount),
+        FeedListing(Line(), std::string_view(pData, uiSize * uiCount),
                     [&](std::wstring& sComplete) { TakeVersion(sComplete, aVersions); });
         Trace.Ending();
         return uiSize * uiCount;
@@ -79,7 +81,7 @@ bool VersionMgr::PerformCreatingDirectories(const std::wstring& sPattern)
 {
     const SftpDirectories Directories(m_pCurl, sPattern);
     return Succeeded(Directories.Result(), L"Couldn't set FTP create missing dirs") &&
-           Succeeded(curl_easy_perform(m_pCurl), L"Couldn't perform operation");
+           Succeeded(PerformListing(m_pCurl), L"Couldn't perform operation");
 }
 
 bool VersionMgr::ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions)
@@ -109,8 +111,10 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
     if (m_pCurl == nullptr)
         return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
                               L"... ending(Supplied handle is null)");
+    const ListingLine Before = BeginListing(Line());
     if (!ListVersions(sRootURL + L"/", aVersions))
     {
+        Line() = Before;
         FunctionTrace(L"VersionMgr::GetVersionList : ... ending")
             .Text(Level::Error, L"m_sLastError", m_sLastError);
         return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/Listing.h"
 #include "catalogue/Version.h"
 
 #include <cstdint>
@@ -27,6 +28,7 @@ public:
     std::wstring m_sLastError;
 
 private:
+    static ListingLine& Line();
     bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
     bool ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions);
     bool RequestDirectory(const std::wstring& sPattern);

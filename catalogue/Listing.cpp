@@ -1,0 +1,56 @@
+#include "catalogue/Listing.h"
+
+#include <algorithm>
+#include <cctype>
+#include <windows.h>
+
+namespace {
+
+// Keeps the server's last line. The debug callback, since a download leaves its header callback on the handle.
+int KeepReply(CURL*, curl_infotype enType, char* pData, std::size_t uiSize, void* pReply) noexcept
+{
+    if (enType != CURLINFO_HEADER_IN)
+        return 0;
+    try
+    {
+        static_cast<std::string*>(pReply)->assign(pData, uiSize);
+    }
+    catch (const std::bad_alloc&)
+    {
+        static_cast<std::string*>(pReply)->clear(); // a reply that cannot be read stays a refusal
+    }
+    return 0;
+}
+
+} // namespace
+
+bool MeansEmpty(std::string_view sReply)
+{
+    std::string sWords(sReply);
+    std::ranges::transform(sWords, sWords.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto Says = [&](const char* sWord) { return sWords.find(sWord) != std::string::npos; };
+    return sWords.starts_with("550") && (Says("no files") || Says("empty")) && !Says("permission") &&
+           !Says("denied");
+}
+
+CURLcode PerformListing(CURL* pCurl)
+{
+    std::string sReply;
+    curl_easy_setopt(pCurl, CURLOPT_DEBUGFUNCTION, &KeepReply);
+    curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, &sReply);
+    curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 1L);
+    const CURLcode enCurlRc = curl_easy_perform(pCurl);
+    curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 0L);
+    curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, nullptr);
+    return enCurlRc == CURLE_FTP_COULDNT_RETR_FILE && MeansEmpty(sReply) ? CURLE_OK : enCurlRc;
+}
+
+bool RefuseArgument(std::uint32_t& dwLastError, std::wstring& sLastError, const quorvel::FunctionTrace& Trace,
+                    const wchar_t* sError, const wchar_t* sEnding)
+{
+    dwLastError = ERROR_INVALID_PARAMETER;
+    sLastError = sError;
+    Trace.Error(sEnding);
+    return false;
+}
