@@ -33,12 +33,26 @@ std::wstring OnlyWhatTheLocaleKnows(std::wstring_view sText)
     return sKnown;
 }
 
+// The length of a scheme and its "://". A password may hold "://" too, but no user's name in front of it: the
+// colon between them is no part of a scheme.
+template <typename Char> std::size_t SchemeLength(std::basic_string_view<Char> sText)
+{
+    std::size_t i = 0;
+    while (i < sText.size() &&
+           (iswalnum(static_cast<wint_t>(sText[i])) || sText[i] == '+' || sText[i] == '-'))
+        ++i;
+    const bool bScheme =
+        sText.size() - i >= 3 && sText[i] == ':' && sText[i + 1] == '/' && sText[i + 2] == '/';
+    return bScheme ? i + 3 : 0;
+}
+
 template <typename Char> std::basic_string<Char> Masked(std::basic_string_view<Char> sText)
 {
+    const std::size_t uiStart = SchemeLength(sText);
     const std::size_t uiAt = sText.rfind(Char{'@'});
     std::basic_string<Char> sMasked(sText);
     if (uiAt != sText.npos)
-        sMasked.replace(0, uiAt, 3, Char{'*'});
+        sMasked.replace(uiStart, uiAt - uiStart, 3, Char{'*'});
     return sMasked;
 }
 

@@ -26,7 +26,7 @@ void CopyTruncated(const std::wstring& sText, wchar_t* pBuffer, std::size_t uiSi
 std::wstring WellFormed(std::wstring_view sText);
 
 // The text as it may be traced: users type whole URLs, and the password of "user:password@" must not reach
-// the log, whatever characters it holds. So all before the last "@" goes.
+// the log, whatever characters it holds. So all between the scheme and the last "@" goes.
 std::string WithoutPassword(std::string_view sText);
 std::wstring WithoutPassword(std::wstring_view sText);
 
