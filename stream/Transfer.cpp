@@ -107,16 +107,18 @@ bool AwaitClient(FtpContext& FC, HANDLE hServer)
     return false;
 }
 
-// Pipe and thread are left to ObjectClose. A worker that has given up has left its reason.
+// Pipe and thread are left to ObjectClose. A worker that has given up has left its reason, and may still be
+// calling this thread.
 ZDV_STATUS FailConnection(FtpContext& FC, const TransferDirection& Direction, DWORD dwLastError)
 {
-    if (!Decide(FC, Connection::GivenUpByHost))
+    Decide(FC, Connection::GivenUpByHost);
+    const Connection enDecided = FC.m_enConnection.exchange(Connection::GivenUpByHost);
+    if (enDecided != Connection::GivenUpByHost)
     {
         DisconnectNamedPipe(FC.*Direction.hServer);
-        FC.m_enConnection = Connection::GivenUpByHost; // lets a worker go that calls this thread
         WaitForSingleObject(FC.m_hThread, INFINITE);
     }
-    if (FC.m_dwLastError == ERROR_SUCCESS)
+    if (enDecided != Connection::GivenUpByWorker)
         AssignLastError(FC, {dwLastError, Direction.sCouldNotConnect});
     return FailPipe(FC, Direction.sConnectFailed);
 }

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <windows.h>
+
+// What a test and the program beside it agree on.
+namespace neighbour {
+
+inline constexpr const wchar_t* READY = L"zdv neighbour is ready";
+inline constexpr const wchar_t* STOP = L"zdv neighbour may stop";
+
+enum Result
+{
+    DONE, // a host's transfer is whole
+    FAILED,
+    MET_SOMEBODY, // a stranger was at a pipe with somebody else
+    MET_NOBODY,
+    TOOK_DATA,
+};
+
+} // namespace neighbour
+
+// The program of tests/tape/neighbour.cpp in one of its roles, from when it is ready.
+class Neighbour
+{
+public:
+    explicit Neighbour(const std::wstring& sRole);
+    Neighbour(const Neighbour&) = delete;
+    Neighbour& operator=(const Neighbour&) = delete;
+    ~Neighbour();
+
+    // Lets it end.
+    neighbour::Result Stop();
+
+private:
+    HANDLE m_hReady, m_hStop;
+    PROCESS_INFORMATION m_Process{};
+};
