@@ -1,4 +1,5 @@
 #include "common/FunctionTrace.h"
+#include "common/MemoryReserve.h"
 
 #include <openssl/crypto.h>
 #include <windows.h>
@@ -32,6 +33,7 @@ void Detach()
 void ReleaseLibraries()
 {
     OPENSSL_cleanup();
+    quorvel::ReleaseMemoryReserve();
     __gnu_cxx::__freeres();
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/FunctionTrace.h"
+#include "common/MemoryReserve.h"
 #include "interface/FtpContext.h"
 #include "interface/LastError.h"
 #include "interface/zdv.h"
@@ -13,6 +14,7 @@ void TraceException(const wchar_t* sFunction) noexcept;
 template <typename Body>
 ZDV_STATUS Guarded(const wchar_t* sFunction, ZDV_STATUS uiFailure, const Body& body) noexcept
 {
+    quorvel::KeepMemoryReserve();
     try
     {
         return body();

@@ -70,6 +70,11 @@ ZDV_STATUS Tape::WriteObject(const Blocks& aBlocks)
 ZDV_STATUS Tape::Read(std::size_t uiCount, Blocks& aBlocks)
 {
     aBlocks.assign(uiCount * ZDV_BLOCK_SIZE, static_cast<char>(0xEE));
+    return Fill(aBlocks);
+}
+
+ZDV_STATUS Tape::Fill(Blocks& aBlocks)
+{
     return m_Module.ReadData(m_Handle, static_cast<std::uint32_t>(aBlocks.size()), aBlocks.data());
 }
 

@@ -30,6 +30,8 @@ public:
     std::uint32_t Filemark();
     // Writes an object from its first block to its filemark. ZDV_SUCCESS when the server took it.
     ZDV_STATUS WriteObject(const Blocks& aBlocks);
+    // Reads as many blocks as aBlocks has.
+    ZDV_STATUS Fill(Blocks& aBlocks);
     // Reads up to uiCount blocks; what the request did not fill keeps the byte 0xEE.
     ZDV_STATUS Read(std::size_t uiCount, Blocks& aBlocks);
     ZDV_STATUS Position(std::uint32_t uiMode, std::int32_t iCount = 0)

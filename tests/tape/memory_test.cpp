@@ -1,0 +1,98 @@
+// A host that runs out of memory: no call crashes, hangs or says nothing, and all is well again when there is
+// memory. tests/CMakeLists.txt limits what this program can have.
+#include "tests/tape/Server.h"
+#include "tests/tape/Tape.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace {
+
+// Takes all memory of the process but one piece.
+class Shortage
+{
+public:
+    explicit Shortage(std::size_t uiLeft)
+    {
+        // Not malloc, which the compiler may leave out with its free. The heap is the same.
+        void* const pLeft = HeapAlloc(GetProcessHeap(), 0, uiLeft);
+        for (std::size_t uiSize = std::size_t{1} << 20; uiSize >= sizeof(void*); uiSize /= 2)
+            while (auto* const pBlock = static_cast<void**>(std::malloc(uiSize)))
+            {
+                *pBlock = m_pTaken;
+                m_pTaken = pBlock;
+            }
+        HeapFree(GetProcessHeap(), 0, pLeft);
+    }
+    Shortage(const Shortage&) = delete;
+    Shortage& operator=(const Shortage&) = delete;
+    ~Shortage()
+    {
+        while (m_pTaken != nullptr)
+        {
+            auto* const pBlock = static_cast<void**>(m_pTaken);
+            m_pTaken = *pBlock;
+            std::free(pBlock);
+        }
+    }
+
+private:
+    void* m_pTaken = nullptr; // each block begins with the address of the one taken before it
+};
+
+// Statuses and errors are looked at when there is memory again: the looking takes some, too.
+struct Outcome
+{
+    ZDV_STATUS uiRc;
+    std::uint32_t uiError;
+};
+
+template <typename Call> Outcome WithLittleMemory(Tape& tape, std::size_t uiLeft, const Call& call)
+{
+    const Shortage Few(uiLeft);
+    const ZDV_STATUS uiRc = call();
+    return {uiRc, tape.ErrorCode()};
+}
+
+} // namespace
+
+TEST(Memory, ThatIsShortIsTheReason)
+{
+    const Blocks aObject = SomeBlocks(40, 41);
+    Tape tape(server::Root(L"memory"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    for (int i = 0; i < 3; ++i)
+        ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    const auto ListAgain = [&] {
+        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        EXPECT_EQ(tape.Versions().size(), 1u);
+        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
+    };
+
+    // An export and what it calls, wherever the memory ends in it.
+    int iFailed = 0;
+    std::size_t uiLeft = 16; // bytes
+    for (Outcome Listed{ZDV_DEVICE_ERROR, 0}; Listed.uiRc != ZDV_SUCCESS; uiLeft += uiLeft / 2)
+    {
+        Listed = WithLittleMemory(tape, uiLeft, [&] { return tape.Position(ZDV_SP_BOM); });
+        if (Listed.uiRc != ZDV_SUCCESS)
+        {
+            EXPECT_EQ(Listed.uiRc, ZDV_DEVICE_ERROR);
+            EXPECT_TRUE(Listed.uiError == 8 || Listed.uiError == 27) << uiLeft << ": " << Listed.uiError;
+            ++iFailed;
+        }
+        ASSERT_NO_FATAL_FAILURE(ListAgain());
+    }
+    EXPECT_GT(iFailed, 10);
+
+    // A worker and its callbacks: it has the end of its download still to deal with.
+    Blocks aFirst(ZDV_BLOCK_SIZE), aRest(aObject.size());
+    ASSERT_EQ(tape.Fill(aFirst), ZDV_SUCCESS) << tape.ErrorText();
+    const Outcome Ended = WithLittleMemory(tape, 16, [&] { return tape.Fill(aRest); });
+    EXPECT_EQ(Ended.uiRc, ZDV_FILEMARK_REACHED);
+    EXPECT_TRUE(Ended.uiError == 8 || Ended.uiError == 27) << Ended.uiError;
+    ASSERT_NO_FATAL_FAILURE(ListAgain());
+    ASSERT_EQ(tape.Fill(aRest), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_TRUE(aRest == aObject);
+}
