@@ -60,5 +60,9 @@ int main(int argc, char** argv)
     _tzset();
     testing::InitGoogleTest(&argc, argv);
     testing::UnitTest::GetInstance()->listeners().Append(new Watchdog);
-    return RUN_ALL_TESTS();
+    const int iResult = RUN_ALL_TESTS();
+    if (testing::UnitTest::GetInstance()->test_to_run_count() != 0)
+        return iResult;
+    std::fprintf(stderr, "The filter matches no test\n");
+    return 1;
 }

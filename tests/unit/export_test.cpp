@@ -5,7 +5,6 @@
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"
 
-#include <functional>
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
@@ -55,64 +54,6 @@ TEST(Session, OpensForEveryPriorValueButOne)
     const TraceLog Log;
     EXPECT_EQ(ZDV_Close(0), ZDV_SUCCESS);
     EXPECT_THAT(Log.Text(), HasSubstr("ZDV_Close : ... ending(ZDV_Open hasn't been called)"));
-}
-
-TEST(Export, TellsTheLogWhatItWasAskedAndHowItEnded)
-{
-    const OpenDevice Device;
-    char aText[64];
-    const std::pair<std::function<void()>, std::string> CASES[] = {
-        {[&] { ZDV_GetDeviceOptions(Device, 6, 0, aText, 64); },
-         "[V]: ZDV_GetDeviceOptions : starting ...\n"
-         "[V]: ZDV_GetDeviceOptions : uiCategory = 6\n"
-         "[V]: ZDV_GetDeviceOptions : uiIndex = 0\n"
-         "[V]: ZDV_GetDeviceOptions : uiSize = 64\n"
-         "[V]: ZDV_GetDeviceOptions : ZDV_UNITS\n"
-         "[V]: ZDV_GetDeviceOptions : pOptions = \"Default\"\n"
-         "[V]: ZDV_GetDeviceOptions : .. ending : uiRc = 0x0\n"},
-        {[&] { ZDV_SetDeviceOptionsW(Device, -1, L"x"); },
-         "[V]: ZDV_SetDeviceOptionsW : starting ...\n"
-         "[V]: ZDV_SetDeviceOptionsW : uiCategory = -1\n"
-         "[V]: ZDV_SetDeviceOptionsW : pOptions = 'x'\n"
-         "[W]: ZDV_SetDeviceOptionsW : InvalidCategory\n"
-         "[V]: InvalidCategory : starting ...\n"
-         "[V]: InvalidCategory : pFunction = \"ZDV_SetDeviceOptions\"\n"
-         "[V]: InvalidCategory : uiCategory = 4294967295\n"
-         "[W]: InvalidCategory : ... ending(ZDV_FUNCTION_NOT_SUPPORTED)\n"
-         "[V]: ZDV_SetDeviceOptionsW : ... ending : uiRc = 0x40000002\n"},
-        {[&] { ZDV_GetList(Device, 0, nullptr); }, "[V]: ZDV_GetList : starting ...\n"
-                                                   "[V]: ZDV_GetList : uiCategory = 0\n"
-                                                   "[V]: ZDV_GetList : ZDV_GL_VERSION_DATE\n"
-                                                   "[W]: ZDV_GetList : No backup versions\n"
-                                                   "[V]: ZDV_GetList : uiListSize = 1073745939\n"
-                                                   "[V]: ZDV_GetList : ... ending : uiRc = 0x0\n"},
-        {[&] { ZDV_Position(Device, 5, -1); }, "[V]: ZDV_Position : starting ...\n"
-                                               "[V]: ZDV_Position : uiCategory = 5\n"
-                                               "[V]: ZDV_Position : ZDV_SP_FFM\n"
-                                               "[V]: ZDV_Position : ZDV_Position(ZDV_SP_FFM) : ObjectClose\n"
-                                               "[V]: ObjectClose : starting ...\n"
-                                               "[V]: ObjectClose : FC.m_ullBytesRead = 0\n"
-                                               "[V]: ObjectClose : FC.m_ullBytesWritten = 0\n"
-                                               "[V]: ObjectClose : ... ending\n"
-                                               "[V]: ZDV_Position : iBlocks = -1\n"
-                                               "[V]: ZDV_Position : pFC->m_uiCurrentObject += iBlocks\n"
-                                               "[V]: ZDV_Position : iBlocks = -1\n"
-                                               "[V]: ZDV_Position : pFC->m_uiCurrentObject = 4294967295\n"
-                                               "[V]: ZDV_Position : .. ending : uiRc = 0x0\n"},
-        {[&] { ZDV_WriteData(Device, 0, nullptr); }, "[V]: ZDV_WriteData : starting ...\n"
-                                                     "[V]: ZDV_WriteData : uiBytes = 0\n"
-                                                     "[V]: WriteData : starting ...\n"
-                                                     "[V]: WriteData : uiCount = 1\n"
-                                                     "[V]: WriteData : pFC->m_uiCurrentObject = 4294967295\n"
-                                                     "[E]: WriteData : ... ending(Not OK to write)\n"
-                                                     "[V]: ZDV_WriteData : ... ending : uiRc = 0x40000405\n"},
-    };
-    for (const auto& [call, sLines] : CASES)
-    {
-        const TraceLog Log;
-        call();
-        EXPECT_EQ(Log.Lines(), LogLines(sLines));
-    }
 }
 
 // Everything that may carry the password: the option itself, and whole URLs as users type them.

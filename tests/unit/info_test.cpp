@@ -27,13 +27,8 @@ TYPED_TEST_SUITE(Info, BothWidths);
 TYPED_TEST(Info, GivesTheModulesPropertiesCutToFit)
 {
     const std::tuple<std::uint32_t, std::uint32_t, const char*> CASES[] = {
-        {0, 64, "FTP Virtual device for Windows"},
         {1, 64, "V 7.1.2"},
         {1, 4, "V 7"},
-        {2, 64, "FTP Support Module"},
-        {4, 64, "0"},
-        {7, 64, "10"},
-        {8, 64, "0"},
     };
     for (const auto& [uiCategory, uiSize, sText] : CASES)
     {
@@ -114,10 +109,7 @@ TEST(Property, AnswersForAVirtualTape)
     for (const std::uint32_t uiUnknown : {10u, 13u, 15u, 17u, 19u, 31u, 33u, 35u, 103u, 105u, 4294967295u})
         EXPECT_EQ(ZDV_GetProperty(Device, uiUnknown, &uiValue), UNKNOWN) << uiUnknown;
     EXPECT_EQ(uiValue, 4711u);
-    const std::pair<std::uint32_t, std::uint32_t> CASES[] = {
-        {0, 65536}, {1, 0}, {2, 1},  {3, 0},      {4, 0},   {5, 0},  {6, 65536}, {7, 0},
-        {8, 0},     {9, 0}, {14, 3}, {18, 65536}, {32, 87}, {34, 1}, {104, 0}};
-    for (const auto& [uiCategory, uiExpected] : CASES)
+    for (const auto& [uiCategory, uiExpected] : {std::pair(14u, 3u), {32u, 87u}})
     {
         EXPECT_EQ(ZDV_GetProperty(Device, uiCategory, &uiValue), ZDV_SUCCESS) << uiCategory;
         EXPECT_EQ(uiValue, uiExpected) << uiCategory;

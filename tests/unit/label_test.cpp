@@ -1,3 +1,4 @@
+#include "interface/BackupTime.h"
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"
 
@@ -98,4 +99,34 @@ TEST(Label, IsMadeOfADateOfTheCalendarAndANumberUpTo999)
     EXPECT_EQ(sText, L"15/03/2024 14:30:05");
     EXPECT_FALSE(Version::ConvertDateToString(NEVER, sText));
     EXPECT_LT(AreaObject(T_2024, 2), AreaObject(T_2023, 10)); // the date takes no part in the order
+}
+
+// In a zone of central Europe, which this program is started in: the run time follows the system's zone once its
+// own variable is gone. Hosts ask in standard time; labels show the clock.
+TEST(DaylightSaving, HasAnHourTwiceAndOneNever)
+{
+    _putenv("TZ=");
+    _tzset();
+    TIME_ZONE_INFORMATION Zone{};
+    GetTimeZoneInformation(&Zone);
+    ASSERT_EQ(Zone.Bias, -60);
+    ASSERT_EQ(Zone.DaylightDate.wMonth * 100 + Zone.StandardDate.wMonth, 310);
+    // label, date that it reads as, label of that date, the same date as a host asks for it
+    const std::tuple<const wchar_t*, std::int64_t, const wchar_t*, const char*> CASES[] = {
+        {L"ZELT_20240701120000", 1719828000, L"ZELT_20240701120000", "01/07/2024 11:00:00"},
+        {L"ZELT_20241201120000", 1733050800, L"ZELT_20241201120000", "01/12/2024 12:00:00"},
+        {L"ZELT_20241027023000", 1729992600, L"ZELT_20241027023000", "27/10/2024 02:30:00"}, // the later one
+        {L"ZELT_20240331023000", 1711845000, L"ZELT_20240331013000", "31/03/2024 01:30:00"}, // never
+        {L"ZELT_20240331033000", 1711848600, L"ZELT_20240331033000", "31/03/2024 02:30:00"},
+    };
+    for (const auto& [sLabel, tExpected, sLabelOfDate, sAsked] : CASES)
+    {
+        std::int64_t tDate = 0;
+        EXPECT_TRUE(Version::ConvertLabelToDate(sLabel, tDate));
+        EXPECT_EQ(tDate, tExpected) << sLabel;
+        EXPECT_EQ(Version(tDate).GetLabel(), sLabelOfDate);
+        EXPECT_EQ(ParseBackupTime(sAsked), tExpected) << sAsked;
+    }
+    EXPECT_EQ(ParseBackupTime("27/10/2024 01:30:00"), 1729989000);
+    EXPECT_EQ(Version(1729989000).GetLabel(), L"ZELT_20241027023000"); // two instants, one label
 }

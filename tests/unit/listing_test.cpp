@@ -6,6 +6,7 @@
 #include "tests/unit/TraceLog.h"
 
 #include <gmock/gmock.h>
+#include <random>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -62,16 +63,6 @@ TEST(VersionListing, KeepsWhatIsAVersionHoweverItIsCut)
                      ElementsAre(T_2024, T_2023));
 }
 
-TEST(VersionListing, TracesWhatItAddsAndSkips)
-{
-    const TraceLog Log;
-    Versions({"a\xC3\nZELT_20230101000000\n..\n"});
-    EXPECT_THAT(Log.Lines(),
-                Contains("[V]: VersionMgr::WriteFunction : Skipping ... : sLabel = 'a\xEF\xBF\x83'"));
-    EXPECT_THAT(Log.Lines(),
-                Contains("[V]: VersionMgr::WriteFunction : Adding ... : sLabel = 'ZELT_20230101000000'"));
-}
-
 TEST(ObjectListing, KeepsWhatIsAnObjectHoweverItIsCut)
 {
     ExpectHoweverCut(Objects,
@@ -93,37 +84,48 @@ TEST(Listing, CarriesAnUnfinishedLineIntoTheNextOne)
     EXPECT_THAT(Objects({"ZELT_20240315143005"}), IsEmpty());
     EXPECT_THAT(Versions({"43005\r\n"}), ElementsAre(T_2024));
     EXPECT_THAT(Objects({".003\n"}), ElementsAre(Pair(T_2024, 3u)));
+    // What was kept does not hide the names that are none.
+    EXPECT_THAT(Objects({"ZELT\n.\n..\n_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }
 
-TEST(Listing, AbortsTheTransferWithoutAList)
+// A listing that fails leaves nothing of its own behind, and what was there before it.
+TEST(Listing, ThatFailsIsForgotten)
 {
-    char aLine[] = "x";
-    EXPECT_EQ(VersionMgr::WriteFunction(aLine, 1, 1, nullptr), 0u);
-    EXPECT_EQ(AreaObjectMgr::WriteFunction(aLine, 1, 1, nullptr), static_cast<std::size_t>(-1));
+    const OpenDevice Device;
+    ASSERT_TRUE(DoInitEx(*Device));
     std::vector<std::int64_t> aVersions;
-    char aListing[] = "ZELT_20240315143005\n";
-    EXPECT_EQ(VersionMgr::WriteFunction(aListing, 4, 5, &aVersions), 20u);
-    EXPECT_THAT(aVersions, ElementsAre(T_2024));
+    EXPECT_THAT(Versions({"ZELT_2024031"}), IsEmpty());
+    EXPECT_FALSE(VersionMgr(Device->m_pCurl, REFUSED_SCHEME).GetVersionList(L"nowhere://host", aVersions));
+    EXPECT_THAT(Versions({"5143005\n"}), ElementsAre(T_2024));
 }
 
-TEST(Catalogue, RefusesWhatItCannotAskFor)
+// Every line begins as a label does: behind a foreign name no object is looked at any more.
+TEST(Listing, SurvivesAMillionHostileLines)
 {
-    std::vector<std::int64_t> aVersions;
-    std::vector<AreaObject> aObjects;
-    VersionMgr Mgr(nullptr, L"ftp://");
-    AreaObjectMgr ObjectMgr(nullptr);
-    const auto Refused = [](bool bDone, const auto& Manager, const wchar_t* sError) {
-        EXPECT_FALSE(bDone) << sError;
-        EXPECT_EQ(Manager.m_dwLastError, 87u) << sError;
-        EXPECT_EQ(Manager.m_sLastError, sError);
-    };
-    Refused(Mgr.GetVersionList(L"", aVersions), Mgr, L"Empty URL");
-    Refused(Mgr.GetVersionList(L"u", aVersions), Mgr, L"NULL cURL handle");
-    Refused(Mgr.CreateVersion(L"h", L"", Version()), Mgr, L"Empty root supplied");
-    Refused(Mgr.CreateVersion(L"h", L"r", Version()), Mgr, L"NULL cURL handle");
-    Refused(ObjectMgr.GetAreaObjectList(L"", L"l", aObjects), ObjectMgr, L"Empty URL");
-    Refused(ObjectMgr.GetAreaObjectList(L"u", L"", aObjects), ObjectMgr, L"Empty Version Label");
-    Refused(ObjectMgr.GetAreaObjectList(L"u", L"l", aObjects), ObjectMgr, L"NULL cURL handle");
+    static constexpr std::string_view PIECES[] = {"20240315143005", ".001", "ZELT_",    ".",    "..", "\r",
+                                                  "99999999999",    "7",    "\xFF\x80", "%s%n", "-1", " "};
+    const TraceLog Silent(0);
+    std::minstd_rand Random(4711);
+    std::size_t uiVersions = 0, uiObjects = 0;
+    for (int i = 0; i < 100; ++i)
+    {
+        std::string sListing;
+        for (int iLine = 0; iLine < 10000; ++iLine)
+        {
+            sListing += "ZELT_";
+            for (auto uiParts = Random() % 5; uiParts > 0; --uiParts)
+                sListing += PIECES[Random() % std::size(PIECES)];
+            if (Random() % 64 == 0)
+                sListing.append(Random() % 5000, static_cast<char>(Random()));
+            sListing += '\n';
+        }
+        uiVersions += Versions({sListing}).size();
+        uiObjects += Objects({sListing}).size();
+    }
+    EXPECT_GT(uiVersions, 100u);
+    EXPECT_GT(uiObjects, 100u);
+    EXPECT_THAT(Versions({"ZELT_20230101000000\n"}), ElementsAre(T_2023));
+    EXPECT_THAT(Objects({"ZELT_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }
 
 TEST(Catalogue, AsksForAVersionsDirectoryAndReportsTheTransfer)
