@@ -88,7 +88,56 @@ TEST_P(Stranger, GetsNothingAndGivesNothing)
             ++iWhole;
         }
     EXPECT_EQ(iWhole, iWritten);
-    std::printf("read %d written %d\n", iRead, iWritten);
 }
 
 INSTANTIATE_TEST_SUITE_P(, Stranger, testing::Values(L"opens pipes", L"offers pipes"));
+
+// One upload and one download run at a time: the second is refused, the first one is whole.
+TEST(TwoAtOnce, InTwoProcesses)
+{
+    const Blocks aObject = SomeBlocks(8, 31);
+    for (const bool bUpload : {true, false})
+    {
+        Neighbour host(bUpload ? L"uploads" : L"downloads");
+        Tape tape(server::Root(L"two processes"));
+        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        Blocks aRead;
+        EXPECT_EQ(bUpload ? tape.Write(aObject) : tape.Read(8, aRead), ZDV_DEVICE_ERROR);
+        EXPECT_TRUE(RefusedInWords(tape));
+        EXPECT_EQ(host.Stop(), neighbour::DONE);
+        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << "it works afterwards: " << tape.ErrorText();
+        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_EQ(tape.Read(8, aRead), ZDV_SUCCESS) << tape.ErrorText();
+        EXPECT_TRUE(aRead == aObject);
+    }
+}
+
+TEST(TwoAtOnce, OnTwoDevicesOfOneProcess)
+{
+    const Blocks aObject = SomeBlocks(8, 32);
+    Tape first(server::Root(L"first device"));
+    Tape second(server::Root(L"second device"));
+    for (Tape* const pTape : {&first, &second})
+        ASSERT_EQ(pTape->MakeReady(), ZDV_SUCCESS) << pTape->ErrorText();
+    ASSERT_EQ(first.Write(aObject), ZDV_SUCCESS) << first.ErrorText();
+    EXPECT_EQ(second.Write(aObject), ZDV_DEVICE_ERROR);
+    EXPECT_TRUE(RefusedInWords(second));
+    ASSERT_EQ(first.Filemark(), 0u) << first.ErrorText();
+    for (Tape* const pTape : {&second, &first})
+    {
+        ASSERT_EQ(pTape->Position(ZDV_SP_EORM), ZDV_SUCCESS) << pTape->ErrorText();
+        ASSERT_EQ(pTape->WriteObject(aObject), ZDV_SUCCESS) << pTape->ErrorText();
+        ASSERT_EQ(pTape->Position(ZDV_SP_BOM), ZDV_SUCCESS) << pTape->ErrorText();
+    }
+    Blocks aRead;
+    ASSERT_EQ(second.Read(8, aRead), ZDV_SUCCESS) << second.ErrorText();
+    ASSERT_EQ(second.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    ASSERT_EQ(first.Read(1, aRead), ZDV_SUCCESS) << first.ErrorText();
+    EXPECT_EQ(second.Read(8, aRead), ZDV_DEVICE_ERROR);
+    EXPECT_TRUE(RefusedInWords(second));
+    ASSERT_EQ(first.Read(1, aRead), ZDV_FILEMARK_REACHED);
+    ASSERT_EQ(second.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    ASSERT_EQ(second.Read(8, aRead), ZDV_SUCCESS) << second.ErrorText();
+    EXPECT_TRUE(aRead == aObject);
+}

@@ -24,8 +24,14 @@ std::vector<TypedRoot> TypedRoots()
         return {{server::Root(L"typed/a"), L"typed/a"},
                 {L"\\" + server::Root(L"typed/b").substr(1), L"typed/b"},
                 {L"~/typed/Fürth & Köln", L"typed/Fürth & Köln"},
+                {L"~/typed/50%25", L"typed/50%"},
                 {L"sftp://user@" + server::Root(L"typed/d"), L"typed/d"}};
+    const std::wstring sHome = server::Variable(L"ZDV_TEST_HOME");
+    const std::wstring sTop = sHome == L"/" ? L"" : sHome.substr(1) + L"/";
     return {{L"/typed/a", L"typed/a"},
+            {L"//" + sTop + L"typed/e", L"typed/e"},
+            {L"%2F" + sTop + L"typed/f", L"typed/f"},
+            {L"typed/50%25", L"typed/50%"},
             {L"typed/b/", L"typed/b"},
             {L"\\typed\\c\\host1", L"typed/c/host1"},
             {L"ftp://user@host/typed/d", L"host/typed/d"},
@@ -40,6 +46,13 @@ ZDV_STATUS WriteUntilRefused(Tape& tape)
     for (int i = 0; i < 64 && uiRc == ZDV_SUCCESS; ++i)
         uiRc = tape.Write(aBlocks);
     return uiRc;
+}
+
+// A root on a disk of 1 MiB that holds nothing else.
+std::wstring SmallRoot()
+{
+    fs::remove_all(server::Store(L"small/root"));
+    return server::Root(L"small/root");
 }
 
 void ExpectReason(Tape& tape, const std::wstring& sStep)
@@ -139,10 +152,115 @@ TEST(Server, RootThatCannotBeCreatedIsExplained)
     EXPECT_TRUE(server::Names(L"readonly").empty());
 }
 
+TEST(Server, VersionWithoutADateIsExplained)
+{
+    Tape tape(server::Root(L"dates"));
+    fs::create_directories(server::Store(L"dates/ZELT_19690101000000"));
+    EXPECT_EQ(tape.MakeReady(), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(tape.ErrorCode(), 87u);
+    EXPECT_EQ(tape.ErrorText(), L"ERROR: Invalid latest backup date/time to use");
+}
+
+TEST(Server, VersionOf999ObjectsIsFull)
+{
+    const Blocks aObject = SomeBlocks(1, 12);
+    const std::wstring sVersion = L"full/ZELT_20240315143005";
+    fs::create_directories(server::Store(sVersion));
+    for (int i = 1; i <= 999; ++i)
+        std::ofstream(
+            server::Store(sVersion + L"/ZELT_20240315143005." + std::to_wstring(1000 + i).substr(1)),
+            std::ios::binary)
+            .write(aObject.data(), static_cast<std::streamsize>(i == 999 ? aObject.size() : 1));
+    Tape tape(server::Root(L"full"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_EQ(tape.Write(aObject), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(tape.ErrorText(), L"ERROR: Invalid object id");
+    EXPECT_EQ(server::Names(sVersion).size(), 999u);
+    ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Position(ZDV_SP_FFM, -2), ZDV_SUCCESS);
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
+    ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_TRUE(aRead == aObject);
+}
+
+TEST(Server, ForeignFileHidesObjectsUntilTheModuleIsLoadedAnew)
+{
+    const std::wstring sRoot = server::Root(L"foreign");
+    const auto Objects = [](Tape& tape) {
+        EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        EXPECT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+        std::uint32_t uiObjects = 0;
+        for (Blocks aRead; tape.Read(1, aRead) == ZDV_SUCCESS; ++uiObjects)
+            EXPECT_EQ(tape.Position(ZDV_SP_FFM, 1), ZDV_SUCCESS);
+        return uiObjects;
+    };
+    std::wstring sForeign;
+    {
+        Tape tape(sRoot);
+        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        for (unsigned i = 1; i <= 3; ++i)
+            ASSERT_EQ(tape.WriteObject(SomeBlocks(1, i)), ZDV_SUCCESS) << tape.ErrorText();
+        sForeign = L"foreign/" + tape.Versions().at(0) + L"/Thumbs.db";
+        ASSERT_TRUE(std::ofstream(server::Store(sForeign)));
+        EXPECT_LE(Objects(tape), 3u); // those that the server lists before it
+        fs::remove(server::Store(sForeign));
+        EXPECT_EQ(Objects(tape), 0u);
+    }
+    Tape tape(sRoot);
+    EXPECT_EQ(Objects(tape), 3u);
+}
+
+// The last error stays until the next read or write. Listings fail until the device is made ready.
+TEST(Server, ErrorLivesUntilTheNextTransfer)
+{
+    Tape tape(SmallRoot());
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    for (unsigned i = 1; i <= 3; ++i)
+        ASSERT_EQ(tape.WriteObject(SomeBlocks(1, i)), ZDV_SUCCESS) << tape.ErrorText();
+    tape.Write(SomeBlocks(32, 2));
+    EXPECT_EQ(tape.Position(ZDV_SP_RET), ZDV_DEVICE_ERROR);
+    ExpectReason(tape, L"Perform operation failed"); // of the upload that this has ended
+    EXPECT_EQ(tape.Position(ZDV_SP_RET), ZDV_DEVICE_ERROR);
+    ExpectReason(tape, L"Couldn't perform operation");
+    EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS);
+    EXPECT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    ExpectReason(tape, L"Couldn't perform operation");
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    EXPECT_EQ(tape.ErrorCode(), 0u);
+
+    ASSERT_EQ(tape.Position(ZDV_SP_FFM, 1), ZDV_SUCCESS);
+    tape.Write(SomeBlocks(32, 2)); // over object 2
+    EXPECT_EQ(tape.Read(1, aRead), ZDV_DEVICE_ERROR);
+    ExpectReason(tape, L"Perform operation failed"); // again of the upload that this has ended
+    EXPECT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << "object 3: " << tape.ErrorText();
+}
+
+TEST(Server, FailedSetUpLeavesTheTransferAlone)
+{
+    const Blocks aObject = SomeBlocks(3, 4);
+    Tape tape(server::Root(L"set-up"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Write(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    tape.Set(ZDV_FTP_PORT, L"70000");
+    EXPECT_EQ(tape.MakeReady(), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(tape.ErrorCode(), 0u) << "the error is the running transfer's";
+    ASSERT_EQ(tape.Write(aObject), ZDV_SUCCESS);
+    EXPECT_EQ(tape.Filemark(), 0u) << tape.ErrorText();
+    tape.Set(ZDV_FTP_PORT, server::Variable(L"ZDV_TEST_PORT"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(6, aRead), ZDV_SUCCESS) << tape.ErrorText();
+}
+
 TEST(Server, FullDiskFailsTheUploadAndNothingElse)
 {
     const Blocks aObject = SomeBlocks(1, 5);
-    Tape tape(server::Root(L"small/root"));
+    Tape tape(SmallRoot());
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
     ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
     ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
@@ -257,6 +375,35 @@ TEST(Server, PasswordIsNowhereInAVerboseLog)
     EXPECT_NE(sLog.find("ZDV_FTP_PASSWORD"), std::string::npos);
     EXPECT_NE(sLog.find("ThreadReader : EOF"), std::string::npos);
     EXPECT_EQ(sLog.find(fs::path(server::Variable(L"ZDV_TEST_PASSWORD")).string()), std::string::npos);
+}
+
+// Longer than libcurl waits for a reply: nothing limits a transfer itself.
+TEST(Stalled, ServerLosesNothingWhenItGoesOn)
+{
+    constexpr DWORD STALL = 70000; // milliseconds
+    const Blocks aObject = SomeBlocks(64, 51);
+    Tape tape(server::Root(L"stalled"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Write(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    server::Control("stop");
+    const auto GoOn = [](LPVOID) -> DWORD {
+        Sleep(STALL);
+        server::Control("cont");
+        return 0;
+    };
+    const HANDLE hThread = CreateThread(nullptr, 0, GoOn, nullptr, 0, nullptr);
+    for (int i = 0; i < 8; ++i)
+        ASSERT_EQ(tape.Write(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_EQ(WaitForSingleObject(hThread, 0), DWORD{WAIT_OBJECT_0}) << "32 MiB went nowhere";
+    ASSERT_EQ(tape.Filemark(), 0u) << tape.ErrorText();
+    CloseHandle(hThread);
+    ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(9 * 64, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    for (std::size_t i = 0; i < 9; ++i)
+        EXPECT_TRUE(std::equal(aObject.begin(), aObject.end(),
+                               aRead.begin() + static_cast<std::ptrdiff_t>(i * aObject.size())))
+            << i;
 }
 
 // On a server that speaks another protocol than the typed port stands for.

@@ -163,9 +163,13 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
         ASSERT_EQ(aVersions.size(), 2u);
     }
     {
-        SCOPED_TRACE("choice between them by time");
+        SCOPED_TRACE("choice between them by time, before and after making ready");
         Tape tape(m_sRoot);
+        tape.AskForBackup(AsBackupTime(aVersions[0]));
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_NO_FATAL_FAILURE(ReadBack(tape, 1, m_aFirst[0]));
+        tape.AskForBackup(L"");
+        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
         EXPECT_EQ(tape.Versions(), aVersions);
         ASSERT_NO_FATAL_FAILURE(ReadBackAll(tape, m_aSecond));
         tape.AskForBackup(AsBackupTime(aVersions[0]));
@@ -190,11 +194,40 @@ TEST_F(Story, ObjectIsExactlyItsBlocks)
         ASSERT_EQ(tape.Filemark(), 0u) << tape.ErrorText();
         EXPECT_EQ(tape.Property(ZDV_P_GET_CUR_BLK_ADDR), 0u);
     }
+    Blocks aShort = SomeBlocks(2, 8);
+    aShort.pop_back();
+    ASSERT_EQ(tape.WriteObject(aShort), ZDV_SUCCESS) << "131,071 bytes: " << tape.ErrorText();
     std::vector<std::uintmax_t> aSizes;
     const std::wstring sVersion = L"sizes/" + tape.Versions().at(0);
     for (const std::wstring& sName : server::Names(sVersion))
         aSizes.push_back(fs::file_size(server::Store(sVersion + L"/" + sName)) / ZDV_BLOCK_SIZE);
-    EXPECT_EQ(aSizes, (std::vector<std::uintmax_t>{1, 2, 3, 17}));
+    EXPECT_EQ(aSizes, (std::vector<std::uintmax_t>{1, 2, 3, 17, 1}));
+}
+
+TEST_F(Story, ObjectInMidVersionIsOverwritten)
+{
+    const std::wstring sRoot = server::Root(L"overwritten");
+    const Blocks aNew = SomeBlocks(3, 60);
+    {
+        Tape tape(sRoot);
+        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+        ASSERT_NO_FATAL_FAILURE(WriteObjects(tape, m_aFirst));
+        AwaitNextSecond(); // else the entry that this adds below has the same label
+        ASSERT_EQ(tape.Position(ZDV_SP_FFM, -3), ZDV_SUCCESS);
+        ASSERT_EQ(tape.WriteObject(aNew), ZDV_SUCCESS) << "object 4: " << tape.ErrorText();
+        // The list has got one more entry, with no file behind it, until the medium is reset.
+        ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
+        Blocks aRead;
+        EXPECT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
+        EXPECT_TRUE(tape.ErrorText().starts_with(L"ERROR: Perform operation failed [")) << tape.ErrorText();
+    }
+    Tape tape(sRoot);
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    std::vector<Blocks> aObjects = m_aFirst;
+    aObjects[3] = aNew;
+    ASSERT_NO_FATAL_FAILURE(ReadBackAll(tape, aObjects));
+    Blocks aRead;
+    EXPECT_EQ(tape.Read(1, aRead), ZDV_END_OF_MEDIA);
 }
 
 TEST_F(Story, PositionIsKeptOnBlocksAndFilemarks)
