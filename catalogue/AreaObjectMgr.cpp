@@ -100,14 +100,14 @@ bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::w
     if (m_pCurl == nullptr)
         return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
                               L"... ending(Supplied handle is null)");
-    const ListingLine Before = BeginListing(Line());
+    Listing Current(Line());
     if (!ListObjects(sRootURL + L"/" + sVersionLabel + L"/", aObjects))
     {
-        Line() = Before;
         FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : ... ending")
             .Text(Level::Error, L"m_sLastError", m_sLastError);
         return false;
     }
+    Current.Complete();
     std::sort(aObjects.begin(), aObjects.end());
     Trace.Ending();
     return true;

@@ -26,12 +26,15 @@ int KeepReply(CURL*, curl_infotype enType, char* pData, std::size_t uiSize, void
 
 bool MeansEmpty(std::string_view sReply)
 {
+    // At the beginning: the rest may name a folder, and that any words.
+    static constexpr std::string_view PHRASES[] = {"550 no files", "550 empty directory",
+                                                   "550 directory is empty", "550 directory empty"};
     std::string sWords(sReply);
     std::ranges::transform(sWords, sWords.begin(),
                            [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto Says = [&](const char* sWord) { return sWords.find(sWord) != std::string::npos; };
-    return sWords.starts_with("550") && (Says("no files") || Says("empty")) && !Says("permission") &&
-           !Says("denied");
+    return std::ranges::any_of(PHRASES, [&](std::string_view s) { return sWords.starts_with(s); }) &&
+           !Says("permission") && !Says("denied");
 }
 
 CURLcode PerformListing(CURL* pCurl)

@@ -7,6 +7,7 @@
 #include <curl/curl.h>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // What a listing is gathered in. It lives as long as the process: a line that a listing leaves unfinished, or
 // that was not taken, goes before the first one of the next listing.
@@ -16,12 +17,25 @@ struct ListingLine
     std::size_t uiStart = 0; // of the line being read; what stands before it was kept
 };
 
-// The line as a new listing finds it, to be put back if the listing fails: that one leaves nothing behind.
-inline ListingLine BeginListing(ListingLine& Line)
+// One listing. If it fails, the line is put back as it was found.
+class Listing
 {
-    Line.uiStart = Line.sText.size();
-    return Line;
-}
+public:
+    explicit Listing(ListingLine& Line) : m_Line(Line), m_Before(Line) { Line.uiStart = Line.sText.size(); }
+    Listing(const Listing&) = delete;
+    Listing& operator=(const Listing&) = delete;
+    ~Listing()
+    {
+        if (!m_bComplete)
+            m_Line = std::move(m_Before);
+    }
+    void Complete() { m_bComplete = true; }
+
+private:
+    ListingLine& m_Line;
+    ListingLine m_Before;
+    bool m_bComplete = false;
+};
 
 // Feeds one piece of a listing. At each line feed lineEnded(Line.sText) decides what becomes of it. "." and
 // ".." are no names in the directory: every SFTP listing holds them, and so do those of some FTP servers

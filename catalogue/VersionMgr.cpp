@@ -111,14 +111,14 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
     if (m_pCurl == nullptr)
         return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
                               L"... ending(Supplied handle is null)");
-    const ListingLine Before = BeginListing(Line());
+    Listing Current(Line());
     if (!ListVersions(sRootURL + L"/", aVersions))
     {
-        Line() = Before;
         FunctionTrace(L"VersionMgr::GetVersionList : ... ending")
             .Text(Level::Error, L"m_sLastError", m_sLastError);
         return false;
     }
+    Current.Complete();
     std::sort(aVersions.begin(), aVersions.end());
     Trace.Ending();
     return true;

@@ -60,5 +60,5 @@ public:
     std::uint32_t m_dwLastError = 0;          // a Windows error number or a libcurl result code
     std::wstring m_sLastError;
     std::atomic<Connection> m_enConnection = Connection::Made; // of the transfer started last
-    DWORD m_dwHostThread = 0;                                  // the thread that started it
+    HANDLE m_hHostThread = nullptr;                            // the thread that starts it, meanwhile
 };

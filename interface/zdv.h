@@ -28,20 +28,20 @@
 //   handle of a process at a time.
 //
 // What is kept
-//   One thread handle for each object that was transferred and one connection for each "Make Unit Ready" but
-//   the last stay until the process ends.
+//   One thread handle for each transfer and one connection for each "Make Unit Ready" but the last stay until
+//   the process ends.
 //
 // Errors
 //   After ZDV_DEVICE_ERROR, and after a filemark that ended a transfer, property
 //   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code (0: none), and
 //   ZDV_GI_SPECIFIC_ERROR_MSG the text; both say nothing while a transfer runs. Ask at once: the next read,
 //   write, skip or further filemark forgets it; making ready and positioning do not. A read that ends a failed
-//   upload returns ZDV_DEVICE_ERROR with the upload's error, and so does a media reset.
+//   upload returns ZDV_DEVICE_ERROR with the upload's error, and so does a media reset by ZDV_Position.
 //   After a failed upload listings fail: make the device ready or close it before anything else.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.
 //   An exception inside the module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open), and the last
-//   error is 8 when it was for want of memory.
+//   error is 8 when it was for want of memory. In a callback of libcurl it ends the transfer with libcurl's code.
 //   A null handle is answered with ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any
 //   other value must come from ZDV_Open.
 #pragma once

@@ -2,8 +2,29 @@
 
 #include "catalogue/BackupQuery.h"
 #include "common/FunctionTrace.h"
-#include "interface/LastError.h"
+#include "interface/Entry.h"
 #include "stream/ObjectClose.h"
+
+namespace {
+
+// An exception is a failed query: the position is reset all the same.
+ZDV_STATUS QueryBackup(FtpContext& FC)
+{
+    try
+    {
+        return ObjectQueryBackup(FC);
+    }
+    catch (...)
+    {
+        TraceException(L"ObjectQueryBackup");
+        AssignLastError(FC, ExceptionFailure());
+        FC.m_VersionList.clear(); // half a list is none
+        FC.m_AreaObjectList.clear();
+        return ZDV_DEVICE_ERROR;
+    }
+}
+
+} // namespace
 
 ZDV_STATUS ResetMedia(FtpContext* pFC)
 {
@@ -20,7 +41,7 @@ ZDV_STATUS ResetMedia(FtpContext* pFC)
     pFC->m_uiReserveBlocks = 0;
     pFC->m_bOkToWrite = true;
     Trace.Verbose(L"ObjectQueryBackup");
-    const ZDV_STATUS uiRc = ObjectQueryBackup(*pFC);
+    const ZDV_STATUS uiRc = QueryBackup(*pFC);
     pFC->m_bFileMarkPending = false;
     pFC->m_bAtFileMark = true;
     pFC->m_bOkToWrite = true;

@@ -78,62 +78,95 @@ void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction)
     DisconnectNamedPipe(hServer);
 }
 
-bool CreatePipe(FtpContext& FC, const TransferDirection& Direction)
+std::atomic<const FtpContext*> g_pUploader = nullptr, g_pDownloader = nullptr;
+
+// The device that has the process's one transfer of a direction.
+std::atomic<const FtpContext*>& Owner(const TransferDirection& Direction)
 {
+    return Direction.hServer == UPLOAD.hServer ? g_pUploader : g_pDownloader;
+}
+
+bool Own(const FtpContext& FC, const TransferDirection& Direction)
+{
+    const FtpContext* pOwner = nullptr;
+    return Owner(Direction).compare_exchange_strong(pOwner, &FC);
+}
+
+void Disown(const FtpContext& FC, const TransferDirection& Direction)
+{
+    const FtpContext* pOwner = &FC;
+    Owner(Direction).compare_exchange_strong(pOwner, nullptr);
+}
+
+// ERROR_SUCCESS, or why there is none.
+DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
+{
+    if (!Own(FC, Direction))
+        return ERROR_PIPE_BUSY;
     // Prepared for a pipe that every account may open, but not passed on: host and worker are one account.
     SECURITY_DESCRIPTOR Descriptor;
     InitializeSecurityDescriptor(&Descriptor, SECURITY_DESCRIPTOR_REVISION);
     SetSecurityDescriptorDacl(&Descriptor, TRUE, nullptr, FALSE);
 
     const HANDLE hServer = CreateNamedPipeW(Direction.sPipeName, Direction.dwServerMode,
-                                            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1,
-                                            ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
+                                            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT |
+                                                PIPE_REJECT_REMOTE_CLIENTS, // their process is what they say
+                                            1, ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
+    const DWORD dwLastError = hServer != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : GetLastError();
     FC.*Direction.hServer = hServer;
     FC.*Direction.hClient = INVALID_HANDLE_VALUE;
-    return hServer != INVALID_HANDLE_VALUE;
+    if (dwLastError != ERROR_SUCCESS)
+        Disown(FC, Direction);
+    return dwLastError;
 }
 
-// Lets clients in until the worker is there.
-bool AwaitClient(FtpContext& FC, HANDLE hServer)
+// Lets clients in until the worker is there. ERROR_SUCCESS, or why it is not.
+DWORD AwaitClient(FtpContext& FC, HANDLE hServer)
 {
-    while (ConnectNamedPipe(hServer, nullptr))
+    while (FC.m_enConnection == Connection::Awaited)
     {
-        if (IsThisProcess(GetNamedPipeClientProcessId, hServer))
-            return Decide(FC, Connection::Made);
+        if (!ConnectNamedPipe(hServer, nullptr))
+            return GetLastError();
+        if (IsThisProcess(GetNamedPipeClientProcessId, hServer) && Decide(FC, Connection::Made))
+            return ERROR_SUCCESS;
         DisconnectNamedPipe(hServer);
-        if (FC.m_enConnection != Connection::Awaited)
-            return false;
     }
-    return false;
+    return ERROR_PIPE_NOT_CONNECTED;
 }
 
-// Pipe and thread are left to ObjectClose. A worker that has given up has left its reason, and may still be
-// calling this thread.
+// Pipe and thread are left to ObjectClose. A worker that has given up leaves its reason, and calls this thread
+// until it hears of it.
 ZDV_STATUS FailConnection(FtpContext& FC, const TransferDirection& Direction, DWORD dwLastError)
 {
-    Decide(FC, Connection::GivenUpByHost);
-    const Connection enDecided = FC.m_enConnection.exchange(Connection::GivenUpByHost);
-    if (enDecided != Connection::GivenUpByHost)
-    {
-        DisconnectNamedPipe(FC.*Direction.hServer);
+    if (FC.m_enConnection.exchange(Connection::GivenUpByHost) == Connection::GivenUpByWorker)
         WaitForSingleObject(FC.m_hThread, INFINITE);
-    }
-    if (enDecided != Connection::GivenUpByWorker)
+    else
         AssignLastError(FC, {dwLastError, Direction.sCouldNotConnect});
     return FailPipe(FC, Direction.sConnectFailed);
 }
 
-ZDV_STATUS ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
+// ERROR_SUCCESS, or why the worker is not there.
+DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     const HANDLE hServer = FC.*Direction.hServer;
     HoldClientsBack(hServer, Direction);
     FC.m_enConnection = Connection::Awaited;
-    FC.m_dwHostThread = GetCurrentThreadId();
     FC.m_hThread = CreateThread(nullptr, 0, Direction.Worker, &FC, 0, nullptr);
-    if (FC.m_hThread == nullptr || !AwaitClient(FC, hServer))
+    return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
+}
+
+ZDV_STATUS ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
+{
+    // Made before the worker is: it could not do without, and then nobody could call this thread.
+    if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &FC.m_hHostThread,
+                         THREAD_TERMINATE, FALSE, 0))
         return FailConnection(FC, Direction, GetLastError());
-    FC.*Direction.bRunning = true;
-    return ZDV_SUCCESS;
+    const DWORD dwLastError = MeetWorker(FC, Direction);
+    FC.*Direction.bRunning = dwLastError == ERROR_SUCCESS;
+    const ZDV_STATUS uiRc =
+        dwLastError == ERROR_SUCCESS ? ZDV_SUCCESS : FailConnection(FC, Direction, dwLastError);
+    CloseHandle(FC.m_hHostThread);
+    return uiRc;
 }
 
 bool HasTransfer(const FtpContext& FC, const TransferDirection& Direction)
@@ -152,6 +185,14 @@ void AwaitWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirec
     FC.m_hThread = nullptr;
 }
 
+// Whether the host takes the client that has just come for its worker. It is about to say so.
+bool IsWelcome(const FtpContext& FC, ULONGLONG ullLimit)
+{
+    while (FC.m_enConnection == Connection::Awaited && GetTickCount64() < ullLimit)
+        SwitchToThread();
+    return FC.m_enConnection == Connection::Made;
+}
+
 // The host's pipe, once the host's thread is in ConnectNamedPipe. Busy is a pipe while a stranger has it, or
 // has one of its own of that name.
 HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
@@ -168,7 +209,7 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
             dwLastError = GetLastError();
             continue;
         }
-        if (IsThisProcess(GetNamedPipeServerProcessId, hClient))
+        if (IsThisProcess(GetNamedPipeServerProcessId, hClient) && IsWelcome(FC, ullLimit))
             return hClient;
         CloseHandle(hClient);
     }
@@ -201,9 +242,9 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
     }
     if (const ZDV_STATUS uiRc = SetObjectUrl(FC, Direction); uiRc != ZDV_SUCCESS)
         return uiRc;
-    if (!CreatePipe(FC, Direction))
+    if (const DWORD dwLastError = CreatePipe(FC, Direction); dwLastError != ERROR_SUCCESS)
     {
-        AssignLastError(FC, {GetLastError(), Direction.sCouldNotCreate});
+        AssignLastError(FC, {dwLastError, Direction.sCouldNotCreate});
         return FailPipe(FC, Direction.sCreatePipeFailed);
     }
     return ConnectWorker(FC, Direction);
@@ -217,6 +258,7 @@ void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
     Trace.Verbose(Direction.sEnd);
     FC.*Direction.bRunning = false;
     CloseServerEnd(FC.*Direction.hServer, Trace, Direction.sClosePipe);
+    Disown(FC, Direction);
     if (FC.m_hThread != nullptr)
         AwaitWorker(FC, Trace, Direction);
 }
@@ -225,21 +267,18 @@ void LeaveHost(FtpContext& FC)
 {
     if (!Decide(FC, Connection::GivenUpByWorker))
         return;
-    const HANDLE hHost = OpenThread(THREAD_TERMINATE, FALSE, FC.m_dwHostThread);
     // More than once: the host's thread may be on its way into ConnectNamedPipe. It does nothing else until it
     // has seen this.
     while (FC.m_enConnection == Connection::GivenUpByWorker)
     {
-        CancelSynchronousIo(hHost);
+        CancelSynchronousIo(FC.m_hHostThread);
         Sleep(1);
     }
-    CloseHandle(hHost);
 }
 
 void StoreWorkerError(FtpContext& FC, const Failure& Reason) noexcept
 {
-    Decide(FC, Connection::GivenUpByWorker);
-    if (FC.m_enConnection != Connection::GivenUpByHost)
+    if (Decide(FC, Connection::GivenUpByWorker) || FC.m_enConnection == Connection::Made)
         AssignLastError(FC, Reason);
 }
 
@@ -269,8 +308,6 @@ DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<c
         return ZDV_DEVICE_ERROR;
     }
     pFC->*Direction.hClient = hClient;
-    if (!Decide(*pFC, Connection::Made))
-        return WORKER_FAILED; // the host has given up
     if (!RunSteps(pFC, pCurl, Trace, Steps))
     {
         TraceLastError(*pFC, Direction.sWorkerEnding);

@@ -7,6 +7,8 @@
 // this process is at the other end before a byte moves: the host turns strangers away and waits on for the
 // worker, the worker leaves a stranger's pipe alone and looks for the host's. It gives up after a while, and
 // then calls the host's thread out of ConnectNamedPipe, as it does whenever it ends before it was connected.
+// Within the process a direction has one transfer at a time, also where a stranger's pipe of the same name would
+// let there be several.
 //
 // The threads share the FtpContext without a lock. What orders them is the pipe and the thread's life:
 //   before the worker    everything the worker reads (the libcurl handle and the URL set on it) is written
@@ -17,7 +19,8 @@
 //                        failed, and the worker publishes its end before it closes the handle.
 //   server end           written by the host alone; the worker reads it after its own call has failed, and
 //                        ObjectClose publishes its end before it disconnects the pipe.
-//   m_enConnection       written by both until the transfer is connected or one of them has given up.
+//   m_enConnection       decided once: that the transfer is connected by the host alone, that there will be none
+//                        by either. The worker touches no byte and no server before it is connected.
 //   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
 //   m_ullBytesWritten
 //   m_dwLastError,       the worker's while it runs, see interface/LastError.h. It sets them before it gives

@@ -40,6 +40,7 @@ DWORD WorkerThread(LPVOID pArgument, const TransferDirection& Direction, std::sp
     const HostRelease Release(pFC);
     const PipeEnd Guard(pFC);
     const OpenSslThread Thread;
+    quorvel::KeepMemoryReserve();
     try
     {
         quorvel::FunctionTrace(Direction.sWorkerFunction).Starting();

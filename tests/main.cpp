@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr DWORD LONGEST_TEST = 120000; // milliseconds
+constexpr DWORD LONGEST_TEST = 300000; // milliseconds
 
 std::atomic<const char*> g_sSuite = "start", g_sTest = "up";
 

@@ -4,6 +4,7 @@
 
 Neighbour::Neighbour(const std::wstring& sRole)
     : m_hReady(CreateEventW(nullptr, TRUE, FALSE, neighbour::READY)),
+      m_hMet(CreateEventW(nullptr, TRUE, FALSE, neighbour::MET)),
       m_hStop(CreateEventW(nullptr, TRUE, FALSE, neighbour::STOP))
 {
     STARTUPINFOW Startup{};
@@ -20,7 +21,7 @@ Neighbour::Neighbour(const std::wstring& sRole)
 Neighbour::~Neighbour()
 {
     TerminateProcess(m_Process.hProcess, neighbour::FAILED);
-    for (const HANDLE hOwned : {m_Process.hThread, m_Process.hProcess, m_hStop, m_hReady})
+    for (const HANDLE hOwned : {m_Process.hThread, m_Process.hProcess, m_hStop, m_hMet, m_hReady})
         CloseHandle(hOwned);
 }
 

@@ -7,14 +7,13 @@
 namespace neighbour {
 
 inline constexpr const wchar_t* READY = L"zdv neighbour is ready";
+inline constexpr const wchar_t* MET = L"zdv neighbour has met somebody";
 inline constexpr const wchar_t* STOP = L"zdv neighbour may stop";
 
 enum Result
 {
-    DONE, // a host's transfer is whole
+    DONE, // a host's transfer is whole, a stranger got nothing
     FAILED,
-    MET_SOMEBODY, // a stranger was at a pipe with somebody else
-    MET_NOBODY,
     TOOK_DATA,
 };
 
@@ -29,10 +28,12 @@ public:
     Neighbour& operator=(const Neighbour&) = delete;
     ~Neighbour();
 
+    // Whether a stranger was at a pipe with somebody else.
+    bool HasMet() const { return WaitForSingleObject(m_hMet, 0) == WAIT_OBJECT_0; }
     // Lets it end.
     neighbour::Result Stop();
 
 private:
-    HANDLE m_hReady, m_hStop;
+    HANDLE m_hReady, m_hMet, m_hStop;
     PROCESS_INFORMATION m_Process{};
 };

@@ -10,12 +10,12 @@
 namespace {
 
 const HANDLE g_hReady = OpenEventW(EVENT_MODIFY_STATE, FALSE, neighbour::READY);
+const HANDLE g_hMet = OpenEventW(EVENT_MODIFY_STATE, FALSE, neighbour::MET);
 const HANDLE g_hStop = OpenEventW(SYNCHRONIZE, FALSE, neighbour::STOP);
 
 constexpr const wchar_t* UPLOAD_PIPE = L"\\\\.\\pipe\\ZDV_FTP_UPLOAD";
 constexpr const wchar_t* DOWNLOAD_PIPE = L"\\\\.\\pipe\\ZDV_FTP_DOWNLOAD";
 
-std::atomic<bool> g_bMet = false;   // somebody at a pipe
 std::atomic<bool> g_bTaken = false; // a byte of somebody
 
 bool Stopped() { return WaitForSingleObject(g_hStop, 0) == WAIT_OBJECT_0; }
@@ -26,7 +26,7 @@ void Exchange(HANDLE hPipe, bool bTake)
     static const Blocks RUBBISH(ZDV_BLOCK_SIZE, static_cast<char>(0xBB));
     Blocks aTaken(ZDV_BLOCK_SIZE);
     DWORD dwBytes = 0;
-    g_bMet = true;
+    SetEvent(g_hMet);
     if (!bTake)
         WriteFile(hPipe, RUBBISH.data(), ZDV_BLOCK_SIZE, &dwBytes, nullptr);
     else if (ReadFile(hPipe, aTaken.data(), ZDV_BLOCK_SIZE, &dwBytes, nullptr) && dwBytes != 0)
@@ -76,9 +76,7 @@ int BeAStranger(LPTHREAD_START_ROUTINE visit, Place Upload, Place Download)
             CreateThread(nullptr, 0, visit, pPlace, 0, nullptr);
     SetEvent(g_hReady);
     WaitForSingleObject(g_hStop, INFINITE);
-    if (g_bTaken)
-        return neighbour::TOOK_DATA;
-    return g_bMet ? neighbour::MET_SOMEBODY : neighbour::MET_NOBODY;
+    return g_bTaken ? neighbour::TOOK_DATA : neighbour::DONE;
 }
 
 // A transfer that stands still in its middle until it may go on, and then ends as it should.

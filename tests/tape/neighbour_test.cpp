@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int TRANSFERS = 5;
+constexpr int TRANSFERS = 3;
 
 // A transfer is whole, or there was none: the module says that and why.
 bool RefusedInWords(Tape& tape)
@@ -33,10 +33,8 @@ Blocks Content(const std::filesystem::path& Path)
 class Stranger : public testing::TestWithParam<const wchar_t*>
 {
 protected:
-    // How many of the transfers were made.
-    int Read(const std::wstring& sFolder, const Blocks& aObject)
+    void Read(const std::wstring& sFolder, const Blocks& aObject)
     {
-        int iMade = 0;
         Tape tape(server::Root(sFolder));
         EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
         for (int i = 0; i < TRANSFERS; ++i)
@@ -46,10 +44,9 @@ protected:
             EXPECT_EQ(tape.Position(ZDV_SP_FFM, i), ZDV_SUCCESS);
             const bool bMade = tape.Read(aObject.size() / ZDV_BLOCK_SIZE, aRead) == ZDV_SUCCESS;
             EXPECT_TRUE(bMade ? aRead == aObject : RefusedInWords(tape)) << i;
-            iMade += bMade ? 1 : 0;
         }
-        return iMade;
     }
+    // How many of the transfers were made.
     int Write(const std::wstring& sFolder, const Blocks& aObject)
     {
         int iMade = 0;
@@ -76,13 +73,16 @@ TEST_P(Stranger, GetsNothingAndGivesNothing)
     const std::wstring sBeside = L"beside " + std::wstring(GetParam());
     ASSERT_EQ(Write(sBefore, aObject), TRANSFERS);
     Neighbour stranger(GetParam());
-    const int iRead = Read(sBefore, aObject);
-    const int iWritten = Write(sBeside, aObject);
-    EXPECT_EQ(stranger.Stop(), neighbour::MET_SOMEBODY);
-    EXPECT_GT(iRead + iWritten, 0);
+    int iWritten = 0;
+    do
+    {
+        Read(sBefore, aObject);
+        iWritten = Write(sBeside, aObject);
+    } while (!stranger.HasMet());
+    EXPECT_EQ(stranger.Stop(), neighbour::DONE);
     int iWhole = 0;
     for (const auto& Entry : std::filesystem::recursive_directory_iterator(server::Store(sBeside)))
-        if (Entry.is_regular_file() && Entry.file_size() != 0)
+        if (Entry.is_regular_file())
         {
             EXPECT_TRUE(Content(Entry.path()) == aObject) << Entry.path();
             ++iWhole;

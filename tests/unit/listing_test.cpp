@@ -88,6 +88,17 @@ TEST(Listing, CarriesAnUnfinishedLineIntoTheNextOne)
     EXPECT_THAT(Objects({"ZELT\n.\n..\n_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }
 
+TEST(Listing, IsEmptyWhereTheServerSaysSo)
+{
+    for (const char* sReply : {"550 No files found.\r\n", "550 no files\r\n", "550 Directory is empty\r\n"})
+        EXPECT_TRUE(MeansEmpty(sReply)) << sReply;
+    for (const char* sReply : {"", "550 Permission denied.\r\n", "550 No files found or no permission\r\n",
+                               "450 No files found\r\n", "550 /backups/empty: Operation not permitted\r\n",
+                               "500 NLST not understood\r\n", "550 emptied: No such file or directory\r\n",
+                               "550 No such file or directory\r\n"})
+        EXPECT_FALSE(MeansEmpty(sReply)) << sReply;
+}
+
 // A listing that fails leaves nothing of its own behind, and what was there before it.
 TEST(Listing, ThatFailsIsForgotten)
 {

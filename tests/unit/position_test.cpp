@@ -1,5 +1,6 @@
 // The tape as far as it goes without a server.
 #include "interface/Connection.h"
+#include "stream/Transfer.h"
 #include "tests/unit/OpenDevice.h"
 
 #include <gmock/gmock.h>
@@ -182,6 +183,23 @@ TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
     EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED); // twice, since the first was met within a request
     EXPECT_EQ(Read(), ZDV_END_OF_MEDIA);
     EXPECT_EQ(FC.m_dwLastError, 0u);
+}
+
+// A worker that ends before it comes to the pipe: the host does not wait for it there.
+TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
+{
+    ASSERT_TRUE(DoInitEx(FC));
+    Load(1, 1);
+    TransferDirection Lost = UPLOAD;
+    Lost.Worker = [](LPVOID pFC) -> DWORD {
+        static_cast<FtpContext*>(pFC)->m_pCurl = nullptr;
+        return UPLOAD.Worker(pFC);
+    };
+    EXPECT_EQ(StartTransfer(FC, Lost), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(FC.m_dwLastError, 87u);
+    EXPECT_EQ(FC.m_sLastError, L"bad argument");
+    ASSERT_TRUE(DoInitEx(FC));
+    EXPECT_EQ(StartTransfer(FC, UPLOAD), ZDV_SUCCESS); // what was left is cleaned up
 }
 
 TEST_F(Tape, HidesTheErrorFieldsWhileAWorkerRuns)
