@@ -3,6 +3,7 @@
 #include "common/FunctionTrace.h"
 #include "common/Text.h"
 #include "interface/LastError.h"
+#include "interface/zdv.h"
 
 #include <algorithm>
 
@@ -35,6 +36,10 @@ struct Option
     const wchar_t* sFailure; // the last error's text, or what names a traced option's code; null for none
     const wchar_t* sLabel;   // under which the code is traced; null for none
 };
+
+// What one read from the connection may bring. libssh2 asks an SFTP server for four times as much ahead, which
+// keeps a long line full.
+constexpr long DOWNLOAD_BUFFER = 1024 * 1024;
 
 template <CURLoption enOption, long lValue> CURLcode SetLong(CURL* pCurl, const FtpContext&)
 {
@@ -97,6 +102,11 @@ constexpr Option OPTIONS[] = {
      nullptr, L"DoInitEx : CURLOPT_TCP_KEEPIDLE"},
     {L"curl_easy_setopt(CURLOPT_TCP_KEEPINTVL, 60)", SetLong<CURLOPT_TCP_KEEPINTVL, 60>, OnFailure::Traced,
      nullptr, L"DoInitEx : CURLOPT_TCP_KEEPINTVL"},
+    {nullptr, SetLong<CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER>, OnFailure::Fatal, L"Failed to set Buffer Size",
+     nullptr},
+    // The read callback fills the whole buffer, and would lose the end of an object in a larger one.
+    {nullptr, SetLong<CURLOPT_UPLOAD_BUFFERSIZE, ZDV_BLOCK_SIZE>, OnFailure::Fatal,
+     L"Failed to set Upload Buffer Size", nullptr},
 };
 
 bool Apply(FtpContext& FC, const FunctionTrace& Trace, const Option& Step)
