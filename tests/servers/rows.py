@@ -22,6 +22,7 @@ class Row:
     tls: tuple[str, ...] = ("TLSv1.2", "TLSv1.3")
     host_keys: tuple[str, ...] = ("rsa", "ecdsa", "ed25519")
     other_port: int = 0
+    delay_ms: int = 0  # of the line to the server, one way
 
     @property
     def port(self):
@@ -50,6 +51,7 @@ ROWS = {
     "pureftpd-ftp": Row(PureFtpd, "ftp", chrooted=True),
     "pureftpd-ftpes": Row(PureFtpd, "ftpes"),
     "openssh-sftp": Row(OpenSsh, "sftp"),
+    "openssh-sftp-far": Row(OpenSsh, "sftp", delay_ms=25),
     "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",)),
     "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",)),
     "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",)),
