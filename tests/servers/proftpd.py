@@ -13,7 +13,9 @@ ModulePath /usr/lib/proftpd
 AuthOrder mod_auth_file.c
 AuthUserFile {ROOT}/proftpd.passwd
 RequireValidShell off
+<IfModule mod_delay.c>
 DelayEngine off
+</IfModule>
 WtmpLog off
 AllowOverwrite on
 """
