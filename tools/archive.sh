@@ -1,6 +1,6 @@
 # Debian's archive beside the machine's own packages: other releases and source packages. To be sourced after
 # machine.sh, with $work naming a scratch folder.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154
 
 readonly keyring=/usr/share/keyrings/debian-archive-keyring.gpg
 

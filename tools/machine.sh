@@ -1,5 +1,5 @@
 # What the scripts share: messages, root's rights, the cache folder and apt. To be sourced.
-# shellcheck shell=bash
+# shellcheck shell=bash disable=SC2154
 umask 022 # the test servers' users read what is unpacked here
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8
 
@@ -73,7 +73,8 @@ apt_failed() {
   fail "apt failed"
 }
 
-# Runs apt on the machine's own packages, as soon as no other program does.
+# Runs apt on the machine's own packages, as soon as no other program does. The logs go to $cache, the caller's
+# cache_folder.
 system_apt() {
   local log=$cache/apt-$1.log told="" deadline=$((SECONDS + apt_patience_s))
   until as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y "$@" >"$log" 2>&1 </dev/null; do
