@@ -25,6 +25,13 @@ logged() {
   }
 }
 
+# sudo asks for its password here, where nothing hides the question.
+ask_for_root() {
+  [ "$EUID" -ne 0 ] || return 0
+  command -v sudo >/dev/null || fail "this needs root: run it as root, or as a user with sudo"
+  sudo --non-interactive true 2>/dev/null || sudo --validate || fail "this needs root, and sudo refuses"
+}
+
 as_root() {
   if [ "$EUID" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
@@ -77,6 +84,7 @@ apt_failed() {
 # cache_folder.
 system_apt() {
   local log=$cache/apt-$1.log told="" deadline=$((SECONDS + apt_patience_s))
+  ask_for_root
   until as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y "$@" >"$log" 2>&1 </dev/null; do
     grep -qE 'Could not get lock|Unable to (lock|acquire)' "$log" || apt_failed "$log" "$cache/apt-update.log"
     [ "$SECONDS" -lt "$deadline" ] || fail "another program keeps apt busy, for $((apt_patience_s / 60)) minutes now"
