@@ -50,6 +50,8 @@ class ServerError(Exception):
 class Server:
     """A subclass writes its configuration and gives the command that stays in the foreground."""
 
+    rights = {}  # capabilities, and their bits, that it needs and containers lack
+
     def __init__(self, site):
         self.site = site
         self.row = site.row
