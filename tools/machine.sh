@@ -65,7 +65,7 @@ cache_folder() {
 lock() {
   exec 9>"$1"
   flock --nonblock 9 || {
-    say "waiting for another clone that is setting up"
+    say "waiting for another run, which holds $1"
     flock 9
   }
 }
