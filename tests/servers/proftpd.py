@@ -1,6 +1,10 @@
+from pathlib import Path
+
 from .server import Server
 from .site import ROOT
 
+MODULES = Path("/usr/lib/proftpd")
+BUILT_IN_BEFORE_DEBIAN_13 = ("mod_ls", "mod_xfer")
 BASE = f"""\
 ServerIdent on "ProFTPD"
 SocketBindTight on
@@ -9,11 +13,12 @@ User nobody
 Group nogroup
 PidFile {ROOT}/proftpd.pid
 ScoreboardFile {ROOT}/proftpd.scoreboard
-ModulePath /usr/lib/proftpd
 AuthOrder mod_auth_file.c
 AuthUserFile {ROOT}/proftpd.passwd
 RequireValidShell off
+<IfModule mod_delay.c>
 DelayEngine off
+</IfModule>
 WtmpLog off
 AllowOverwrite on
 """
@@ -24,8 +29,12 @@ class ProFtpd(Server):
         passwd, config = ROOT / "proftpd.passwd", ROOT / "proftpd.conf"
         passwd.touch(mode=0o600)
         passwd.write_text(self.site.passwd_line(self.site.password_hash) + "\n", encoding="utf-8")
-        config.write_text(BASE + "\n".join(self._directives()) + "\n")
+        config.write_text("\n".join([*self._modules(), BASE, *self._directives(), ""]))
         return ["proftpd", "--nodaemon", "--config", str(config)]
+
+    def _modules(self):
+        yield f"ModulePath {MODULES}"
+        yield from (f"LoadModule {name}.c" for name in BUILT_IN_BEFORE_DEBIAN_13 if (MODULES / f"{name}.so").exists())
 
     def _directives(self):
         row, site = self.row, self.site

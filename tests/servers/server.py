@@ -1,18 +1,46 @@
 """One way to start, watch, interrupt and end a server with all its children."""
 
+import ctypes
 import os
 import signal
 import socket
 import subprocess
 import time
+from pathlib import Path
 
 START_LIMIT_S = 20
 POLL_INTERVAL_S = 0.02
 
-# A namespace of process ids holds the children together, whatever sessions they open. The shell
-# in it adopts orphans: vsftpd crashes when it reaps a process that it did not start.
-IN_NAMESPACE = ["setpriv", "--pdeathsig", "KILL", "unshare", "--pid", "--fork", "--kill-child",
-                "sh", "-c", '"$@"; exit $?', "sh"]
+PR_SET_CHILD_SUBREAPER = 36
+
+# The shell adopts the server's orphans, so that all its processes can be found, whatever sessions they open, and
+# vsftpd crashes when it reaps a process that it did not start. Each dies with the one before it.
+UNDER_SHELL = ["setpriv", "--pdeathsig", "KILL", "sh", "-c", '"$@"; exit $?', "sh", "setpriv", "--pdeathsig", "KILL"]
+
+
+def adopt_orphans():
+    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+
+
+def processes():
+    """The live ones of this machine, each with its parent."""
+    parents = {}
+    for pid in filter(str.isdigit, os.listdir("/proc")):
+        try:
+            state, parent = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[:2]
+        except OSError:  # it ended meanwhile
+            continue
+        if state not in "ZX":
+            parents[int(pid)] = int(parent)
+    return parents
+
+
+def signal_each(pids, number):
+    for pid in pids:
+        try:
+            os.kill(pid, number)
+        except ProcessLookupError:
+            pass
 
 
 class ServerError(Exception):
@@ -22,30 +50,38 @@ class ServerError(Exception):
 class Server:
     """A subclass writes its configuration and gives the command that stays in the foreground."""
 
+    rights = {}  # capabilities, and their bits, that it needs and containers lack
+
     def __init__(self, site):
         self.site = site
         self.row = site.row
         self._process = None
-        self._namespace = None
+        self._running = False
 
     def command(self):
         raise NotImplementedError
 
     def start(self):
-        if self._namespace:
+        if self._running:
             raise ServerError("it is running")
+        if self._is_listening():
+            raise ServerError(f"port {self.row.port} is another program's")
         with open(self.site.logs / "output", "ab") as output:
             self._process = subprocess.Popen(
-                IN_NAMESPACE + self.command(), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
-                start_new_session=True)
+                UNDER_SHELL + self.command(), stdin=subprocess.DEVNULL, stdout=output, stderr=output,
+                start_new_session=True, preexec_fn=adopt_orphans)
+        self._running = True
         self._wait_until_live()
-        self._namespace = os.readlink(f"/proc/{self._process.pid}/ns/pid_for_children")
 
     def kill(self):
         """Ends all processes at once; when it returns they are gone."""
-        self._signal_all(signal.SIGKILL)
+        self._require_running()
+        self._process.send_signal(signal.SIGSTOP)  # the shell must not leave before the orphans
+        while pids := self._pids():
+            signal_each(pids, signal.SIGKILL)
+        self._process.kill()
         self._process.wait()
-        self._namespace = None
+        self._running = False
 
     def stop(self):
         self._signal_all(signal.SIGSTOP)
@@ -54,7 +90,7 @@ class Server:
         self._signal_all(signal.SIGCONT)
 
     def close(self):
-        if self._namespace:
+        if self._running:
             self.kill()
 
     def _wait_until_live(self):
@@ -75,24 +111,25 @@ class Server:
             if self.row.scheme != "ftps" and (greeting := connection.recv(3)) not in (b"220", b"SSH"):
                 raise ServerError(f"its greeting begins with {greeting!r}")
 
-    def _signal_all(self, number):
-        if not self._namespace:
+    def _is_listening(self):
+        with socket.socket(socket.AF_INET6 if ":" in self.row.address else socket.AF_INET) as probe:
+            return probe.connect_ex((self.row.address, self.row.port)) == 0
+
+    def _require_running(self):
+        if not self._running:
             raise ServerError("it is not running")
+
+    def _signal_all(self, number):
+        self._require_running()
         reached = set()
         while fresh := self._pids() - reached:  # a child may be born meanwhile
-            for pid in fresh:
-                try:
-                    os.kill(pid, number)
-                except ProcessLookupError:
-                    pass
+            signal_each(fresh, number)
             reached |= fresh
 
     def _pids(self):
-        pids = set()
-        for pid in filter(str.isdigit, os.listdir("/proc")):
-            try:
-                if os.readlink(f"/proc/{pid}/ns/pid") == self._namespace:
-                    pids.add(int(pid))
-            except OSError:  # it ended meanwhile
-                continue
-        return pids
+        """Of the server's processes, without the shell."""
+        parents = processes()
+        family = {self._process.pid}
+        while found := {pid for pid, parent in parents.items() if parent in family} - family:
+            family |= found
+        return family - {self._process.pid}

@@ -1,13 +1,15 @@
 """What a server needs around it in the sandbox: the login and its folder, certificate and keys."""
 
 import os
+import pwd
 import shutil
 import subprocess
 from pathlib import Path
 
 from .server import ServerError
 
-ROOT = Path("/run/zelt")  # on a tmpfs that exists in the sandbox only
+ROOT = Path("/run/zelt")
+CAN_MOUNT = os.environ.get("ZDV_SANDBOX") == "namespaces"
 PASSWORD = "Band & 7%41@:/?"
 SMALL_FOLDER_SIZE = 1 << 20
 
@@ -22,20 +24,27 @@ class Site:
         self.password_hash = _run("openssl", "passwd", "-6", PASSWORD).strip()
 
     def __enter__(self):
-        _mount_tmpfs(self.store.parent, "mode=755")
+        shutil.rmtree(self.store.parent, ignore_errors=True)  # of a run that was killed
+        self.store.parent.mkdir(exist_ok=True)
+        if CAN_MOUNT:
+            _mount_tmpfs(self.store.parent, "mode=755")
         self.store.mkdir()
         os.chown(self.store, self.uid, self.uid)
-        _mount_tmpfs(self.store / "small", f"mode=755,uid={self.uid},gid={self.uid},size={SMALL_FOLDER_SIZE}")
+        if CAN_MOUNT:
+            _mount_tmpfs(self.store / "small", f"mode=755,uid={self.uid},gid={self.uid},size={SMALL_FOLDER_SIZE}")
         (self.store / "readonly").mkdir()
         shutil.rmtree(self.logs, ignore_errors=True)
         self.logs.mkdir()
-        _add_account("sshd:x:2001:65534::/run/sshd:/usr/sbin/nologin", "*")  # else made by the package's install
+        if all(entry.pw_name != "sshd" for entry in pwd.getpwall()):  # else made by the package's install
+            _add_account("sshd:x:2001:65534::/run/sshd:/usr/sbin/nologin", "*")
         if self.row.user.isascii():
             _add_account(self.passwd_line("x"), self.password_hash)
         return self
 
     def __exit__(self, *_):
-        _run("umount", "--recursive", "--lazy", str(self.store.parent))
+        if CAN_MOUNT:
+            _run("umount", "--recursive", "--lazy", str(self.store.parent))
+        shutil.rmtree(self.store.parent)
 
     def passwd_line(self, password):
         return f"{self.row.user}:{password}:{self.uid}:{self.uid}::{self.store}:/bin/sh"
@@ -64,10 +73,9 @@ class Site:
 
 def _add_account(passwd_line, password_hash):
     name = passwd_line.split(":")[0]
-    passwd, shadow = Path("/etc/passwd"), Path("/etc/shadow")
-    if not any(line.startswith(f"{name}:") for line in passwd.read_text().splitlines()):
-        passwd.write_text(passwd.read_text() + passwd_line + "\n")
-        shadow.write_text(shadow.read_text() + f"{name}:{password_hash}:19000:0:99999:7:::\n")
+    for file, line in ("/etc/passwd", passwd_line), ("/etc/shadow", f"{name}:{password_hash}:19000:0:99999:7:::"):
+        kept = [old for old in Path(file).read_text().splitlines() if not old.startswith(f"{name}:")]
+        Path(file).write_text("\n".join([*kept, line, ""]))
 
 
 def _mount_tmpfs(folder, options):
