@@ -2,6 +2,7 @@
 
 from dataclasses import dataclass
 
+from .inetutils import Inetutils
 from .openssh import OpenSsh
 from .proftpd import ProFtpd
 from .pureftpd import PureFtpd
@@ -50,6 +51,7 @@ ROWS = {
     "vsftpd-ftps": Row(Vsftpd, "ftps", chrooted=True),
     "pureftpd-ftp": Row(PureFtpd, "ftp", chrooted=True),
     "pureftpd-ftpes": Row(PureFtpd, "ftpes"),
+    "inetutils-ftp": Row(Inetutils, "ftp"),
     "openssh-sftp": Row(OpenSsh, "sftp"),
     "openssh-sftp-far": Row(OpenSsh, "sftp", delay_ms=25),
     "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",)),
