@@ -50,6 +50,8 @@ void Restore::Run()
     }
     for (bool bMore = m_pTarget != nullptr; bMore;)
         Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(); });
+    if (!m_Patterns.empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
+        Report("anything", "no name in this backup matches");
 }
 
 void Restore::Report(const std::string& sWhat, const std::string& sProblem)
@@ -172,6 +174,7 @@ std::string Restore::Summary() const
 std::uint64_t ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns)
 {
     std::uint64_t uiProblems = 0;
+    bool bAny = Patterns.empty();
     for (const Area& From : FindAreas(Server, Tape))
     {
         if (!From.sProblem.empty())
@@ -180,6 +183,7 @@ std::uint64_t ShowList(Session& Server, const Volume& Tape, const std::vector<st
         From.Manifest.ForEach([&](const Entry& What) {
             if (!IsNamed(Patterns, What))
                 return;
+            bAny = true;
             const bool bSkipped = What.state == "skipped";
             std::string sLine = bSkipped ? "not saved" : VersionText(What.mtime / TICKS_PER_SECOND);
             const std::string sSize = bSkipped              ? ""
@@ -193,5 +197,7 @@ std::uint64_t ShowList(Session& Server, const Volume& Tape, const std::vector<st
             Out().WriteLine(sLine);
         });
     }
-    return uiProblems;
+    if (!bAny)
+        Err().WriteLine("No name in this backup matches.");
+    return uiProblems + !bAny;
 }

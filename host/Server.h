@@ -57,6 +57,8 @@ public:
             {
                 sProblem = Error.what();
             }
+            if (iTry == 1)
+                Err().WriteLine("The connection broke, trying again: " + sProblem + ".");
             Reconnect();
             if (iTry == MAX_TRIES)
                 throw TapeError(sProblem);

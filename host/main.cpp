@@ -50,7 +50,8 @@ ExitCode RunBackup(Session& Server, SourceTree Tree, const CommandLine& Given)
         throw CommandFailure(ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON.");
     if (Job.Problems() == 0)
         return ExitCode::Done;
-    Err().WriteLine("BUT: " + CountText(Job.Problems()) + " could not be saved as they are, see above.");
+    Err().WriteLine("BUT not everything was saved as it is, see above: " + std::to_string(Job.Problems()) +
+                    ".");
     return ExitCode::DoneWithProblems;
 }
 

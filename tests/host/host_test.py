@@ -168,8 +168,11 @@ class HostTest(unittest.TestCase):
         self.assertIn("Compared 3016 files", self.run_host(DONE, "verify"))
         self.assertIn("Restored 3016 files", self.restore())
         self.assertEqual(tree(self.target / "source"), saved)
-        self.restore("source\\MANY\\7\\", "blank ", "source/names/g*e/*.txt", "nothing")
+        self.restore("source\\MANY\\7\\", "blank ", "source/names/gR?ß*/*.TXT", "nothing")
         self.assertEqual(len(files_below(self.target)), 100 + 2)
+        for command in (["list"], ["restore", "--into", windows_path(self.target)]):
+            self.assertIn("o name in this backup matches", self.run_host(DATA_DIFFERS, *command, "nothing"))
+        self.restore()
 
         for data in sorted(self.version_folder().glob("*.*"), key=lambda path: path.suffix)[2::3]:
             subprocess.run(["tar", "--warning=no-unknown-keyword", "-xf", data], cwd=self.folder / "target", check=True)
@@ -436,7 +439,7 @@ class HostTest(unittest.TestCase):
     def test_a_file_that_changes_while_it_is_read(self):
         for state, change in (("damaged", lambda file: file.truncate(1)),
                               ("changed", lambda file: file.seek(0, os.SEEK_END) and file.write(b"more"))):
-            with self.subTest(state), open(self.write("file", bytes(256 * MIB)), "r+b") as file:
+            with self.subTest(state), open(self.write("file", bytes(48 * MIB)), "r+b") as file:
                 process = self.start("backup", windows_path(self.source))
                 self.wait_for_data(process, STORE / self.root, "*/*.003")
                 control("stop")  # what is buffered on the way is far less than the file
