@@ -24,6 +24,12 @@ class TapeError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+// The server lists an object and is there, but does not let it be read.
+class UnreadableObject : public TapeError
+{
+    using TapeError::TapeError;
+};
+
 // Ctrl+C was pressed.
 class Interrupted : public std::runtime_error
 {

@@ -82,24 +82,35 @@ void Restore::ReadListed(const Area& From)
 {
     ArchiveReader Archive(m_Server, From);
     bool bInPlace = false; // the archive stands before this entry
+    std::string sLost;     // why nothing further can be read
     From.Manifest.ForEach([&](const Entry& Line) {
         bInPlace = bInPlace && (IsWanted(Line) || Line.state == "skipped");
         if (!IsWanted(Line))
             return;
         m_Progress.Begin(Line.path);
         Attempt(Quoted(Line.path), [&] {
+            if (!sLost.empty())
+                throw TapeError(sLost);
             const std::uint64_t uiBefore = m_Progress.Bytes();
-            m_Server.Patiently([&] {
-                m_Progress.GoBack(uiBefore);
-                if (!std::exchange(bInPlace, false))
-                    Archive.Seek(Line.offset);
-                const std::optional<Entry> Found = Archive.Next();
-                if (!Found || !Found->SameThing(Line))
-                    throw TapeError("the archive does not hold it as its manifest says");
-                if (m_pTarget != nullptr && Line.state == "damaged")
-                    throw TapeError("when it was backed up, " + Line.problem);
-                ReadEntry(Archive, Line);
-            });
+            try
+            {
+                m_Server.Patiently([&] {
+                    m_Progress.GoBack(uiBefore);
+                    if (!std::exchange(bInPlace, false))
+                        Archive.Seek(Line.offset);
+                    const std::optional<Entry> Found = Archive.Next();
+                    if (!Found || !Found->SameThing(Line))
+                        throw TapeError("the archive does not hold it as its manifest says");
+                    if (m_pTarget != nullptr && Line.state == "damaged")
+                        throw TapeError("when it was backed up, " + Line.problem);
+                    ReadEntry(Archive, Line);
+                });
+            }
+            catch (const UnreadableObject& Error)
+            {
+                sLost = Error.what();
+                throw;
+            }
             bInPlace = true;
         });
     });

@@ -61,7 +61,7 @@ public:
                 Err().WriteLine("The connection broke, trying again: " + sProblem + ".");
             Reconnect();
             if (iTry == MAX_TRIES)
-                throw TapeError(sProblem);
+                throw UnreadableObject(sProblem);
         }
     }
 

@@ -164,11 +164,18 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
 
 bool ObjectExists(Session& Server, std::uint32_t uiObject)
 {
-    return Server.Patiently([&] {
-        Block Buffer(ZDV_BLOCK_SIZE);
-        Server.Drive().MoveBefore(uiObject);
-        return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
-    });
+    try
+    {
+        return Server.Patiently([&] {
+            Block Buffer(ZDV_BLOCK_SIZE);
+            Server.Drive().MoveBefore(uiObject);
+            return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
+        });
+    }
+    catch (const UnreadableObject&) // what a broken upload leaves may be such: over SFTP an empty file
+    {
+        return true;
+    }
 }
 
 Volume LookAt(Session& Server)

@@ -176,8 +176,9 @@ class HostTest(unittest.TestCase):
 
         for data in sorted(self.version_folder().glob("*.*"), key=lambda path: path.suffix)[2::3]:
             subprocess.run(["tar", "--warning=no-unknown-keyword", "-xf", data], cwd=self.folder / "target", check=True)
-        self.assertEqual({name: facts[:2] for name, facts in tree(self.target / "source").items()},
-                         {name: facts[:2] for name, facts in saved.items()})
+        files = [{name: facts[:2] for name, facts in found.items() if facts[0] is not False}
+                 for found in (tree(self.target / "source"), saved)]
+        self.assertEqual(*files)
 
     def test_a_file_of_more_than_4_gib(self):
         with open(self.write("large"), "r+b") as file:
