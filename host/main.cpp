@@ -89,7 +89,6 @@ std::wstring PasswordFromFile(const std::string& sFile)
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
     if (sLine.starts_with(BYTE_ORDER_MARK))
         sLine.erase(0, BYTE_ORDER_MARK.size());
-    sLine.erase(sLine.find_last_not_of('\r') + 1);
     return FromUtf8(sLine);
 }
 
