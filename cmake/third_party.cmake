@@ -10,9 +10,20 @@ if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_options(gtest PUBLIC -include ${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h)
 endif()
 
-# A folder that holds the headers of CLI11 and none of the build machine's own.
-set(cli11_include ${PROJECT_BINARY_DIR}/cli11)
-file(MAKE_DIRECTORY ${cli11_include})
-file(CREATE_LINK /usr/include/CLI ${cli11_include}/CLI SYMBOLIC)
-add_library(CLI11::CLI11 INTERFACE IMPORTED)
-target_include_directories(CLI11::CLI11 INTERFACE ${cli11_include})
+# A folder that holds these headers and none of the build machine's own.
+set(debian_include ${PROJECT_BINARY_DIR}/debian)
+file(MAKE_DIRECTORY ${debian_include})
+foreach(headers CLI nlohmann)
+    file(CREATE_LINK /usr/include/${headers} ${debian_include}/${headers} SYMBOLIC)
+endforeach()
+add_library(debian_headers INTERFACE IMPORTED)
+target_include_directories(debian_headers INTERFACE ${debian_include})
+
+# CMake's own search finds no static libarchive without the libraries it does not use here.
+find_path(libarchive_include archive.h REQUIRED)
+find_library(libarchive_library archive REQUIRED)
+add_library(libarchive STATIC IMPORTED)
+set_target_properties(libarchive PROPERTIES IMPORTED_LOCATION ${libarchive_library})
+target_include_directories(libarchive INTERFACE ${libarchive_include})
+target_compile_definitions(libarchive INTERFACE LIBARCHIVE_STATIC)
+target_link_libraries(libarchive INTERFACE bcrypt)

@@ -1,36 +1,63 @@
+// One new version on the server.
 #pragma once
 
-#include "host/Device.h"
+#include "host/Archive.h"
 #include "host/Progress.h"
-#include "host/SourceFiles.h"
-#include "host/TapeFormat.h"
-#include "host/TapeWriter.h"
+#include "host/Source.h"
 
-// One new version on the server: written, and read back when that is wanted.
+#include <set>
+
+// What a manifest tells of the backup so far.
+struct Totals
+{
+    std::uint64_t files = 0;
+    std::uint64_t folders = 0;
+    std::uint64_t links = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t problems = 0; // entries that were not saved as they are
+};
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Totals, files, folders, links, bytes, problems)
+
 class Backup
 {
 public:
-    Backup(Device& Drive, std::vector<SourceFile>& Sources);
+    Backup(Session& Server, const std::vector<std::string>& Paths, SourceTree Tree, std::uint64_t uiAreaSize);
 
-    std::string Contents() const; // "3 files, 1.5 MiB"
+    void Write(); // throws when the version is not complete; not when the user stopped it
 
-    void Write();
-    std::time_t Version() const { return m_tVersion; } // of what was written
-
-    void Verify(); // against what was handed over, and against the trailers
+    std::string Expected() const { return CountText(m_Expected.files) + ", " + SizeText(m_Expected.bytes); }
+    std::time_t Version() const { return m_tVersion; }
+    bool Stopped() const { return m_bStopped; }
+    std::uint64_t Problems() const { return m_Totals.problems; }
+    std::string Summary() const;
+    std::string Unsaved() const; // what is never saved, as far as it was met
 
 private:
-    struct WrittenFile
-    {
-        AreaHeader Header;
-        Sha256Digest Digest;
-    };
+    void WriteObject(const std::string& sLines);
+    void WriteArea();
+    void WriteEntry(SourceEntry& Source);
+    void WriteData(HANDLE hFile, const SourceEntry& Source, Entry& What);
+    void Count(const SourceEntry& Source);
+    void CloseBrokenArea();
+    std::string Manifest(const char* pState) const;
 
-    void WriteFile(TapeWriter& Tape, SourceFile& Source, Progress& Shown);
+    Session& m_Server;
+    std::vector<std::string> m_Paths;
+    std::uint64_t m_uiAreaSize;
+    SourceTree m_Tree;
+    std::optional<SourceEntry> m_Next;
+    Totals m_Expected;
+    Totals m_Totals;
+    Progress m_Progress;
 
-    Device& m_Device;
-    std::vector<SourceFile>& m_Sources;
-    VolumeHeader m_Volume{};
+    std::string m_sId;
     std::time_t m_tVersion = 0;
-    std::vector<WrittenFile> m_Written;
+    std::uint32_t m_uiObject = VOLUME_HEADER; // the one to be written next
+    std::set<std::uint32_t> m_Abandoned;
+    std::unique_ptr<ArchiveWriter> m_Archive;
+    std::string m_sManifest; // the entries of this area
+    Block m_Piece;
+    bool m_bStopped = false;
+    std::uint64_t m_uiEncrypted = 0;
+    std::uint64_t m_uiWithStreams = 0;
 };

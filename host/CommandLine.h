@@ -1,29 +1,30 @@
 #pragma once
 
-#include "host/ExitCode.h"
 #include "host/Server.h"
-
-#include <optional>
 
 enum class Command
 {
-    Info,
     Check,
     Versions,
     Backup,
+    List,
+    Verify,
     Restore
 };
 
 struct CommandLine
 {
-    Command enCommand = Command::Info;
-    std::string sModule; // empty: the one beside this program
+    Command enCommand = Command::Check;
+    std::string sPasswordFile;
     Server Target;
-    std::vector<std::string> Files;
+    std::vector<std::string> Paths; // to back up; or patterns of what is wanted
+    std::vector<std::string> Excluded;
+    std::uint64_t uiAreaSize = 2048; // MiB
     bool bVerify = false;
-    std::string sFolder = ".";
+    bool bWrite = false;
+    std::string sFolder;
     bool bReplace = false;
-    std::optional<std::time_t> tAt; // the newest version not later than this
+    std::optional<std::time_t> tAt;
 };
 
 // Throws a CommandFailure for a command line that is wrong; nothing when help was asked for and given.

@@ -2,27 +2,27 @@
 
 #include "host/Utf8.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 
 namespace {
 
 constexpr std::size_t DEFAULT_WIDTH = 80;
+constexpr wchar_t FIRST_WIDE = 0x1100;
 
-class EchoOff
+std::atomic<bool> g_bInterrupted = false;
+
+BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
 {
-public:
-    explicit EchoOff(HANDLE hInput, DWORD dwMode) : m_hInput(hInput), m_dwMode(dwMode)
-    {
-        SetConsoleMode(m_hInput, m_dwMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    }
-    EchoOff(const EchoOff&) = delete;
-    EchoOff& operator=(const EchoOff&) = delete;
-    ~EchoOff() { SetConsoleMode(m_hInput, m_dwMode); }
+    return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
+}
 
-private:
-    HANDLE m_hInput;
-    DWORD m_dwMode;
-};
+bool IsUnprintable(wchar_t c)
+{
+    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x200E || c == 0x200F ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+}
 
 } // namespace
 
@@ -52,7 +52,26 @@ void TextStream::Write(std::string_view sText) const
     WriteConsoleW(m_hStream, sWide.data(), static_cast<DWORD>(sWide.size()), &dwWritten, nullptr);
 }
 
-void TextStream::WriteLine(std::string_view sText) const { Write(std::string(sText) + "\n"); }
+void TextStream::WriteLine(std::string_view sText) const
+{
+    Err().ShowStatus("");
+    Write(std::string(sText) + "\n");
+}
+
+void TextStream::ShowStatus(std::string_view sText) const
+{
+    static std::size_t uiShown = 0; // columns; all streams are one console
+    if (!m_bConsole)
+        return;
+    if (uiShown != 0)
+        Write("\r" + std::string(uiShown, ' ') + "\r");
+    uiShown = sText.empty() ? 0 : Width() - 1; // a full line would make the console scroll
+    std::wstring sLine = FromUtf8(sText);
+    std::size_t uiColumns = 0; // East Asian characters take two
+    const auto IsBeyond = [&](wchar_t c) { return (uiColumns += c < FIRST_WIDE ? 1 : 2) > uiShown; };
+    sLine.erase(std::ranges::find_if(sLine, IsBeyond), sLine.end());
+    Write(ToUtf8(sLine));
+}
 
 const TextStream& Out()
 {
@@ -66,6 +85,33 @@ const TextStream& Err()
     return Stream;
 }
 
+std::string Printable(std::string_view sText)
+{
+    std::wstring sWide = FromUtf8(sText);
+    std::ranges::replace_if(sWide, IsUnprintable, L'?');
+    return ToUtf8(sWide);
+}
+
+std::string Quoted(std::string_view sName) { return "\"" + Printable(sName) + "\""; }
+
+void CatchInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, TRUE); }
+
+void CheckInterrupt()
+{
+    if (g_bInterrupted)
+        throw Interrupted();
+}
+
+void Pause(int iSeconds)
+{
+    constexpr int STEPS_PER_SECOND = 10;
+    for (int iStep = 0; iStep < iSeconds * STEPS_PER_SECOND; ++iStep)
+    {
+        CheckInterrupt();
+        Sleep(1000 / STEPS_PER_SECOND);
+    }
+}
+
 std::optional<std::wstring> AskPassword(std::string_view sPrompt)
 {
     const HANDLE hInput = GetStdHandle(STD_INPUT_HANDLE);
@@ -75,13 +121,12 @@ std::optional<std::wstring> AskPassword(std::string_view sPrompt)
     Err().Write(sPrompt);
     std::array<wchar_t, 512> aLine{};
     DWORD dwLength = 0;
-    {
-        const EchoOff Quiet(hInput, dwMode);
-        if (!ReadConsoleW(hInput, aLine.data(), static_cast<DWORD>(aLine.size()), &dwLength, nullptr))
-            return std::nullopt;
-    }
+    SetConsoleMode(hInput, dwMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
+    const bool bRead = ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr) != 0;
+    SetConsoleMode(hInput, dwMode);
     Err().WriteLine("");
+    CheckInterrupt();
     std::wstring sLine(aLine.data(), dwLength);
     sLine.erase(sLine.find_last_not_of(L"\r\n") + 1);
-    return sLine;
+    return bRead ? std::optional(sLine) : std::nullopt;
 }

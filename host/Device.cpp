@@ -3,7 +3,9 @@
 #include "host/Utf8.h"
 #include "host/VersionTime.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -12,23 +14,9 @@ namespace {
 
 std::string StatusText(ZDV_STATUS uiStatus)
 {
-    struct Meaning
-    {
-        ZDV_STATUS uiStatus;
-        const char* pText;
-    };
-    static constexpr Meaning MEANINGS[] = {
-        {ZDV_INVALID_HANDLE, "the handle is not valid"},
-        {ZDV_FUNCTION_NOT_SUPPORTED, "the module does not support this"},
-        {ZDV_INTERNAL_ERROR, "the position does not follow the recorded objects"},
-        {ZDV_DEVICE_ERROR, "the module gives no reason"},
-        {ZDV_OPEN_FAILED, "the device could not be created"},
-        {ZDV_WRITE_PROTECTED, "writing is not allowed here"},
-    };
-    for (const Meaning& Known : MEANINGS)
-        if (Known.uiStatus == uiStatus)
-            return Known.pText;
-    return "status " + std::to_string(uiStatus);
+    std::array<char, 40> aText{};
+    std::snprintf(aText.data(), aText.size(), "the module answers 0x%08X", uiStatus);
+    return aText.data();
 }
 
 struct FreeNodes
@@ -54,25 +42,21 @@ Device::~Device() { m_Module.Close(m_Handle); }
 std::uint32_t Device::LastErrorCode() const
 {
     std::uint32_t uiCode = 0;
-    return m_Module.GetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode) == ZDV_SUCCESS ? uiCode : 0;
-}
-
-std::string Device::LastErrorText() const
-{
-    constexpr std::string_view PREFIX = "ERROR: ";
-    std::array<wchar_t, 1024> aText{};
-    if (m_Module.GetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(),
-                          static_cast<std::uint32_t>(aText.size())) != ZDV_SUCCESS)
-        return {};
-    const std::string sText = ToUtf8(aText.data());
-    return sText.starts_with(PREFIX) ? sText.substr(PREFIX.size()) : sText;
+    m_Module.GetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode);
+    return uiCode;
 }
 
 void Device::Fail(ZDV_STATUS uiStatus, const char* pAction) const
 {
+    constexpr std::string_view PREFIX = "ERROR: ";
+    std::array<wchar_t, 1024> aText{};
+    m_Module.GetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(), aText.size());
+    std::string sReason = ToUtf8(aText.data());
+    if (sReason.starts_with(PREFIX))
+        sReason.erase(0, PREFIX.size());
+    if (sReason.empty())
+        sReason = StatusText(uiStatus);
     const std::uint32_t uiCode = LastErrorCode();
-    const std::string sText = LastErrorText();
-    std::string sReason = sText.empty() ? StatusText(uiStatus) : sText;
     if (uiCode != 0)
         sReason += " (code " + std::to_string(uiCode) + ")";
     throw DeviceError(std::string(pAction) + ": " + sReason, uiCode);
@@ -114,28 +98,54 @@ std::vector<std::time_t> Device::Versions() const
     return Dates;
 }
 
-void Device::ChooseVersion(std::time_t tVersion)
+void Device::ChooseVersion(std::optional<std::time_t> tVersion)
 {
-    const std::wstring sTime = StandardTimeText(tVersion);
+    const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
     Check(m_Module.SetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(),
                             static_cast<std::uint32_t>(sTime.size())),
           "choosing a version");
 }
 
-void Device::Rewind() { Check(m_Module.Position(m_Handle, ZDV_SP_BOM, 0), "rewinding"); }
-
-void Device::AskServerAgain()
+void Device::Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction)
 {
-    Check(m_Module.Position(m_Handle, ZDV_SP_RET, 0), "asking the server again");
+    m_bBegun = false;
+    Check(m_Module.Position(m_Handle, uiMode, iCount), pAction);
 }
 
-// Spacing over no filemarks keeps the object number. It also drops a filemark that the module would report
-// once more after a read that met the object's end.
-void Device::LeaveObject() { Check(m_Module.Position(m_Handle, ZDV_SP_FFM, 0), "leaving an object"); }
-
-void Device::Skip(std::uint32_t n)
+void Device::BeginVersion()
 {
-    Check(m_Module.Position(m_Handle, ZDV_SP_FFM, static_cast<std::int32_t>(n)), "skipping objects");
+    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_E, 0), "beginning a version");
+    m_uiObject = 0;
+    m_bBegun = false;
+}
+
+// Spacing over no filemarks ends the object and stands behind it. It also drops a filemark that the module
+// would report once more. Spacing back stands before a filemark: one forward again is behind it.
+void Device::MoveBefore(std::uint32_t uiObject)
+{
+    if (!m_uiObject)
+        Position(ZDV_SP_BOM, 0, "rewinding");
+    const auto iDistance = static_cast<std::int32_t>(uiObject - 1 - m_uiObject.value_or(0));
+    m_uiObject.reset();
+    Position(ZDV_SP_FFM, 0, "leaving an object");
+    if (iDistance < 0)
+        Position(ZDV_SP_FFM, iDistance - 1, "spacing back");
+    if (iDistance != 0)
+        Position(ZDV_SP_FFM, std::max(iDistance, 1), "spacing forward");
+    m_uiObject = uiObject - 1;
+}
+
+void Device::MoveBeforeLast()
+{
+    MoveToEnd();
+    Position(ZDV_SP_FFM, -2, "spacing back");
+    Position(ZDV_SP_FFM, 1, "spacing forward");
+}
+
+void Device::MoveToEnd()
+{
+    m_uiObject.reset();
+    Position(ZDV_SP_EORM, 0, "moving to the end of the backup");
 }
 
 void Device::Write(std::span<const std::byte> Blocks)
@@ -154,17 +164,15 @@ ReadResult Device::Read(std::span<std::byte> Blocks)
 {
     const ZDV_STATUS uiStatus =
         m_Module.ReadData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data());
-    switch (uiStatus)
+    if (uiStatus == ZDV_END_OF_MEDIA || uiStatus == ZDV_BLANK_CHECK)
+        return ReadResult::EndOfMedia;
+    if (!std::exchange(m_bBegun, true) && m_uiObject)
+        ++*m_uiObject;
+    if (uiStatus == ZDV_FILEMARK_REACHED)
     {
-    case ZDV_SUCCESS:
-        return ReadResult::Filled;
-    case ZDV_FILEMARK_REACHED:
         CheckTransfer("downloading");
         return ReadResult::Filemark;
-    case ZDV_END_OF_MEDIA:
-    case ZDV_BLANK_CHECK:
-        return ReadResult::EndOfMedia;
-    default:
-        Fail(uiStatus, "downloading");
     }
+    Check(uiStatus, "downloading");
+    return ReadResult::Filled;
 }

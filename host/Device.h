@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -25,6 +26,8 @@ public:
 private:
     std::uint32_t m_uiCode;
 };
+
+using Block = std::vector<std::byte>;
 
 enum class ReadResult
 {
@@ -47,25 +50,28 @@ public:
     // The dates of the versions, oldest first; a version written through this device comes last.
     std::vector<std::time_t> Versions() const;
 
-    // The next rewind loads the newest version not later than this.
-    void ChooseVersion(std::time_t tVersion);
+    // Making ready loads the newest version not later than this; without one, none.
+    void ChooseVersion(std::optional<std::time_t> tVersion);
 
-    void Rewind();              // to the beginning of the medium; the next write starts a new version
-    void AskServerAgain();      // ends the object, loads the version again and stays behind the object
-    void LeaveObject();         // ends the object and stands behind it, whatever was read of it
-    void Skip(std::uint32_t n); // over so many objects, from behind an object
+    // Positions. An object that is left is ended, however much of it was read.
+    void BeginVersion();                     // the next write starts a new version
+    void MoveBefore(std::uint32_t uiObject); // the next read starts this object
+    void MoveBeforeLast();                   // the next read starts the last object
+    void MoveToEnd();                        // the next write appends an object
 
     void Write(std::span<const std::byte> Blocks);
     void WriteFilemark(); // ends the object: its upload is complete, or this throws
     ReadResult Read(std::span<std::byte> Blocks);
 
 private:
+    void Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction);
     void Check(ZDV_STATUS uiStatus, const char* pAction) const;
     void CheckTransfer(const char* pAction) const;
     [[noreturn]] void Fail(ZDV_STATUS uiStatus, const char* pAction) const;
     std::uint32_t LastErrorCode() const;
-    std::string LastErrorText() const;
 
     const Module& m_Module;
     ZDV_HANDLE m_Handle = 0;
+    std::optional<std::uint32_t> m_uiObject = 0; // the one that was begun last, if known
+    bool m_bBegun = false;                       // nothing was positioned since
 };

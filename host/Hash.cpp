@@ -1,5 +1,7 @@
 #include "host/Hash.h"
 
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <windows.h>
 
@@ -7,10 +9,10 @@
 
 namespace {
 
-void Check(NTSTATUS lStatus, const char* pAction)
+void Check(NTSTATUS lStatus)
 {
     if (lStatus < 0)
-        throw std::runtime_error(std::string(pAction) + " failed");
+        throw std::runtime_error("the system's cryptography failed");
 }
 
 // Open for as long as the process runs.
@@ -18,17 +20,19 @@ BCRYPT_ALG_HANDLE Sha256Provider()
 {
     static const BCRYPT_ALG_HANDLE hProvider = [] {
         BCRYPT_ALG_HANDLE hOpened = nullptr;
-        Check(BCryptOpenAlgorithmProvider(&hOpened, BCRYPT_SHA256_ALGORITHM, nullptr, 0),
-              "BCryptOpenAlgorithmProvider(SHA256)");
+        Check(BCryptOpenAlgorithmProvider(&hOpened, BCRYPT_SHA256_ALGORITHM, nullptr, 0));
         return hOpened;
     }();
     return hProvider;
 }
 
-// CNG takes its input through pointers that are not const, and leaves it alone.
-PUCHAR Bytes(std::span<const std::byte> Data)
+std::string Hexadecimal(std::span<const UCHAR> Data)
 {
-    return const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data()));
+    std::string sText;
+    for (const UCHAR c : Data)
+        for (const int iDigit : {c >> 4, c & 15})
+            sText += "0123456789abcdef"[iDigit];
+    return sText;
 }
 
 } // namespace
@@ -38,33 +42,30 @@ void Sha256::DestroyHash::operator()(void* hHash) const { BCryptDestroyHash(hHas
 Sha256::Sha256()
 {
     BCRYPT_HASH_HANDLE hHash = nullptr;
-    Check(BCryptCreateHash(Sha256Provider(), &hHash, nullptr, 0, nullptr, 0, 0), "BCryptCreateHash");
+    Check(BCryptCreateHash(Sha256Provider(), &hHash, nullptr, 0, nullptr, 0, 0));
     m_hHash.reset(hHash);
 }
 
 void Sha256::Add(std::span<const std::byte> Data)
 {
-    Check(BCryptHashData(m_hHash.get(), Bytes(Data), static_cast<ULONG>(Data.size()), 0), "BCryptHashData");
+    constexpr std::size_t PIECE = std::size_t{1} << 30; // a length has 32 bits
+    for (; !Data.empty(); Data = Data.subspan(std::min(Data.size(), PIECE)))
+    {
+        auto* const pData = const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data())); // not written to
+        Check(BCryptHashData(m_hHash.get(), pData, static_cast<ULONG>(std::min(Data.size(), PIECE)), 0));
+    }
 }
 
-Sha256Digest Sha256::Finish()
+std::string Sha256::Finish()
 {
-    Sha256Digest Digest{};
-    Check(BCryptFinishHash(m_hHash.get(), Bytes(Digest), static_cast<ULONG>(Digest.size()), 0),
-          "BCryptFinishHash");
-    return Digest;
+    std::array<UCHAR, 32> aDigest{};
+    Check(BCryptFinishHash(m_hHash.get(), aDigest.data(), aDigest.size(), 0));
+    return Hexadecimal(aDigest);
 }
 
-Sha256Digest Sha256Of(std::span<const std::byte> Data)
+std::string RandomId()
 {
-    Sha256 Hash;
-    Hash.Add(Data);
-    return Hash.Finish();
-}
-
-void FillWithRandom(std::span<std::byte> Data)
-{
-    Check(BCryptGenRandom(nullptr, Bytes(Data), static_cast<ULONG>(Data.size()),
-                          BCRYPT_USE_SYSTEM_PREFERRED_RNG),
-          "BCryptGenRandom");
+    std::array<UCHAR, 16> aId{};
+    Check(BCryptGenRandom(nullptr, aId.data(), aId.size(), BCRYPT_USE_SYSTEM_PREFERRED_RNG));
+    return Hexadecimal(aId);
 }

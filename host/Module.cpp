@@ -2,14 +2,13 @@
 
 #include "host/LocalFile.h"
 
-#include <filesystem>
-
 namespace {
 
-constexpr const wchar_t* FILE_NAME = L"ZDV_FTP.DLL";
-
-HMODULE Load(const std::wstring& sPath)
+HMODULE Load()
 {
+    std::wstring sPath(MAX_LONG_PATH, L'\0');
+    sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
+    sPath.replace(sPath.find_last_of(L'\\') + 1, sPath.npos, L"ZDV_FTP.DLL");
     const HMODULE hLibrary = LoadLibraryW(sPath.c_str());
     if (hLibrary == nullptr)
         throw FileError(sPath, "cannot be loaded", GetLastError());
@@ -18,7 +17,7 @@ HMODULE Load(const std::wstring& sPath)
 
 } // namespace
 
-Module::Module(const std::wstring& sPath) : m_hLibrary(Load(std::filesystem::absolute(sPath).wstring())) {}
+Module::Module() : m_hLibrary(Load()) {}
 
 Module::Address Module::Export(const char* pSymbol) const
 {
@@ -26,11 +25,4 @@ Module::Address Module::Export(const char* pSymbol) const
     if (pFunction == nullptr)
         throw std::runtime_error(std::string("the module does not export ") + pSymbol);
     return {pFunction};
-}
-
-std::wstring DefaultModulePath()
-{
-    std::wstring sPath(MAX_LONG_PATH, L'\0');
-    sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
-    return sPath.substr(0, sPath.find_last_of(L'\\') + 1) + FILE_NAME;
 }

@@ -4,13 +4,12 @@
 #include "interface/zdv.h"
 
 #include <memory>
-#include <string>
 #include <windows.h>
 
 class Module
 {
 public:
-    explicit Module(const std::wstring& sPath);
+    Module(); // the file beside this program
 
 private:
     struct Unload
@@ -33,7 +32,6 @@ private:
     std::unique_ptr<std::remove_pointer_t<HMODULE>, Unload> m_hLibrary;
 
 public:
-    decltype(&ZDV_GetModulePropertyW) GetModulePropertyW = Export("ZDV_GetModulePropertyW");
     decltype(&ZDV_Open) Open = Export("ZDV_O");
     decltype(&ZDV_Close) Close = Export("ZDV_C");
     decltype(&ZDV_Utility) Utility = Export("ZDV_U");
@@ -47,6 +45,3 @@ public:
     decltype(&ZDV_MediaAccess) MediaAccess = Export("ZDV_MA");
     decltype(&ZDV_Position) Position = Export("ZDV_P");
 };
-
-// The file that is loaded when the user names none: the one beside this program.
-std::wstring DefaultModulePath();

@@ -1,7 +1,6 @@
 #include "host/Progress.h"
 
 #include "host/Console.h"
-#include "host/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -11,19 +10,8 @@
 namespace {
 
 constexpr std::uint64_t REDRAW_INTERVAL_MS = 250;
+constexpr std::uint64_t LINE_INTERVAL_MS = 60'000;
 constexpr std::uint64_t MS_PER_SECOND = 1000;
-
-// The part of the text that fits into so many columns; East Asian characters take two.
-std::wstring Fitting(const std::wstring& sText, std::size_t uiColumns)
-{
-    constexpr wchar_t FIRST_WIDE = 0x1100;
-    std::size_t uiUsed = 0;
-    const auto Last = std::find_if(sText.begin(), sText.end(), [&](wchar_t c) {
-        uiUsed += c >= FIRST_WIDE ? 2 : 1;
-        return uiUsed > uiColumns;
-    });
-    return {sText.begin(), Last};
-}
 
 std::string TwoDigits(std::uint64_t uiNumber)
 {
@@ -61,46 +49,38 @@ std::string DurationText(std::uint64_t uiSeconds)
     return std::to_string(uiMinutes / 60) + ":" + TwoDigits(uiMinutes % 60) + sSeconds;
 }
 
-Progress::Progress(std::uint64_t uiTotalBytes)
-    : m_uiTotal(uiTotalBytes), m_uiStart(GetTickCount64()), m_uiDrawn(m_uiStart)
-{
-}
+Progress::Progress() : m_uiStart(GetTickCount64()), m_uiShown(m_uiStart) {}
+
+Progress::~Progress() { Err().ShowStatus(""); }
 
 void Progress::Advance(std::uint64_t uiBytes)
 {
     m_uiDone += uiBytes;
     const std::uint64_t uiNow = GetTickCount64();
-    if (!Err().IsConsole() || uiNow - m_uiDrawn < REDRAW_INTERVAL_MS)
+    if (uiNow - m_uiShown < (Err().IsConsole() ? REDRAW_INTERVAL_MS : LINE_INTERVAL_MS))
         return;
-    m_uiDrawn = uiNow;
-    Draw();
+    m_uiShown = uiNow;
+    if (Err().IsConsole())
+        Err().ShowStatus(Line());
+    else
+        Err().WriteLine(Line());
+}
+
+std::uint64_t Progress::Rate() const
+{
+    return m_uiDone * MS_PER_SECOND / std::max<std::uint64_t>(GetTickCount64() - m_uiStart, 1);
+}
+
+std::string Progress::Summary() const
+{
+    return SizeText(m_uiDone) + " in " + DurationText((GetTickCount64() - m_uiStart) / MS_PER_SECOND) + ", " +
+           SizeText(Rate()) + "/s";
 }
 
 std::string Progress::Line() const
 {
-    const std::uint64_t uiElapsed = std::max<std::uint64_t>(GetTickCount64() - m_uiStart, 1);
-    const double dRate = static_cast<double>(m_uiDone) * MS_PER_SECOND / static_cast<double>(uiElapsed);
-    std::string sLine = SizeText(m_uiDone) + " of " + SizeText(m_uiTotal) + ", " +
-                        SizeText(static_cast<std::uint64_t>(dRate)) + "/s";
-    if (dRate > 0 && m_uiDone <= m_uiTotal)
-        sLine += ", " +
-                 DurationText(static_cast<std::uint64_t>(static_cast<double>(m_uiTotal - m_uiDone) / dRate)) +
-                 " left";
-    return sLine + "  " + m_sFile;
-}
-
-void Progress::Draw()
-{
-    const std::size_t uiWidth = Err().Width() - 1; // a full line would make the console scroll
-    const std::string sLine = ToUtf8(Fitting(FromUtf8(Line()), uiWidth));
-    Hide();
-    Err().Write(sLine);
-    m_uiLineWidth = uiWidth;
-}
-
-void Progress::Hide()
-{
-    if (m_uiLineWidth != 0)
-        Err().Write("\r" + std::string(m_uiLineWidth, ' ') + "\r");
-    m_uiLineWidth = 0;
+    std::string sLine = SizeText(m_uiDone) + " of " + SizeText(m_uiTotal) + ", " + SizeText(Rate()) + "/s";
+    if (Rate() > 0 && m_uiDone <= m_uiTotal)
+        sLine += ", " + DurationText((m_uiTotal - m_uiDone) / Rate()) + " left";
+    return sLine + "  " + Printable(m_sFile);
 }

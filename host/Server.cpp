@@ -49,32 +49,74 @@ std::string HintFor(std::uint32_t uiCode)
     return {};
 }
 
-std::string Quoted(const std::string& sText) { return "\"" + sText + "\""; }
-
 } // namespace
+
+std::string WithoutPassword(const std::string& sAddress)
+{
+    const std::size_t uiScheme = sAddress.find("://");
+    const std::size_t uiStart = uiScheme == std::string::npos ? 0 : uiScheme + 3;
+    const std::size_t uiAt = sAddress.rfind('@');
+    if (uiAt == std::string::npos || uiAt < uiStart)
+        return sAddress;
+    return sAddress.substr(0, uiStart) + "***" + sAddress.substr(uiAt);
+}
 
 std::string Describe(const Server& Target)
 {
     const bool bBareIpv6 = Target.sName.find(':') != std::string::npos && !Target.sName.starts_with('[');
-    return std::string(SchemeOf(Target.uiPort)) + "://" +
-           (bBareIpv6 ? "[" + Target.sName + "]" : Target.sName) + ":" + std::to_string(Target.uiPort) +
-           ", root " + Quoted(Target.sRoot) + ", user " + Quoted(Target.sUser);
+    const std::string sName = WithoutPassword(Target.sName);
+    return std::string(SchemeOf(Target.uiPort)) + "://" + (bBareIpv6 ? "[" + sName + "]" : sName) + ":" +
+           std::to_string(Target.uiPort) + ", root " + Quoted(WithoutPassword(Target.sRoot)) + ", user " +
+           Quoted(Target.sUser);
 }
 
-void Connect(Device& Drive, const Server& Target)
+void Session::Open(std::optional<std::time_t> tVersion)
 {
-    Drive.SetOption(ZDV_FTP_SERVERNAME, FromUtf8(Target.sName));
-    Drive.SetOption(ZDV_FTP_PORT, std::to_wstring(Target.uiPort));
-    Drive.SetOption(ZDV_FTP_ROOT, FromUtf8(Target.sRoot));
-    Drive.SetOption(ZDV_FTP_USERNAME, FromUtf8(Target.sUser));
-    Drive.SetOption(ZDV_FTP_PASSWORD, Target.sPassword);
+    m_tVersion = tVersion;
+    m_Device.reset();
+    m_Module.reset(); // unloaded before it is loaded again
+    m_Module = std::make_unique<Module>();
+    m_Device = std::make_unique<Device>(*m_Module);
+    m_Device->SetOption(ZDV_FTP_SERVERNAME, FromUtf8(m_Target.sName));
+    m_Device->SetOption(ZDV_FTP_PORT, std::to_wstring(m_Target.uiPort));
+    m_Device->SetOption(ZDV_FTP_ROOT, FromUtf8(m_Target.sRoot));
+    m_Device->SetOption(ZDV_FTP_USERNAME, FromUtf8(m_Target.sUser));
+    m_Device->SetOption(ZDV_FTP_PASSWORD, m_sPassword);
+    m_Device->ChooseVersion(tVersion);
     try
     {
-        Drive.MakeReady();
+        m_Device->MakeReady();
     }
     catch (const DeviceError& Error)
     {
-        throw std::runtime_error("The server is not ready.\n  Tried " + Describe(Target) + ".\n  Failed at " +
-                                 Error.what() + "." + HintFor(Error.Code()) + "\n  " + PORT_RULE);
+        constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
+        constexpr std::uint32_t LOGIN_DENIED = 67;
+        if (!tVersion && Error.Code() == NO_SUCH_VERSION)
+            return;
+        const std::string sText = "The server is not ready.\n  Tried " + Describe(m_Target) +
+                                  ".\n  Failed at " + Error.what() + "." + HintFor(Error.Code()) + "\n  " +
+                                  PORT_RULE;
+        if (Error.Code() == LOGIN_DENIED)
+            throw LoginRefused(sText);
+        throw std::runtime_error(sText);
+    }
+}
+
+void Session::Reconnect()
+{
+    constexpr int PAUSES_S[] = {0, 2, 10, 45};
+    for (const int& iPause : PAUSES_S)
+    {
+        Pause(iPause);
+        try
+        {
+            return Open(m_tVersion);
+        }
+        catch (const std::runtime_error& Error)
+        {
+            if (&iPause == std::end(PAUSES_S) - 1)
+                throw;
+            Err().WriteLine("Still not connected, trying again in " + std::to_string((&iPause)[1]) + " s.");
+        }
     }
 }

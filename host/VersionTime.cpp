@@ -3,8 +3,7 @@
 #include "host/Utf8.h"
 
 #include <array>
-#include <chrono>
-#include <regex>
+#include <cstdio>
 
 namespace {
 
@@ -20,53 +19,44 @@ std::tm LocalTime(std::time_t tTime)
 std::string Format(const std::tm& Time)
 {
     std::array<char, 32> aText{};
-    std::strftime(aText.data(), aText.size(), "%d/%m/%Y %H:%M:%S", &Time);
-    return aText.data();
-}
-
-bool Exists(const std::tm& Time)
-{
-    const std::chrono::year_month_day Date(std::chrono::year(Time.tm_year + FIRST_YEAR),
-                                           std::chrono::month(static_cast<unsigned>(Time.tm_mon + 1)),
-                                           std::chrono::day(static_cast<unsigned>(Time.tm_mday)));
-    return Date.ok() && Time.tm_hour < 24 && Time.tm_min < 60 && Time.tm_sec < 60;
+    return {aText.data(), std::strftime(aText.data(), aText.size(), "%d/%m/%Y %H:%M:%S", &Time)};
 }
 
 } // namespace
 
 std::time_t ToTime(const ZDV_VERSION_DATE& Date)
 {
-    std::tm Time{};
-    Time.tm_sec = Date.iSec;
-    Time.tm_min = Date.iMin;
-    Time.tm_hour = Date.iHour;
-    Time.tm_mday = Date.iMday;
-    Time.tm_mon = Date.iMon;
-    Time.tm_year = Date.iYear;
-    Time.tm_isdst = Date.iIsdst;
+    std::tm Time{.tm_sec = Date.iSec,
+                 .tm_min = Date.iMin,
+                 .tm_hour = Date.iHour,
+                 .tm_mday = Date.iMday,
+                 .tm_mon = Date.iMon,
+                 .tm_year = Date.iYear,
+                 .tm_wday = 0,
+                 .tm_yday = 0,
+                 .tm_isdst = Date.iIsdst};
     return std::mktime(&Time);
 }
 
 std::string VersionText(std::time_t tVersion) { return Format(LocalTime(tVersion)); }
 
+int ZoneMinutes(std::time_t tTime)
+{
+    std::tm Clock = LocalTime(tTime);
+    return static_cast<int>((_mkgmtime(&Clock) - tTime) / 60);
+}
+
 std::optional<std::time_t> ParseVersionText(const std::string& sText)
 {
-    static const std::regex PATTERN(R"((\d\d)/(\d\d)/(\d{4}) (\d\d):(\d\d):(\d\d))");
-    std::smatch Fields;
-    if (!std::regex_match(sText, Fields, PATTERN))
-        return std::nullopt;
     std::tm Time{};
-    Time.tm_mday = std::stoi(Fields[1]);
-    Time.tm_mon = std::stoi(Fields[2]) - 1;
-    Time.tm_year = std::stoi(Fields[3]) - FIRST_YEAR;
-    Time.tm_hour = std::stoi(Fields[4]);
-    Time.tm_min = std::stoi(Fields[5]);
-    Time.tm_sec = std::stoi(Fields[6]);
-    Time.tm_isdst = -1;
-    if (!Exists(Time))
+    if (std::sscanf(sText.c_str(), "%2d/%2d/%4d %2d:%2d:%2d", &Time.tm_mday, &Time.tm_mon, &Time.tm_year,
+                    &Time.tm_hour, &Time.tm_min, &Time.tm_sec) != 6)
         return std::nullopt;
+    Time.tm_mon -= 1;
+    Time.tm_year -= FIRST_YEAR;
+    Time.tm_isdst = -1;
     const std::time_t tTime = std::mktime(&Time);
-    return tTime == -1 ? std::nullopt : std::optional(tTime);
+    return tTime != -1 && VersionText(tTime) == sText ? std::optional(tTime) : std::nullopt;
 }
 
 std::wstring StandardTimeText(std::time_t tVersion)

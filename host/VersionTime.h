@@ -11,6 +11,8 @@ std::time_t ToTime(const ZDV_VERSION_DATE& Date);
 
 std::string VersionText(std::time_t tVersion);
 
+int ZoneMinutes(std::time_t tTime); // east of UTC, at this time
+
 // Nothing for a text of another form and for a date that does not exist.
 std::optional<std::time_t> ParseVersionText(const std::string& sText);
 

@@ -1,174 +1,176 @@
-// The reference host: uses ZDV_FTP.DLL as a backup product does, and no more of it than its public header.
+// zdv: a backup program that uses ZDV_FTP.DLL as a backup product does, and no more of it than its public header.
 
 #include "host/Backup.h"
 #include "host/CommandLine.h"
-#include "host/Console.h"
 #include "host/Restore.h"
 #include "host/Utf8.h"
-#include "host/VersionTime.h"
+#include "host/Versions.h"
 
-#include <algorithm>
-#include <array>
+#include <fstream>
 
 namespace {
 
-void ShowInfo(const Module& Functions)
+ExitCode Check(Session& Server, const CommandLine& Given)
 {
-    struct Property
-    {
-        std::uint32_t uiCategory;
-        const char* pLabel;
+    const std::vector<std::time_t> Versions = Server.Drive().Versions();
+    Out().WriteLine("Ready: " + Describe(Server.Target()) + ". It holds " + std::to_string(Versions.size()) +
+                    (Versions.size() == 1 ? " version" : " versions") +
+                    (Versions.empty() ? "; if this root did not exist, it was created just now."
+                                      : ", the newest of " + VersionText(Versions.back()) + "."));
+    if (Given.bWrite)
+        CheckByWriting(Server);
+    return ExitCode::Done;
+}
+
+ExitCode Read(Session& Server, const ChosenVersion& Chosen, const std::vector<std::string>& Patterns,
+              TargetFolder* pTarget)
+{
+    Restore Job(Server, Chosen.Tape, Patterns, pTarget);
+    Job.Run();
+    Out().WriteLine((pTarget == nullptr ? "Compared " : "Restored ") + Job.Summary());
+    return Job.Problems() == 0 ? ExitCode::Done : ExitCode::DataDiffers;
+}
+
+ExitCode RunBackup(Session& Server, SourceTree Tree, const CommandLine& Given)
+{
+    Backup Job(Server, Given.Paths, std::move(Tree), Given.uiAreaSize << 20);
+    Out().WriteLine("Backing up " + Job.Expected() + ", to " + Describe(Server.Target()) + ".");
+    Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
+          [&] { Job.Write(); });
+    Out().WriteLine(
+        (Job.Stopped() ? "STOPPED, the version is INCOMPLETE: " : "Backed up as the version of ") +
+        VersionText(Job.Version()) + ": " + Job.Summary() + ".\n" + Job.Unsaved());
+    if (Job.Stopped())
+        return ExitCode::Stopped;
+    const auto Compare = [&] {
+        Server.Open(Job.Version());
+        return Read(Server, {Job.Version(), LookAt(Server)}, {}, nullptr);
     };
-    static constexpr Property PROPERTIES[] = {
-        {ZDV_GMP_DESC, "description"},
-        {ZDV_GMP_VER, "version"},
-        {ZDV_GMP_CLASS, "class"},
-        {ZDV_GMP_DATE, "built"},
-        {ZDV_GMP_CHANGER_SUPPORT, "changer support"},
-        {ZDV_GMP_SM_CLASS, "support module class"},
-        {ZDV_GMP_IS_ZDV_REMOTE, "remote"},
-    };
-    constexpr std::size_t LABEL_WIDTH = 22;
-    for (const Property& Shown : PROPERTIES)
+    if (Given.bVerify && Phase(ExitCode::DataDiffers, "", Compare) != ExitCode::Done)
+        throw CommandFailure(ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON.");
+    if (Job.Problems() == 0)
+        return ExitCode::Done;
+    Err().WriteLine("BUT not everything was saved as it is, see above: " + std::to_string(Job.Problems()) +
+                    ".");
+    return ExitCode::DoneWithProblems;
+}
+
+ExitCode ReadVersion(Session& Server, const CommandLine& Given)
+{
+    const ChosenVersion Chosen = OpenVersion(Server, Given.tAt);
+    if (Given.enCommand == Command::List)
+        return ShowList(Server, Chosen.Tape, Given.Paths) == 0 ? ExitCode::Done : ExitCode::DataDiffers;
+    std::optional<TargetFolder> Target;
+    if (Given.enCommand == Command::Restore)
+        Target.emplace(FromUtf8(Given.sFolder), Given.bReplace);
+    Out().WriteLine("Reading " + VersionText(Chosen.tVersion) + "  " + StateText(Chosen.Tape) +
+                    (Target ? ", into " + Quoted(DisplayPath(Target->Path())) : ""));
+    return Read(Server, Chosen, Given.Paths, Target ? &*Target : nullptr);
+}
+
+// The module's pipes are the machine's: one zdv at a time transfers.
+FileHandle BeTheOnlyOne()
+{
+    FileHandle hMutex(CreateMutexW(nullptr, FALSE, L"Global\\zdv-transfer"));
+    const DWORD dwWait = hMutex ? WaitForSingleObject(hMutex.get(), 0) : WAIT_TIMEOUT;
+    if (dwWait != WAIT_OBJECT_0 && dwWait != WAIT_ABANDONED)
+        throw CommandFailure(ExitCode::NotReady,
+                             "Another zdv is at work on this computer: only one at a time can "
+                             "transfer. Nothing was done; try again when it has finished.");
+    return hMutex;
+}
+
+std::wstring PasswordFromFile(const std::string& sFile)
+{
+    std::ifstream File(FullPath(FromUtf8(sFile)).c_str());
+    std::string sLine;
+    if (!std::getline(File, sLine))
+        throw CommandFailure(ExitCode::CommandLine, "No password can be read from " + Quoted(sFile) + ".");
+    constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+    if (sLine.starts_with(BYTE_ORDER_MARK))
+        sLine.erase(0, BYTE_ORDER_MARK.size());
+    return FromUtf8(sLine);
+}
+
+// Logs in, which also lists the versions. What was typed may be typed again.
+void Connect(Session& Server, const std::string& sPasswordFile)
+{
+    const wchar_t* const pPassword = _wgetenv(L"ZDV_PASSWORD");
+    const bool bAsk = sPasswordFile.empty() && pPassword == nullptr;
+    for (int iTry = 1;; ++iTry)
     {
-        std::array<wchar_t, 256> aText{};
-        if (Functions.GetModulePropertyW(Shown.uiCategory, aText.data(), aText.size()) != ZDV_SUCCESS)
-            throw std::runtime_error(std::string("the module does not tell its ") + Shown.pLabel);
-        std::string sLine = Shown.pLabel;
-        sLine.resize(LABEL_WIDTH, ' ');
-        Out().WriteLine(sLine + ToUtf8(aText.data()));
+        const std::optional<std::wstring> sPassword = bAsk ? AskPassword("Password: ")
+                                                      : sPasswordFile.empty()
+                                                          ? pPassword
+                                                          : PasswordFromFile(sPasswordFile);
+        if (!sPassword)
+            throw CommandFailure(ExitCode::CommandLine, "There is no password: set the environment variable "
+                                                        "ZDV_PASSWORD, or give a --password-file.");
+        Server.SetPassword(*sPassword);
+        try
+        {
+            return Server.Open();
+        }
+        catch (const LoginRefused& Error)
+        {
+            if (!bAsk || iTry == Session::MAX_TRIES)
+                throw;
+            Err().WriteLine(Error.what());
+        }
     }
 }
 
-void ShowReadiness(const Device& Drive, const Server& Target)
+ExitCode Run(const CommandLine& Given)
 {
-    const std::vector<std::time_t> Versions = Drive.Versions();
-    std::string sBackups = std::to_string(Versions.size()) + (Versions.size() == 1 ? " backup" : " backups");
-    if (!Versions.empty())
-        sBackups += ", the newest of " + VersionText(Versions.back());
-    Out().WriteLine("Ready: " + Describe(Target) + ". It holds " + sBackups + ".");
-}
-
-void ShowVersions(const Device& Drive)
-{
-    for (const std::time_t tVersion : Drive.Versions())
-        Out().WriteLine(VersionText(tVersion));
-}
-
-std::vector<SourceFile> OpenSources(const CommandLine& Given)
-{
-    std::vector<std::wstring> Paths;
-    for (const std::string& sFile : Given.Files)
-        Paths.push_back(FromUtf8(sFile));
-    return OpenSourceFiles(Paths);
-}
-
-void RunBackup(Device& Drive, std::vector<SourceFile>& Sources, const CommandLine& Given)
-{
-    Backup Tape(Drive, Sources);
-    Out().WriteLine("Backing up " + Tape.Contents() + ", to " + Describe(Given.Target) + ".");
-    Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
-          [&] { Tape.Write(); });
-    if (Given.bVerify)
-        Phase(ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON. ", [&] { Tape.Verify(); });
-    Out().WriteLine("Backed up " + Tape.Contents() + ", as the version of " + VersionText(Tape.Version()) +
-                    (Given.bVerify ? "; read back and found the same." : "; not read back."));
-}
-
-std::time_t ChooseVersion(const Device& Drive, const CommandLine& Given)
-{
-    const std::vector<std::time_t> Versions = Drive.Versions();
-    if (Versions.empty())
-        throw std::runtime_error("There is no backup at " + Describe(Given.Target) + ".");
-    if (!Given.tAt)
-        return Versions.back();
-    const auto Later = std::ranges::upper_bound(Versions, *Given.tAt);
-    if (Later == Versions.begin())
-        throw std::runtime_error("There is no backup of " + VersionText(*Given.tAt) +
-                                 " or earlier: the oldest is of " + VersionText(Versions.front()) + ".");
-    return *std::prev(Later);
-}
-
-void RunRestore(Device& Drive, const CommandLine& Given)
-{
-    const std::time_t tVersion =
-        Phase(ExitCode::DataDiffers, "", [&] { return ChooseVersion(Drive, Given); });
-    Out().WriteLine("Restoring the version of " + VersionText(tVersion) + " from " + Describe(Given.Target) +
-                    ".");
-    Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS RESTORED. ", [&] {
-        Restore Job(Drive, FromUtf8(Given.sFolder), Given.bReplace);
-        Job.Run(tVersion);
-        if (!Job.Complete())
-            throw std::runtime_error(Job.Summary());
-        Out().WriteLine(Job.Summary());
-    });
-}
-
-std::wstring Password()
-{
-    if (const wchar_t* pPassword = _wgetenv(L"ZDV_PASSWORD"))
-        return pPassword;
-    if (const std::optional<std::wstring> sTyped = AskPassword("Password: "))
-        return *sTyped;
-    throw CommandFailure(ExitCode::CommandLine,
-                         "There is no password: set the environment variable ZDV_PASSWORD.");
-}
-
-void RunOnServer(const Module& Functions, CommandLine& Given)
-{
-    std::vector<SourceFile> Sources;
+    Phase(ExitCode::NoModule, "", [] { Module(); });
+    CatchInterrupts();
+    UsePrivileges();
+    const FileHandle hMutex = BeTheOnlyOne();
+    SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
+    std::optional<SourceTree> Tree;
     if (Given.enCommand == Command::Backup)
-        Sources = Phase(ExitCode::LocalFile, "Nothing was written: ", [&] { return OpenSources(Given); });
-    Given.Target.sPassword = Password();
-    const auto Drive = Phase(ExitCode::NotReady, "", [&] {
-        auto Opened = std::make_unique<Device>(Functions);
-        Connect(*Opened, Given.Target);
-        return Opened;
-    });
+        Phase(ExitCode::LocalFile,
+              "Nothing was written: ", [&] { Tree.emplace(Given.Paths, Given.Excluded); });
+    Session Server(Given.Target);
+    Phase(ExitCode::NotReady, "", [&] { Connect(Server, Given.sPasswordFile); });
     switch (Given.enCommand)
     {
-    case Command::Backup:
-        return RunBackup(*Drive, Sources, Given);
-    case Command::Restore:
-        return RunRestore(*Drive, Given);
-    case Command::Versions:
-        return Phase(ExitCode::NotReady, "", [&] { ShowVersions(*Drive); });
     case Command::Check:
-        return Phase(ExitCode::NotReady, "", [&] { ShowReadiness(*Drive, Given.Target); });
-    case Command::Info:
-        return;
+        return Phase(ExitCode::NotReady, "", [&] { return Check(Server, Given); });
+    case Command::Backup:
+        return RunBackup(Server, *std::move(Tree), Given);
+    case Command::Versions:
+        return Phase(ExitCode::DataDiffers, "", [&] { return ShowVersions(Server), ExitCode::Done; });
+    default:
+        return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ. ",
+                     [&] { return ReadVersion(Server, Given); });
     }
-}
-
-void Run(CommandLine Given)
-{
-    const Module Functions = Phase(ExitCode::NoModule, "", [&] {
-        return Module(Given.sModule.empty() ? DefaultModulePath() : FromUtf8(Given.sModule));
-    });
-    if (Given.enCommand == Command::Info)
-        ShowInfo(Functions);
-    else
-        RunOnServer(Functions, Given);
 }
 
 } // namespace
 
 int wmain(int iCount, wchar_t** pArguments)
 {
+    ExitCode enCode = ExitCode::Done;
     try
     {
-        if (std::optional<CommandLine> Given = ParseCommandLine(iCount, pArguments))
-            Run(std::move(*Given));
-        return static_cast<int>(ExitCode::Done);
+        if (const std::optional<CommandLine> Given = ParseCommandLine(iCount, pArguments))
+            enCode = Run(*Given);
     }
     catch (const CommandFailure& Failure)
     {
+        enCode = Failure.Code();
         Err().WriteLine(Failure.what());
-        return static_cast<int>(Failure.Code());
+    }
+    catch (const Interrupted& Stop)
+    {
+        enCode = ExitCode::Stopped;
+        Err().WriteLine(Stop.what());
     }
     catch (const std::exception& Error)
     {
+        enCode = ExitCode::Other;
         Err().WriteLine(Error.what());
-        return static_cast<int>(ExitCode::Other);
     }
+    return static_cast<int>(enCode);
 }

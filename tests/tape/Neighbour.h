@@ -19,7 +19,7 @@ enum Result
 
 } // namespace neighbour
 
-// The program of tests/tape/neighbour.cpp in one of its roles, from when it is ready.
+// The program of tests/tape/neighbour_program.cpp in one of its roles, from when it is ready.
 class Neighbour
 {
 public:

@@ -1,0 +1,252 @@
+#include "host/Archive.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+namespace {
+
+constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
+constexpr std::uint64_t MAX_SHIFTED_SIZE = std::uint64_t{3} << 30; // one call asks for less than 4 GiB
+constexpr int NS_PER_TICK = 100;
+
+void Fill(archive_entry* pEntry, const Entry& What)
+{
+    const auto Nanoseconds = [](std::int64_t iTicks) {
+        return static_cast<long>(iTicks % TICKS_PER_SECOND * NS_PER_TICK);
+    };
+    archive_entry_clear(pEntry);
+    archive_entry_set_pathname(pEntry, What.path.c_str());
+    archive_entry_set_mtime(pEntry, What.mtime / TICKS_PER_SECOND, Nanoseconds(What.mtime));
+    archive_entry_set_birthtime(pEntry, What.created / TICKS_PER_SECOND, Nanoseconds(What.created));
+    archive_entry_set_fflags(pEntry, What.attributes, 0);
+    archive_entry_set_perm(pEntry, What.type == "folder" ? 0755 : 0644);
+    archive_entry_set_size(pEntry, static_cast<la_int64_t>(What.size));
+    archive_entry_set_filetype(pEntry, What.type == "file" ? AE_IFREG : What.IsLink() ? AE_IFLNK : AE_IFDIR);
+    if (!What.IsLink())
+        return;
+    archive_entry_set_symlink(pEntry, What.link.c_str());
+    archive_entry_set_symlink_type(pEntry,
+                                   What.type == "link" ? AE_SYMLINK_TYPE_FILE : AE_SYMLINK_TYPE_DIRECTORY);
+}
+
+Entry Understood(archive_entry* pEntry)
+{
+    const auto Text = [](const char* pText) { return std::string(pText == nullptr ? "" : pText); };
+    Entry What{.path = Text(archive_entry_pathname(pEntry)),
+               .mtime = archive_entry_mtime(pEntry) * TICKS_PER_SECOND +
+                        archive_entry_mtime_nsec(pEntry) / NS_PER_TICK};
+    What.created = archive_entry_birthtime_is_set(pEntry)
+                       ? archive_entry_birthtime(pEntry) * TICKS_PER_SECOND +
+                             archive_entry_birthtime_nsec(pEntry) / NS_PER_TICK
+                       : What.mtime;
+    const auto uiType = archive_entry_hardlink(pEntry) != nullptr ? 0 : archive_entry_filetype(pEntry);
+    if (uiType == AE_IFDIR)
+    {
+        What.type = "folder";
+        What.path.erase(What.path.find_last_not_of('/') + 1);
+    }
+    else if (uiType == AE_IFREG)
+    {
+        What.type = "file";
+        What.size = static_cast<std::uint64_t>(archive_entry_size(pEntry));
+    }
+    else if (uiType == AE_IFLNK)
+    {
+        What.type = archive_entry_symlink_type(pEntry) == AE_SYMLINK_TYPE_DIRECTORY ? "folderlink" : "link";
+        What.link = Text(archive_entry_symlink(pEntry));
+    }
+    unsigned long ulCleared = 0;
+    unsigned long ulSet = 0;
+    archive_entry_fflags(pEntry, &ulSet, &ulCleared);
+    What.attributes = ulSet & SAVED_ATTRIBUTES;
+    return What;
+}
+
+std::string ErrorText(archive* pArchive)
+{
+    const char* const pText = archive_error_string(pArchive);
+    return pText == nullptr ? "no reason is given" : pText;
+}
+
+// libarchive is C: exceptions wait until it has returned.
+template <typename Action> la_ssize_t Guarded(std::exception_ptr& pError, Action action)
+{
+    try
+    {
+        return static_cast<la_ssize_t>(action());
+    }
+    catch (...)
+    {
+        pError = std::current_exception();
+        return ARCHIVE_FATAL;
+    }
+}
+
+} // namespace
+
+void FreeArchive::operator()(archive* pArchive) const { archive_free(pArchive); }
+void FreeArchive::operator()(archive_entry* pEntry) const { archive_entry_free(pEntry); }
+
+ArchiveWriter::ArchiveWriter(Device& Drive)
+    : m_Drive(Drive), m_Archive(archive_write_new()), m_Entry(archive_entry_new())
+{
+    Check(archive_write_set_format_pax(m_Archive.get()));
+    Check(archive_write_set_bytes_per_block(m_Archive.get(), 0)); // what it buffered would be lost in CutOff
+    const auto OnWrite = [](archive*, void* pSelf, const void* pData, std::size_t uiSize) {
+        auto& Self = *static_cast<ArchiveWriter*>(pSelf);
+        return Guarded(Self.m_pError, [&] {
+            Self.Take({static_cast<const std::byte*>(pData), uiSize});
+            return uiSize;
+        });
+    };
+    Check(archive_write_open(m_Archive.get(), this, nullptr, OnWrite, nullptr));
+}
+
+ArchiveWriter::~ArchiveWriter() { archive_write_fail(m_Archive.get()); }
+
+void ArchiveWriter::Check(int iResult)
+{
+    if (m_pError)
+        std::rethrow_exception(m_pError);
+    if (iResult < ARCHIVE_WARN)
+        throw std::runtime_error("archiving: " + ErrorText(m_Archive.get()));
+}
+
+void ArchiveWriter::Take(std::span<const std::byte> Data)
+{
+    while (!Data.empty())
+    {
+        const std::size_t uiRoom = std::min(PIECE_SIZE - m_Buffer.size(), Data.size());
+        m_Buffer.insert(m_Buffer.end(), Data.begin(), Data.begin() + static_cast<std::ptrdiff_t>(uiRoom));
+        Data = Data.subspan(uiRoom);
+        if (m_Buffer.size() == PIECE_SIZE)
+            Flush();
+    }
+}
+
+void ArchiveWriter::Flush()
+{
+    if (m_Buffer.empty())
+        return;
+    m_Buffer.resize((m_Buffer.size() + ZDV_BLOCK_SIZE - 1) / ZDV_BLOCK_SIZE * ZDV_BLOCK_SIZE);
+    m_Drive.Write(m_Buffer);
+    m_uiFlushed += m_Buffer.size();
+    m_Buffer.clear();
+}
+
+std::uint64_t ArchiveWriter::Size() const
+{
+    return static_cast<std::uint64_t>(archive_filter_bytes(m_Archive.get(), 0));
+}
+
+void ArchiveWriter::Begin(const Entry& What)
+{
+    Fill(m_Entry.get(), What);
+    Check(archive_write_header(m_Archive.get(), m_Entry.get()));
+}
+
+void ArchiveWriter::Write(std::span<const std::byte> Data)
+{
+    Check(static_cast<int>(archive_write_data(m_Archive.get(), Data.data(), Data.size())));
+}
+
+void ArchiveWriter::End() { Check(archive_write_finish_entry(m_Archive.get())); }
+
+void ArchiveWriter::Close()
+{
+    Check(archive_write_close(m_Archive.get()));
+    Flush();
+    m_Drive.WriteFilemark();
+}
+
+void ArchiveWriter::CutOff()
+{
+    Flush();
+    m_Drive.WriteFilemark();
+}
+
+void ArchiveReader::Open()
+{
+    std::uint64_t uiSize = ZDV_BLOCK_SIZE;
+    if (IsHeader(m_Area.uiDataPosition))
+    {
+        // An object before it is missing. The module reads what stands in a header's place with one call.
+        uiSize = m_Area.Manifest.Number("data");
+        if (uiSize == 0 || uiSize > MAX_SHIFTED_SIZE)
+            throw TapeError(
+                "an object before it is missing, so it cannot be read; put an empty file in its place");
+    }
+    m_Block.resize(uiSize);
+    m_uiBlockStart = 0;
+    m_uiBlockSize = 0;
+    m_bEnded = false;
+    m_Server.Drive().MoveBefore(m_Area.uiDataPosition);
+    m_bOpen = true;
+}
+
+void ArchiveReader::Seek(std::uint64_t uiOffset)
+{
+    if (!m_bOpen || uiOffset < m_uiBlockStart)
+        Open();
+    m_uiNext = m_uiBase = uiOffset;
+    m_pError = nullptr;
+    m_Archive.reset(archive_read_new());
+    archive_read_support_format_tar(m_Archive.get());
+    const auto OnRead = [](archive*, void* pSelf, const void** pData) {
+        auto& Self = *static_cast<ArchiveReader*>(pSelf);
+        return Guarded(Self.m_pError, [&] {
+            const std::span<const std::byte> Piece = Self.NextPiece();
+            *pData = Piece.data();
+            return Piece.size();
+        });
+    };
+    if (archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr) != ARCHIVE_OK)
+        Fail();
+}
+
+std::span<const std::byte> ArchiveReader::NextPiece()
+{
+    while (m_uiNext >= m_uiBlockStart + m_uiBlockSize)
+    {
+        CheckInterrupt();
+        m_uiBlockStart += std::exchange(m_uiBlockSize, 0);
+        m_bOpen = false;
+        m_bEnded = m_bEnded || m_Server.Drive().Read(m_Block) != ReadResult::Filled;
+        m_bOpen = true;
+        if (m_bEnded)
+            return {};
+        m_uiBlockSize = m_Block.size();
+    }
+    const std::span<const std::byte> Piece =
+        std::span(m_Block).subspan(static_cast<std::size_t>(m_uiNext - m_uiBlockStart));
+    m_uiNext += Piece.size();
+    return Piece;
+}
+
+void ArchiveReader::Fail() const
+{
+    if (m_pError)
+        std::rethrow_exception(m_pError);
+    throw TapeError("the archive is damaged: " + ErrorText(m_Archive.get()));
+}
+
+std::optional<Entry> ArchiveReader::Next()
+{
+    archive_entry* pEntry = nullptr;
+    const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
+    if (iResult == ARCHIVE_EOF)
+        return std::nullopt;
+    if (iResult < ARCHIVE_WARN)
+        Fail();
+    Entry What = Understood(pEntry);
+    What.offset = m_uiBase + static_cast<std::uint64_t>(archive_read_header_position(m_Archive.get()));
+    return What;
+}
+
+std::size_t ArchiveReader::Read(std::span<std::byte> Into)
+{
+    const la_ssize_t iRead = archive_read_data(m_Archive.get(), Into.data(), Into.size());
+    if (iRead < 0)
+        Fail();
+    return static_cast<std::size_t>(iRead);
+}

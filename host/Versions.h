@@ -1,0 +1,30 @@
+// The versions on a server.
+#pragma once
+
+#include "host/Tape.h"
+#include "host/VersionTime.h"
+
+inline constexpr const char* PROGRAM = "zdv 1.0";
+
+std::string ComputerName();
+
+// Writes the header of a new version, to which the caller gives what is its own, and makes sure that the server
+// shows it as it shows other versions.
+std::time_t BeginVersion(Session& Server, Json Header);
+void CheckVersion(Session& Server, const std::string& sId); // the one that is open is that of this id
+
+// "complete    PC1  12 files, 3.4 MiB"
+std::string StateText(const Volume& Tape);
+
+struct ChosenVersion
+{
+    std::time_t tVersion;
+    Volume Tape;
+};
+
+// Opens the version of this very second, or else the newest complete one not later; without a time the newest
+// complete one. Those that are passed over are named. Throws when there is none.
+ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt);
+
+void ShowVersions(Session& Server); // throws when there is none
+void CheckByWriting(Session& Server);
