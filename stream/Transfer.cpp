@@ -53,6 +53,17 @@ bool Decide(FtpContext& FC, Connection enDecision)
     return FC.m_enConnection.compare_exchange_strong(enAwaited, enDecision) || enAwaited == enDecision;
 }
 
+SRWLOCK g_DecisionLock = SRWLOCK_INIT;
+CONDITION_VARIABLE g_Decided = CONDITION_VARIABLE_INIT;
+
+// Wakes a worker that waits for the host's decision. Without the lock it could fall asleep just behind it.
+void AnnounceDecision()
+{
+    AcquireSRWLockExclusive(&g_DecisionLock);
+    ReleaseSRWLockExclusive(&g_DecisionLock);
+    WakeAllConditionVariable(&g_Decided);
+}
+
 // Who is at the other end of a pipe.
 bool IsThisProcess(BOOL(WINAPI* askPipe)(HANDLE, PULONG), HANDLE hPipe)
 {
@@ -128,7 +139,10 @@ DWORD AwaitClient(FtpContext& FC, HANDLE hServer)
         if (!ConnectNamedPipe(hServer, nullptr))
             return GetLastError();
         if (IsThisProcess(GetNamedPipeClientProcessId, hServer) && Decide(FC, Connection::Made))
+        {
+            AnnounceDecision();
             return ERROR_SUCCESS;
+        }
         DisconnectNamedPipe(hServer);
     }
     return ERROR_PIPE_NOT_CONNECTED;
@@ -138,7 +152,9 @@ DWORD AwaitClient(FtpContext& FC, HANDLE hServer)
 // until it hears of it.
 ZDV_STATUS FailConnection(FtpContext& FC, const TransferDirection& Direction, DWORD dwLastError)
 {
-    if (FC.m_enConnection.exchange(Connection::GivenUpByHost) == Connection::GivenUpByWorker)
+    const Connection enDecision = FC.m_enConnection.exchange(Connection::GivenUpByHost);
+    AnnounceDecision();
+    if (enDecision == Connection::GivenUpByWorker)
         WaitForSingleObject(FC.m_hThread, INFINITE);
     else
         AssignLastError(FC, {dwLastError, Direction.sCouldNotConnect});
@@ -188,8 +204,11 @@ void AwaitWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirec
 // Whether the host takes the client that has just come for its worker. It is about to say so.
 bool IsWelcome(const FtpContext& FC, ULONGLONG ullLimit)
 {
-    while (FC.m_enConnection == Connection::Awaited && GetTickCount64() < ullLimit)
-        SwitchToThread();
+    AcquireSRWLockExclusive(&g_DecisionLock);
+    for (ULONGLONG ullNow = GetTickCount64(); FC.m_enConnection == Connection::Awaited && ullNow < ullLimit;
+         ullNow = GetTickCount64())
+        SleepConditionVariableSRW(&g_Decided, &g_DecisionLock, static_cast<DWORD>(ullLimit - ullNow), 0);
+    ReleaseSRWLockExclusive(&g_DecisionLock);
     return FC.m_enConnection == Connection::Made;
 }
 
