@@ -1,4 +1,5 @@
-// Measures the module against libcurl alone: the same build, the same server, the same options, turn by turn.
+// Measures the module against libcurl alone, and against libcurl with nothing but a thread and a pipe for each
+// object, as a host of the module has them: the same build, the same server, the same options, turn by turn.
 // Prints one line per run, "measure who MiB/s"; the program that starts it takes medians and ratios.
 #include "interface/Connection.h"
 #include "interface/FtpContext.h"
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -57,7 +59,6 @@ public:
         m_FC.m_sPassword = server::Variable(L"ZDV_TEST_PASSWORD");
         Check(DoInitEx(m_FC), "the handle cannot be set up");
         Set(CURLOPT_BUFFERSIZE, 1024 * 1024L);
-        Set(CURLOPT_UPLOAD_BUFFERSIZE, 2048 * 1024L);
         Set(CURLOPT_FTP_CREATE_MISSING_DIRS, 1L);
         Set(CURLOPT_READFUNCTION, Send);
         Set(CURLOPT_WRITEFUNCTION, Receive);
@@ -68,11 +69,40 @@ public:
     void Upload(const Amount& amount)
     {
         Set(CURLOPT_UPLOAD, 1L);
+        Set(CURLOPT_UPLOAD_BUFFERSIZE, LARGE_UPLOAD_BUFFER);
         for (std::size_t i = 0; i < amount.uiObjects; ++i)
         {
             m_uiLeft = amount.uiBlocks * ZDV_BLOCK_SIZE;
             Perform(amount, i);
         }
+    }
+
+    void UploadByPipe(const Amount& amount)
+    {
+        const Blocks aRequest = SomeBlocks(std::min(amount.uiBlocks, REQUEST), 1);
+        Set(CURLOPT_UPLOAD, 1L);
+        Set(CURLOPT_UPLOAD_BUFFERSIZE, ZDV_BLOCK_SIZE); // as the module's, which a host's blocks divide
+        for (std::size_t i = 0; i < amount.uiObjects; ++i)
+            PerformByPipe(amount, i, true, [&](HANDLE hPipe) {
+                DWORD dwWritten = 0;
+                for (std::size_t uiDone = 0; uiDone < amount.uiBlocks; uiDone += REQUEST)
+                    WriteFile(hPipe, aRequest.data(), static_cast<DWORD>(aRequest.size()), &dwWritten,
+                              nullptr);
+                FlushFileBuffers(hPipe);
+            });
+    }
+
+    void DownloadByPipe(const Amount& amount)
+    {
+        std::vector<char> aRequest(std::min(amount.uiBlocks, REQUEST) * ZDV_BLOCK_SIZE);
+        Set(CURLOPT_UPLOAD, 0L);
+        for (std::size_t i = 0; i < amount.uiObjects; ++i)
+            PerformByPipe(amount, i, false, [&](HANDLE hPipe) {
+                DWORD dwRead = 0;
+                while (
+                    ReadFile(hPipe, aRequest.data(), static_cast<DWORD>(aRequest.size()), &dwRead, nullptr))
+                    continue;
+            });
     }
 
     void Download(const Amount& amount)
@@ -87,17 +117,59 @@ public:
 private:
     static std::size_t Send(char* pBuffer, std::size_t uiSize, std::size_t uiItems, void* pBare)
     {
-        std::size_t& uiLeft = static_cast<Bare*>(pBare)->m_uiLeft;
-        const std::size_t uiBytes = std::min(uiLeft, uiSize * uiItems);
-        std::memset(pBuffer, 'z', uiBytes);
-        uiLeft -= uiBytes;
+        auto& bare = *static_cast<Bare*>(pBare);
+        const std::size_t uiBytes = std::min(bare.m_uiLeft, uiSize * uiItems);
+        if (bare.m_hPipe == nullptr)
+            std::memset(pBuffer, 'z', uiBytes);
+        for (std::size_t uiDone = 0; bare.m_hPipe != nullptr && uiDone < uiBytes;)
+        {
+            DWORD dwRead = 0;
+            if (!ReadFile(bare.m_hPipe, pBuffer + uiDone, static_cast<DWORD>(uiBytes - uiDone), &dwRead,
+                          nullptr))
+                return CURL_READFUNC_ABORT;
+            uiDone += dwRead;
+        }
+        bare.m_uiLeft -= uiBytes;
         return uiBytes;
     }
 
-    static std::size_t Receive(char*, std::size_t uiSize, std::size_t uiItems, void* pBare)
+    static std::size_t Receive(char* pData, std::size_t uiSize, std::size_t uiItems, void* pBare)
     {
-        static_cast<Bare*>(pBare)->m_uiLeft -= uiSize * uiItems;
-        return uiSize * uiItems;
+        auto& bare = *static_cast<Bare*>(pBare);
+        auto dwBytes = static_cast<DWORD>(uiSize * uiItems);
+        if (bare.m_hPipe != nullptr && !WriteFile(bare.m_hPipe, pData, dwBytes, &dwBytes, nullptr))
+            return CURL_WRITEFUNC_ERROR;
+        bare.m_uiLeft -= dwBytes;
+        return dwBytes;
+    }
+
+    // The thread's side of a pipe.
+    static DWORD WINAPI Run(LPVOID pBare)
+    {
+        auto& bare = *static_cast<Bare*>(pBare);
+        bare.m_hPipe = CreateFileW(PIPE_NAME, bare.m_dwAccess, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        bare.m_enResult = curl_easy_perform(bare.m_FC.m_pCurl);
+        CloseHandle(std::exchange(bare.m_hPipe, nullptr));
+        return 0;
+    }
+
+    // One object by a thread and a pipe of its own; work is the host's side.
+    template <typename Work>
+    void PerformByPipe(const Amount& amount, std::size_t uiObject, bool bUpload, Work work)
+    {
+        SetUrl(amount, uiObject);
+        m_uiLeft = amount.uiBlocks * ZDV_BLOCK_SIZE;
+        m_dwAccess = bUpload ? GENERIC_READ : GENERIC_WRITE;
+        const HANDLE hServer =
+            CreateNamedPipeW(PIPE_NAME, bUpload ? PIPE_ACCESS_OUTBOUND : PIPE_ACCESS_INBOUND,
+                             PIPE_TYPE_BYTE | PIPE_WAIT, 1, ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
+        const HANDLE hThread = CreateThread(nullptr, 0, Run, this, 0, nullptr);
+        ConnectNamedPipe(hServer, nullptr); // fails when the thread was faster, which is as good
+        work(hServer);
+        CloseHandle(hServer);
+        WaitForSingleObject(hThread, INFINITE);
+        CloseHandle(hThread);
+        Check(m_enResult == CURLE_OK && m_uiLeft == 0, "the transfer by a pipe");
     }
 
     template <typename Value> void Set(CURLoption enOption, Value value)
@@ -106,18 +178,29 @@ private:
     }
 
     // As deep as an object of a version lies.
-    void Perform(const Amount& amount, std::size_t uiObject)
+    void SetUrl(const Amount& amount, std::size_t uiObject)
     {
         const std::wstring sUrl = m_FC.m_sProtocol + m_FC.m_sServer + L"/" + server::Root(FOLDER) +
                                   L"/bare/" + std::to_wstring(amount.uiBlocks) + L"." +
                                   std::to_wstring(uiObject);
         Set(CURLOPT_URL, std::string(sUrl.begin(), sUrl.end()).c_str());
+    }
+
+    void Perform(const Amount& amount, std::size_t uiObject)
+    {
+        SetUrl(amount, uiObject);
         const CURLcode enCurlRc = curl_easy_perform(m_FC.m_pCurl);
         Check(enCurlRc == CURLE_OK, curl_easy_strerror(enCurlRc));
     }
 
+    static constexpr long LARGE_UPLOAD_BUFFER = 2048 * 1024;
+    static constexpr const wchar_t* PIPE_NAME = L"\\\\.\\pipe\\zdv_bench";
+
     FtpContext m_FC;
     std::size_t m_uiLeft = 0;
+    HANDLE m_hPipe = nullptr; // the thread's end
+    DWORD m_dwAccess = 0;
+    CURLcode m_enResult = CURLE_OK;
 };
 
 class Drive
@@ -196,13 +279,17 @@ void Compare(const Amount& large, const Amount& small, int iRounds)
         drive.StartBackup();
         Measure("up", "module", large, [&] { drive.Write(large); });
         Measure("up", "bare", large, [&] { bare.Upload(large); });
+        Measure("up", "pipe", large, [&] { bare.UploadByPipe(large); });
         Measure("small-up", "module", small, [&] { drive.Write(small); });
         Measure("small-up", "bare", small, [&] { bare.Upload(small); });
+        Measure("small-up", "pipe", small, [&] { bare.UploadByPipe(small); });
         drive.GoToData();
         Measure("down", "module", large, [&] { drive.Read(large); });
         Measure("down", "bare", large, [&] { bare.Download(large); });
+        Measure("down", "pipe", large, [&] { bare.DownloadByPipe(large); });
         Measure("small-down", "module", small, [&] { drive.Read(small); });
         Measure("small-down", "bare", small, [&] { bare.Download(small); });
+        Measure("small-down", "pipe", small, [&] { bare.DownloadByPipe(small); });
     }
 }
 
