@@ -3,6 +3,7 @@
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 
@@ -91,7 +92,9 @@ TEST(Memory, ThatIsShortIsTheReason)
     ASSERT_EQ(tape.Fill(aFirst), ZDV_SUCCESS) << tape.ErrorText();
     const Outcome Ended = WithLittleMemory(tape, 16, [&] { return tape.Fill(aRest); });
     EXPECT_EQ(Ended.uiRc, ZDV_FILEMARK_REACHED);
-    EXPECT_TRUE(Ended.uiError == 8 || Ended.uiError == 27) << Ended.uiError;
+    // Wine 10's heap keeps pieces for each thread, which can be enough for the worker: then all is there.
+    const bool bWhole = std::equal(aObject.begin() + ZDV_BLOCK_SIZE, aObject.end(), aRest.begin());
+    EXPECT_TRUE(Ended.uiError == 8 || Ended.uiError == 27 || (Ended.uiError == 0 && bWhole)) << Ended.uiError;
     ASSERT_NO_FATAL_FAILURE(ListAgain());
     ASSERT_EQ(tape.Fill(aRest), ZDV_SUCCESS) << tape.ErrorText();
     EXPECT_TRUE(aRest == aObject);
