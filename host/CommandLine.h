@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Server.h"
+#include "host/Backup.h"
 
 enum class Command
 {
@@ -17,10 +17,8 @@ struct CommandLine
     Command enCommand = Command::Check;
     std::string sPasswordFile;
     Server Target;
-    std::vector<std::string> Paths; // to back up; or patterns of what is wanted
-    std::vector<std::string> Excluded;
-    std::uint64_t uiAreaSize = 2048; // MiB
-    bool bVerify = false;
+    BackupOrder Order;
+    std::vector<std::string> Patterns; // of what is wanted
     bool bWrite = false;
     std::string sFolder;
     bool bReplace = false;

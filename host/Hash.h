@@ -15,11 +15,7 @@ public:
     std::string Finish(); // in hexadecimal; nothing can be added afterwards
 
 private:
-    struct DestroyHash
-    {
-        void operator()(void* hHash) const;
-    };
-    std::unique_ptr<void, DestroyHash> m_hHash;
+    std::unique_ptr<void, void (*)(void*)> m_hHash;
 };
 
 std::string RandomId();

@@ -1,7 +1,7 @@
 #include "host/Names.h"
 
-#include "host/ExitCode.h"
-#include "host/Utf8.h"
+#include "host/Errors.h"
+#include "host/Text.h"
 
 #include <algorithm>
 #include <regex>
