@@ -49,11 +49,29 @@ public:
         m_Next = m_Tree.Next();
     }
 
-    std::string Expected() const
+    ExitCode Run()
     {
-        return CountText(m_Expected.files, "file") + ", " + SizeText(m_Expected.bytes);
+        Say("Backing up {}, {}, to {}.", CountText(m_Expected.files, "file"), SizeText(m_Expected.bytes),
+            Describe(m_Server.Target()));
+        Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
+              [&] { Write(); });
+        Say("{} {}: {}, {}.",
+            m_bStopped ? "STOPPED, the version is INCOMPLETE:" : "Backed up as the version of",
+            VersionText(m_tVersion), CountText(m_Saved.files, "file"), m_Progress.Summary());
+        Say("Not saved, as always: owners, access lists{}{}.",
+            m_uiWithStreams == 0 ? "" : ", the alternate streams of " + CountText(m_uiWithStreams, "file"),
+            m_uiEncrypted == 0 ? "" : ", the encryption of " + CountText(m_uiEncrypted, "file"));
+        if (m_bStopped)
+            return ExitCode::Stopped;
+        if (m_bVerify)
+            Verify();
+        if (m_Saved.problems == 0)
+            return ExitCode::Done;
+        Complain("BUT not everything was saved as it is, see above: {}.", m_Saved.problems);
+        return ExitCode::DoneWithProblems;
     }
 
+private:
     // Throws when the version is not complete; not when the user stopped it.
     void Write()
     {
@@ -88,22 +106,16 @@ public:
         }
     }
 
-    std::time_t Version() const { return m_tVersion; }
-    bool Stopped() const { return m_bStopped; }
-    std::uint64_t Problems() const { return m_Saved.problems; }
-
-    std::string Summary() const
+    void Verify()
     {
-        std::string sText = fmt::format("{}, {}.\nNot saved, as always: owners, access lists",
-                                        CountText(m_Saved.files, "file"), m_Progress.Summary());
-        if (m_uiWithStreams != 0)
-            sText += ", the alternate streams of " + CountText(m_uiWithStreams, "file");
-        if (m_uiEncrypted != 0)
-            sText += ", the encryption of " + CountText(m_uiEncrypted, "file");
-        return sText + '.';
+        const auto Compare = [&] {
+            m_Server.Open(m_tVersion);
+            return ReadVersion(m_Server, LookAt(m_Server), {}, nullptr);
+        };
+        if (Phase(ExitCode::DataDiffers, "", Compare) != ExitCode::Done)
+            throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
     }
 
-private:
     std::uint32_t Area() const { return AreaOf(m_uiObject); }
 
     void WriteObject(const std::string& sLines)
@@ -121,6 +133,12 @@ private:
         WriteObject(ToLine(m_Saved) + m_sEntries);
     }
 
+    bool HasRoomFor(const Entry& What) const
+    {
+        return m_Archive->Size() == 0 ||
+               (m_Archive->Size() + What.size <= m_uiAreaSize && m_sEntries.size() < MAX_RECORD_SIZE / 2);
+    }
+
     void WriteArea()
     {
         if (Area() > MAX_AREAS)
@@ -133,8 +151,7 @@ private:
         m_Archive.emplace(m_Server.Drive());
         try
         {
-            while (m_Next &&
-                   (m_Archive->Size() == 0 || m_Archive->Size() + m_Next->What.size <= m_uiAreaSize))
+            while (m_Next && HasRoomFor(m_Next->What))
             {
                 DiskEntry Found = std::move(*m_Next);
                 m_Next = m_Tree.Next();
@@ -258,6 +275,7 @@ private:
     Session& m_Server;
     std::vector<std::string> m_Paths;
     std::uint64_t m_uiAreaSize;
+    bool m_bVerify;
     SourceTree m_Tree;
     std::optional<DiskEntry> m_Next;
     Head m_Expected;
@@ -279,22 +297,5 @@ private:
 
 ExitCode RunBackup(Session& Server, const BackupOrder& Order, SourceTree Tree)
 {
-    Backup Job(Server, Order, std::move(Tree));
-    Say("Backing up {}, to {}.", Job.Expected(), Describe(Server.Target()));
-    Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
-          [&] { Job.Write(); });
-    Say("{} {}: {}", Job.Stopped() ? "STOPPED, the version is INCOMPLETE:" : "Backed up as the version of",
-        VersionText(Job.Version()), Job.Summary());
-    if (Job.Stopped())
-        return ExitCode::Stopped;
-    const auto Compare = [&] {
-        Server.Open(Job.Version());
-        return ReadVersion(Server, LookAt(Server), {}, nullptr);
-    };
-    if (Order.bVerify && Phase(ExitCode::DataDiffers, "", Compare) != ExitCode::Done)
-        throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
-    if (Job.Problems() == 0)
-        return ExitCode::Done;
-    Complain("BUT not everything was saved as it is, see above: {}.", Job.Problems());
-    return ExitCode::DoneWithProblems;
+    return Backup(Server, Order, std::move(Tree)).Run();
 }

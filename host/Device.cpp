@@ -37,7 +37,25 @@ std::time_t ToTime(const ZDV_VERSION_DATE& Date)
 
 } // namespace
 
-Device::Device() : m_hLibrary(Load(), FreeLibrary) { Check(m_pOpen(&m_Handle), "opening the device"); }
+Device::Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion)
+    : m_hLibrary(Load(), FreeLibrary)
+{
+    constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
+    Check(m_pOpen(&m_Handle), "opening the device");
+    const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
+    const std::pair<std::int32_t, std::wstring> OPTIONS[] = {{ZDV_FTP_SERVERNAME, FromUtf8(Target.sName)},
+                                                             {ZDV_FTP_PORT, std::to_wstring(Target.uiPort)},
+                                                             {ZDV_FTP_ROOT, FromUtf8(Target.sRoot)},
+                                                             {ZDV_FTP_USERNAME, FromUtf8(Target.sUser)},
+                                                             {ZDV_FTP_PASSWORD, sPassword}};
+    for (const auto& [iKey, sValue] : OPTIONS)
+        Check(m_pSetDeviceOptionsW(m_Handle, iKey, sValue.c_str()), "setting an option");
+    Check(m_pSetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(), static_cast<std::uint32_t>(sTime.size())),
+          "choosing a version");
+    const ZDV_STATUS uiStatus = m_pUtility(m_Handle, ZDV_U_MAKE_UNIT_READY);
+    if (LastErrorCode() != NO_SUCH_VERSION)
+        Check(uiStatus, "making the unit ready");
+}
 
 Device::~Device() { m_pClose(m_Handle); }
 
@@ -80,13 +98,6 @@ void Device::CheckTransfer(const char* pAction) const
     Check(LastErrorCode() == 0 ? ZDV_SUCCESS : ZDV_DEVICE_ERROR, pAction);
 }
 
-void Device::SetOption(std::int32_t iKey, const std::wstring& sValue)
-{
-    Check(m_pSetDeviceOptionsW(m_Handle, iKey, sValue.c_str()), "setting an option");
-}
-
-void Device::MakeReady() { Check(m_pUtility(m_Handle, ZDV_U_MAKE_UNIT_READY), "making the unit ready"); }
-
 std::vector<std::time_t> Device::Versions() const
 {
     ZDV_LIST List{};
@@ -97,13 +108,6 @@ std::vector<std::time_t> Device::Versions() const
         Dates.push_back(ToTime(pNode->Date));
     Check(uiStatus, "listing the versions");
     return Dates;
-}
-
-void Device::ChooseVersion(std::optional<std::time_t> tVersion)
-{
-    const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
-    Check(m_pSetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(), static_cast<std::uint32_t>(sTime.size())),
-          "choosing a version");
 }
 
 void Device::Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction)

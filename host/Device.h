@@ -24,6 +24,15 @@ struct DeviceError : std::runtime_error
     std::uint32_t uiCode; // a libcurl result or a Windows error number, 0 if unknown
 };
 
+// What the user typed.
+struct Server
+{
+    std::string sName;
+    unsigned uiPort = 21;
+    std::string sRoot;
+    std::string sUser;
+};
+
 using Block = std::vector<std::byte>;
 
 enum class ReadResult
@@ -36,19 +45,15 @@ enum class ReadResult
 class Device
 {
 public:
-    Device(); // loads the module, which lies beside this program
+    // Loads the module, which lies beside this program, and makes the unit ready: with the newest version not later
+    // than this; without one, or when none is as old, with none.
+    Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
     ~Device(); // completes an upload that still runs
 
-    void SetOption(std::int32_t iKey, const std::wstring& sValue);
-    void MakeReady();
-
     // The dates of the versions, oldest first; a version written through this device comes last.
     std::vector<std::time_t> Versions() const;
-
-    // Making ready loads the newest version not later than this; without one, none.
-    void ChooseVersion(std::optional<std::time_t> tVersion);
 
     // Positions. An object that is left is ended, however much of it was read.
     void BeginVersion();                     // the next write starts a new version

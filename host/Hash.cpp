@@ -1,6 +1,5 @@
 #include "host/Hash.h"
 
-#include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <stdexcept>
@@ -41,12 +40,8 @@ Sha256::Sha256() : m_hHash(nullptr, [](void* hHash) { BCryptDestroyHash(hHash); 
 
 void Sha256::Add(std::span<const std::byte> Data)
 {
-    constexpr std::size_t PIECE = std::size_t{1} << 30; // a length has 32 bits
-    for (; !Data.empty(); Data = Data.subspan(std::min(Data.size(), PIECE)))
-    {
-        auto* const pData = const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data())); // not written to
-        Check(BCryptHashData(m_hHash.get(), pData, static_cast<ULONG>(std::min(Data.size(), PIECE)), 0));
-    }
+    auto* const pData = const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data())); // not written to
+    Check(BCryptHashData(m_hHash.get(), pData, static_cast<ULONG>(Data.size()), 0));
 }
 
 std::string Sha256::Finish()

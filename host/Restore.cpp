@@ -17,7 +17,7 @@ public:
     {
     }
 
-    void Run()
+    ExitCode Run()
     {
         if (!m_Tape.Header.Intact())
             Report("the volume header", m_Tape.Header.sProblem);
@@ -34,16 +34,10 @@ public:
             Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(); });
         if (!m_Patterns.empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
             Report("anything", "no name in this backup matches");
-    }
-
-    ExitCode Result() const { return m_uiProblems == 0 ? ExitCode::Done : ExitCode::DataDiffers; }
-
-    std::string Summary() const
-    {
-        return fmt::format("{} {} and {} folders and links, {}{}.",
-                           m_pTarget == nullptr ? "Compared" : "Restored", CountText(m_uiFiles, "file"),
-                           m_uiOthers, m_Progress.Summary(),
-                           m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
+        Say("{} {} and {} folders and links, {}{}.", m_pTarget == nullptr ? "Compared" : "Restored",
+            CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
+            m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
+        return m_uiProblems == 0 ? ExitCode::Done : ExitCode::DataDiffers;
     }
 
 private:
@@ -177,10 +171,7 @@ void ShowEntry(const Entry& What)
 ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns,
                      TargetFolder* pTarget)
 {
-    Restore Job(Server, Tape, Patterns, pTarget);
-    Job.Run();
-    Say("{}", Job.Summary());
-    return Job.Result();
+    return Restore(Server, Tape, Patterns, pTarget).Run();
 }
 
 ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns)

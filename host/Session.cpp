@@ -54,25 +54,9 @@ std::string Explain(const Server& Target, const DeviceError& Error)
 
 void Session::Open(std::optional<std::time_t> tVersion)
 {
-    constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
     m_tVersion = tVersion;
     m_Device.reset(); // unloads the module before it is loaded again
-    m_Device.emplace();
-    m_Device->SetOption(ZDV_FTP_SERVERNAME, FromUtf8(m_Target.sName));
-    m_Device->SetOption(ZDV_FTP_PORT, std::to_wstring(m_Target.uiPort));
-    m_Device->SetOption(ZDV_FTP_ROOT, FromUtf8(m_Target.sRoot));
-    m_Device->SetOption(ZDV_FTP_USERNAME, FromUtf8(m_Target.sUser));
-    m_Device->SetOption(ZDV_FTP_PASSWORD, m_sPassword);
-    m_Device->ChooseVersion(tVersion);
-    try
-    {
-        m_Device->MakeReady();
-    }
-    catch (const DeviceError& Error)
-    {
-        if (Error.uiCode != NO_SUCH_VERSION)
-            throw;
-    }
+    m_Device.emplace(m_Target, m_sPassword, tVersion);
 }
 
 void Session::Reconnect()

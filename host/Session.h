@@ -1,17 +1,9 @@
-// A device at work on one version of one server: what the user typed, and what to tell when it cannot be used.
+// A device at work on one version of one server, and what to tell when it cannot be used.
 #pragma once
 
 #include "host/Console.h"
 #include "host/Device.h"
 #include "host/Errors.h"
-
-struct Server
-{
-    std::string sName;
-    unsigned uiPort = 21;
-    std::string sRoot;
-    std::string sUser;
-};
 
 inline constexpr std::uint32_t LOGIN_DENIED = 67; // libcurl's
 

@@ -61,8 +61,10 @@ std::optional<DiskEntry> SourceTree::Next()
     Entry& What = Found.What;
     try
     {
-        // A name that no restore could give back is refused.
-        if (!Found.sFile.ends_with(RelativePath(What.path)) && !Found.sFile.ends_with(L'\\'))
+        const std::wstring sPath =
+            RelativePath(What.path); // throws for a name that no restore could give back
+        if (!Found.sFile.ends_with(L'\\') &&
+            !Found.sFile.ends_with(sPath.substr(sPath.find_last_of(L'\\') + 1)))
             throw FileError(Found.sFile, "has a name that is not Unicode");
         if (What.IsLink())
             What.link = ReadLink(Found.sFile);

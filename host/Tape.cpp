@@ -15,7 +15,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, 
 
 namespace {
 
-constexpr std::size_t MAX_RECORD_SIZE = std::size_t{1} << 30;
 constexpr std::size_t SHIFTED_READ_SIZE = std::size_t{64} << 20;
 
 std::string HashOf(std::string_view sText)

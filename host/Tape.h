@@ -33,6 +33,7 @@
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
 inline constexpr std::uint32_t LAST_OBJECT = 0;
 inline constexpr std::uint32_t MAX_AREAS = 332; // an object's number has three digits
+inline constexpr std::size_t MAX_RECORD_SIZE = std::size_t{1} << 30;
 
 constexpr std::uint32_t HeaderObject(std::uint32_t uiArea) { return 3 * uiArea - 1; }
 constexpr std::uint32_t AreaOf(std::uint32_t uiObject) { return (uiObject + 1) / 3; }

@@ -7,23 +7,6 @@
 
 namespace {
 
-// A version is named by the second in which it is begun: two of the same second would be one.
-void WaitForUnusedSecond(const std::vector<std::time_t>& Versions)
-{
-    constexpr DWORD INTERVAL_MS = 20;
-    while (std::ranges::find(Versions, std::time(nullptr)) != Versions.end())
-        Sleep(INTERVAL_MS);
-}
-
-void WarnOfLaterVersions(const std::vector<std::time_t>& Versions)
-{
-    if (!Versions.empty() && Versions.back() > std::time(nullptr))
-        Complain(
-            "Note: the newest backup on the server, of {}, lies in the future by this computer's clock, and "
-            "stays the newest.",
-            VersionText(Versions.back()));
-}
-
 std::vector<std::time_t> ListVersions(Session& Server)
 {
     std::vector<std::time_t> Versions = Server.Drive().Versions();
@@ -62,9 +45,16 @@ std::time_t BeginVersion(Session& Server, Head Header)
 {
     return Server.Patiently([&] {
         Device& Drive = Server.Drive();
-        WarnOfLaterVersions(Drive.Versions());
-        WaitForUnusedSecond(Drive.Versions());
-        const std::time_t tNow = std::time(nullptr);
+        const std::vector<std::time_t> Versions = Drive.Versions();
+        std::time_t tNow = std::time(nullptr);
+        if (!Versions.empty() && Versions.back() > tNow)
+            Complain(
+                "Note: the newest backup on the server, of {}, lies in the future by this computer's clock, "
+                "and stays the newest.",
+                VersionText(Versions.back()));
+        // A version is named by the second in which it is begun: two of the same second would be one.
+        for (; std::ranges::find(Versions, tNow) != Versions.end(); tNow = std::time(nullptr))
+            Pause(1);
         Header.format = 1;
         Header.program = PROGRAM;
         Header.computer = ComputerName();
