@@ -28,9 +28,9 @@ bool HasStreams(const std::wstring& sFile)
 class Backup
 {
 public:
-    Backup(Session& Server, const BackupOrder& Order, SourceTree Tree)
-        : m_Server(Server), m_Paths(Order.Paths), m_uiAreaSize(Order.uiAreaSize << 20),
-          m_Tree(std::move(Tree))
+    Backup(Session& Server, const CommandLine& Given, SourceTree Tree)
+        : m_Server(Server), m_Paths(Given.Paths), m_uiAreaSize(Given.uiAreaSize << 20),
+          m_bVerify(Given.bVerify), m_Tree(std::move(Tree))
     {
         constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
         if (fmt::format("{}", fmt::join(m_Paths, "   ")).size() > MAX_PATHS_SIZE)
@@ -295,7 +295,7 @@ private:
 
 } // namespace
 
-ExitCode RunBackup(Session& Server, const BackupOrder& Order, SourceTree Tree)
+ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree)
 {
-    return Backup(Server, Order, std::move(Tree)).Run();
+    return Backup(Server, Given, std::move(Tree)).Run();
 }

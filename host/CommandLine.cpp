@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 
+#include "host/Errors.h"
 #include "host/Versions.h"
 
 #include <CLI/CLI.hpp>
@@ -72,7 +73,7 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
            "second, complete or not; the newest complete one if left out")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
-        Sub.add_option("PATTERN", Given.Patterns, "what is wanted; all if left out");
+        Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");
     return Sub;
 }
 
@@ -83,15 +84,14 @@ void AddCommands(CLI::App& App, CommandLine& Given)
                   "also write a version of one block, find it again and read it back");
     CLI::App& Backup = AddCommand(App, Command::Backup, "backup",
                                   "write files, folders and drives to the server as a new backup", Given);
-    Backup.add_option("--exclude", Given.Order.Excluded, "patterns of what to leave out")
-        ->allow_extra_args(false);
-    Backup.add_flag("--verify", Given.Order.bVerify, "read the backup back and compare");
+    Backup.add_option("--exclude", Given.Excluded, "patterns of what to leave out")->allow_extra_args(false);
+    Backup.add_flag("--verify", Given.bVerify, "read the backup back and compare");
     Backup
-        .add_option("--area-size", Given.Order.uiAreaSize,
+        .add_option("--area-size", Given.uiAreaSize,
                     "MiB that a broken connection costs at most, but for larger files")
         ->check(CLI::Range(std::uint64_t{1}, MAX_AREA_MIB))
         ->capture_default_str();
-    Backup.add_option("PATH", Given.Order.Paths, "files, and folders and drives with all that is in them")
+    Backup.add_option("PATH", Given.Paths, "files, and folders and drives with all that is in them")
         ->required();
     AddCommand(App, Command::Versions, "versions",
                "list the backups, oldest first, and whether they are complete", Given);

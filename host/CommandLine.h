@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Backup.h"
+#include "host/Device.h"
 
 enum class Command
 {
@@ -17,8 +17,10 @@ struct CommandLine
     Command enCommand = Command::Check;
     std::string sPasswordFile;
     Server Target;
-    BackupOrder Order;
-    std::vector<std::string> Patterns; // of what is wanted
+    std::vector<std::string> Paths; // to back up; or patterns of what is wanted
+    std::vector<std::string> Excluded;
+    std::uint64_t uiAreaSize = 2048; // MiB
+    bool bVerify = false;
     bool bWrite = false;
     std::string sFolder;
     bool bReplace = false;

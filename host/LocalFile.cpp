@@ -65,12 +65,7 @@ DiskEntry ToEntry(const std::wstring& sFile, const WIN32_FIND_DATAW& Data)
     return Found;
 }
 
-struct CloseFind
-{
-    using pointer = HANDLE;
-    void operator()(HANDLE hFind) const { FindClose(hFind); }
-};
-using FindHandle = std::unique_ptr<void, CloseFind>; // invalid is not null: FindClose refuses it
+using FindHandle = std::unique_ptr<void, decltype(&FindClose)>; // invalid is not null: FindClose refuses it
 
 constexpr std::wstring_view NT_PREFIX = LR"(\??\)";
 
@@ -133,14 +128,14 @@ Entry FactsOf(HANDLE hFile, const std::wstring& sPath)
 std::optional<DiskEntry> FindEntry(const std::wstring& sPath)
 {
     WIN32_FIND_DATAW Data{};
-    const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data));
+    const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data), FindClose);
     return Find.get() == INVALID_HANDLE_VALUE ? std::nullopt : std::optional(ToEntry(sPath, Data));
 }
 
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder)
 {
     WIN32_FIND_DATAW Data{};
-    const FindHandle Find(FindFirstFileW(PathIn(sFolder, L"*").c_str(), &Data));
+    const FindHandle Find(FindFirstFileW(PathIn(sFolder, L"*").c_str(), &Data), FindClose);
     if (Find.get() == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_NOT_FOUND)
         return {}; // the root of an empty drive: other folders hold at least "."
     if (Find.get() == INVALID_HANDLE_VALUE)

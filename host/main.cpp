@@ -24,13 +24,14 @@ ExitCode Read(Session& Server, const CommandLine& Given)
 {
     const ChosenVersion Chosen = OpenVersion(Server, Given.tAt);
     if (Given.enCommand == Command::List)
-        return ShowList(Server, Chosen.Tape, Given.Patterns);
+        return ShowList(Server, Chosen.Tape, Given.Paths);
     std::optional<TargetFolder> Target;
     if (Given.enCommand == Command::Restore)
-        Target.emplace(FromUtf8(Given.sFolder), Given.bReplace);
+        Phase(ExitCode::LocalFile,
+              "Nothing was written: ", [&] { Target.emplace(FromUtf8(Given.sFolder), Given.bReplace); });
     Say("Reading {}  {}{}", VersionText(Chosen.tVersion), StateText(Chosen.Tape),
         Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
-    return ReadVersion(Server, Chosen.Tape, Given.Patterns, Target ? &*Target : nullptr);
+    return ReadVersion(Server, Chosen.Tape, Given.Paths, Target ? &*Target : nullptr);
 }
 
 // The module's pipes are the machine's, and a backup reads, too: whoever reads beside it, be it the versions
@@ -96,7 +97,7 @@ ExitCode Run(const CommandLine& Given)
     std::optional<SourceTree> Tree;
     if (Given.enCommand == Command::Backup)
         Phase(ExitCode::LocalFile,
-              "Nothing was written: ", [&] { Tree.emplace(Given.Order.Paths, Given.Order.Excluded); });
+              "Nothing was written: ", [&] { Tree.emplace(Given.Paths, Given.Excluded); });
     Session Server(Given.Target);
     Connect(Server, Given.sPasswordFile);
     switch (Given.enCommand)
@@ -104,7 +105,7 @@ ExitCode Run(const CommandLine& Given)
     case Command::Check:
         return Phase(ExitCode::NotReady, "", [&] { return Check(Server, Given.bWrite); });
     case Command::Backup:
-        return RunBackup(Server, Given.Order, *std::move(Tree));
+        return RunBackup(Server, Given, *std::move(Tree));
     case Command::Versions:
         return Phase(ExitCode::DataDiffers, "", [&] { return ShowVersions(Server); });
     default:

@@ -210,11 +210,12 @@ class HostTest(unittest.TestCase):
         (self.folder / "other/source").mkdir(parents=True)
         for path, complaint in ((self.folder / "missing", "missing"), (self.folder / "other/source", "the same name")):
             self.assertIn(complaint, self.backup(windows_path(path), code=LOCAL_FILE))
+        self.assertIn("is no folder", self.run_host(LOCAL_FILE, "restore", "--into", windows_path(single)))
         self.assertEqual(len(list((STORE / self.root).iterdir())), 1)
 
     def test_existing_files_are_kept_unless_told_otherwise(self):
         path = self.write("file", b"saved")
-        self.backup()
+        self.assertNotIn("Compared", self.backup())
         path.write_bytes(b"changed")
         path.chmod(0o444)
         other = self.write("other", b"other")

@@ -54,11 +54,3 @@ TEST(Connection, NormalisesTheRoot)
         EXPECT_EQ(Device->m_sRoot, sNormalised);
     }
 }
-
-TEST(Utility, KnowsTwoCategories)
-{
-    const OpenDevice Device;
-    EXPECT_EQ(ZDV_Utility(Device, ZDV_U_CHECK_DEVICE_STATUS), ZDV_SUCCESS);
-    for (const std::uint32_t uiUnknown : {2u, 3u, 4u, 5u, 7u})
-        EXPECT_EQ(ZDV_Utility(Device, uiUnknown), 0x40000002) << uiUnknown;
-}

@@ -116,20 +116,6 @@ TEST(Property, AnswersForAVirtualTape)
     }
 }
 
-TEST(Property, StoresTheReserveAlone)
-{
-    const OpenDevice Device;
-    for (const std::uint32_t uiRefused : {1u, 2u, 13u, 100u, 101u, 106u})
-        EXPECT_EQ(ZDV_SetProperty(Device, uiRefused, 512), UNKNOWN) << uiRefused;
-    for (const std::uint32_t uiIgnored : {0u, 105u})
-        EXPECT_EQ(ZDV_SetProperty(Device, uiIgnored, 512), ZDV_SUCCESS) << uiIgnored;
-    EXPECT_EQ(Device->m_uiReserveBlocks + Device->m_tBackupTime, 0);
-    EXPECT_EQ(ZDV_SetProperty(Device, ZDV_P_RESERVE_BLOCKS, 12), ZDV_SUCCESS);
-    std::uint32_t uiValue = 0;
-    EXPECT_EQ(ZDV_GetProperty(Device, ZDV_P_RESERVE_BLOCKS, &uiValue), ZDV_SUCCESS);
-    EXPECT_EQ(uiValue, 12u);
-}
-
 namespace {
 
 class HostList : public testing::Test
