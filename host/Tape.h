@@ -9,7 +9,8 @@
 // is an area of its own), and filled up to whole blocks as tar does. It is written as the disk is read.
 //
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
-// which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block.
+// which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that
+// are 0 or empty are left out.
 //   "volume"    format, program, computer, started (local time), zone (minutes east of UTC), paths, and what the
 //               backup is expected to hold: files, bytes, areas
 //   "area"      area (its number), paths
