@@ -85,7 +85,7 @@ void Device::Check(ZDV_STATUS uiStatus, const char* pAction) const
     if (sReason.starts_with(PREFIX))
         sReason.erase(0, PREFIX.size());
     if (sReason.empty())
-        sReason = fmt::format("the module answers {:#010X}", uiStatus);
+        sReason = fmt::format("the module answers 0x{:08X}", uiStatus);
     const std::uint32_t uiCode = LastErrorCode();
     if (uiCode != 0)
         sReason += fmt::format(" (code {})", uiCode);
