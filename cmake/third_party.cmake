@@ -13,11 +13,12 @@ endif()
 # A folder that holds these headers and none of the build machine's own.
 set(debian_include ${PROJECT_BINARY_DIR}/debian)
 file(MAKE_DIRECTORY ${debian_include})
-foreach(headers CLI nlohmann)
+foreach(headers CLI fmt nlohmann)
     file(CREATE_LINK /usr/include/${headers} ${debian_include}/${headers} SYMBOLIC)
 endforeach()
 add_library(debian_headers INTERFACE IMPORTED)
 target_include_directories(debian_headers INTERFACE ${debian_include})
+target_compile_definitions(debian_headers INTERFACE FMT_HEADER_ONLY)
 
 # CMake's own search finds no static libarchive without the libraries it does not use here.
 find_path(libarchive_include archive.h REQUIRED)

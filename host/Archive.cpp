@@ -1,6 +1,5 @@
 #include "host/Archive.h"
 
-#include <archive.h>
 #include <archive_entry.h>
 
 namespace {
@@ -9,12 +8,15 @@ constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
 constexpr std::uint64_t MAX_SHIFTED_SIZE = std::uint64_t{3} << 30; // one call asks for less than 4 GiB
 constexpr int NS_PER_TICK = 100;
 
-void Fill(archive_entry* pEntry, const Entry& What)
+using EntryHandle = std::unique_ptr<archive_entry, decltype(&archive_entry_free)>;
+
+EntryHandle ToArchive(const Entry& What)
 {
     const auto Nanoseconds = [](std::int64_t iTicks) {
         return static_cast<long>(iTicks % TICKS_PER_SECOND * NS_PER_TICK);
     };
-    archive_entry_clear(pEntry);
+    EntryHandle Filled(archive_entry_new(), archive_entry_free);
+    archive_entry* const pEntry = Filled.get();
     archive_entry_set_pathname(pEntry, What.path.c_str());
     archive_entry_set_mtime(pEntry, What.mtime / TICKS_PER_SECOND, Nanoseconds(What.mtime));
     archive_entry_set_birthtime(pEntry, What.created / TICKS_PER_SECOND, Nanoseconds(What.created));
@@ -22,14 +24,16 @@ void Fill(archive_entry* pEntry, const Entry& What)
     archive_entry_set_perm(pEntry, What.type == "folder" ? 0755 : 0644);
     archive_entry_set_size(pEntry, static_cast<la_int64_t>(What.size));
     archive_entry_set_filetype(pEntry, What.type == "file" ? AE_IFREG : What.IsLink() ? AE_IFLNK : AE_IFDIR);
-    if (!What.IsLink())
-        return;
-    archive_entry_set_symlink(pEntry, What.link.c_str());
-    archive_entry_set_symlink_type(pEntry,
-                                   What.type == "link" ? AE_SYMLINK_TYPE_FILE : AE_SYMLINK_TYPE_DIRECTORY);
+    if (What.IsLink())
+    {
+        const bool bFile = What.type == "link";
+        archive_entry_set_symlink(pEntry, What.link.c_str());
+        archive_entry_set_symlink_type(pEntry, bFile ? AE_SYMLINK_TYPE_FILE : AE_SYMLINK_TYPE_DIRECTORY);
+    }
+    return Filled;
 }
 
-Entry Understood(archive_entry* pEntry)
+Entry FromArchive(archive_entry* pEntry)
 {
     const auto Text = [](const char* pText) { return std::string(pText == nullptr ? "" : pText); };
     Entry What{.path = Text(archive_entry_pathname(pEntry)),
@@ -62,12 +66,6 @@ Entry Understood(archive_entry* pEntry)
     return What;
 }
 
-std::string ErrorText(archive* pArchive)
-{
-    const char* const pText = archive_error_string(pArchive);
-    return pText == nullptr ? "no reason is given" : pText;
-}
-
 // libarchive is C: exceptions wait until it has returned.
 template <typename Action> la_ssize_t Guarded(std::exception_ptr& pError, Action action)
 {
@@ -82,13 +80,24 @@ template <typename Action> la_ssize_t Guarded(std::exception_ptr& pError, Action
     }
 }
 
+// pError: what its callback threw.
+void CheckResult(archive* pArchive, la_ssize_t iResult, const std::exception_ptr& pError)
+{
+    if (pError)
+        std::rethrow_exception(pError);
+    const char* const pText = archive_error_string(pArchive);
+    if (iResult < ARCHIVE_WARN)
+        throw TapeError(fmt::format("archive: {}", pText ? pText : "no reason is given"));
+}
+
 } // namespace
 
-void FreeArchive::operator()(archive* pArchive) const { archive_free(pArchive); }
-void FreeArchive::operator()(archive_entry* pEntry) const { archive_entry_free(pEntry); }
-
+// An archive that is dropped is not completed: that would write.
 ArchiveWriter::ArchiveWriter(Device& Drive)
-    : m_Drive(Drive), m_Archive(archive_write_new()), m_Entry(archive_entry_new())
+    : m_Drive(Drive), m_Archive(archive_write_new(), [](archive* pArchive) {
+          archive_write_fail(pArchive);
+          return archive_write_free(pArchive);
+      })
 {
     Check(archive_write_set_format_pax(m_Archive.get()));
     Check(archive_write_set_bytes_per_block(m_Archive.get(), 0)); // what it buffered would be lost in CutOff
@@ -102,36 +111,20 @@ ArchiveWriter::ArchiveWriter(Device& Drive)
     Check(archive_write_open(m_Archive.get(), this, nullptr, OnWrite, nullptr));
 }
 
-ArchiveWriter::~ArchiveWriter() { archive_write_fail(m_Archive.get()); }
-
-void ArchiveWriter::Check(int iResult)
-{
-    if (m_pError)
-        std::rethrow_exception(m_pError);
-    if (iResult < ARCHIVE_WARN)
-        throw std::runtime_error("archiving: " + ErrorText(m_Archive.get()));
-}
+void ArchiveWriter::Check(la_ssize_t iResult) { CheckResult(m_Archive.get(), iResult, m_pError); }
 
 void ArchiveWriter::Take(std::span<const std::byte> Data)
 {
-    while (!Data.empty())
-    {
-        const std::size_t uiRoom = std::min(PIECE_SIZE - m_Buffer.size(), Data.size());
-        m_Buffer.insert(m_Buffer.end(), Data.begin(), Data.begin() + static_cast<std::ptrdiff_t>(uiRoom));
-        Data = Data.subspan(uiRoom);
-        if (m_Buffer.size() == PIECE_SIZE)
-            Flush();
-    }
+    m_Buffer.insert(m_Buffer.end(), Data.begin(), Data.end());
+    if (m_Buffer.size() >= PIECE_SIZE)
+        Flush(m_Buffer.size() / ZDV_BLOCK_SIZE * ZDV_BLOCK_SIZE);
 }
 
-void ArchiveWriter::Flush()
+void ArchiveWriter::Flush(std::size_t uiSize)
 {
-    if (m_Buffer.empty())
-        return;
-    m_Buffer.resize((m_Buffer.size() + ZDV_BLOCK_SIZE - 1) / ZDV_BLOCK_SIZE * ZDV_BLOCK_SIZE);
-    m_Drive.Write(m_Buffer);
-    m_uiFlushed += m_Buffer.size();
-    m_Buffer.clear();
+    m_Drive.Write(std::span(m_Buffer).first(uiSize));
+    m_uiFlushed += uiSize;
+    m_Buffer.erase(m_Buffer.begin(), m_Buffer.begin() + static_cast<std::ptrdiff_t>(uiSize));
 }
 
 std::uint64_t ArchiveWriter::Size() const
@@ -141,13 +134,12 @@ std::uint64_t ArchiveWriter::Size() const
 
 void ArchiveWriter::Begin(const Entry& What)
 {
-    Fill(m_Entry.get(), What);
-    Check(archive_write_header(m_Archive.get(), m_Entry.get()));
+    Check(archive_write_header(m_Archive.get(), ToArchive(What).get()));
 }
 
 void ArchiveWriter::Write(std::span<const std::byte> Data)
 {
-    Check(static_cast<int>(archive_write_data(m_Archive.get(), Data.data(), Data.size())));
+    Check(archive_write_data(m_Archive.get(), Data.data(), Data.size()));
 }
 
 void ArchiveWriter::End() { Check(archive_write_finish_entry(m_Archive.get())); }
@@ -155,40 +147,50 @@ void ArchiveWriter::End() { Check(archive_write_finish_entry(m_Archive.get())); 
 void ArchiveWriter::Close()
 {
     Check(archive_write_close(m_Archive.get()));
-    Flush();
-    m_Drive.WriteFilemark();
+    CutOff();
 }
 
 void ArchiveWriter::CutOff()
 {
-    Flush();
+    m_Buffer.resize((m_Buffer.size() + ZDV_BLOCK_SIZE - 1) / ZDV_BLOCK_SIZE * ZDV_BLOCK_SIZE);
+    if (!m_Buffer.empty())
+        Flush(m_Buffer.size());
     m_Drive.WriteFilemark();
+}
+
+ArchiveReader::ArchiveReader(Session& Server, const Area& From)
+    : m_Server(Server), m_Area(From), m_Archive(nullptr, archive_read_free)
+{
 }
 
 void ArchiveReader::Open()
 {
     std::uint64_t uiSize = ZDV_BLOCK_SIZE;
-    if (IsHeader(m_Area.uiDataPosition))
+    if (m_Area.uiData == 0)
+        throw UnreadableObject("its data is missing");
+    if (IsHeader(m_Area.uiData))
     {
         // An object before it is missing. The module reads what stands in a header's place with one call.
-        uiSize = m_Area.Manifest.Number("data");
+        uiSize = m_Area.Manifest.First.data;
         if (uiSize == 0 || uiSize > MAX_SHIFTED_SIZE)
-            throw TapeError(
+            throw UnreadableObject(
                 "an object before it is missing, so it cannot be read; put an empty file in its place");
     }
     m_Block.resize(uiSize);
     m_uiBlockStart = 0;
     m_uiBlockSize = 0;
     m_bEnded = false;
-    m_Server.Drive().MoveBefore(m_Area.uiDataPosition);
+    m_Server.Drive().MoveBefore(m_Area.uiData);
     m_bOpen = true;
 }
 
-void ArchiveReader::Seek(std::uint64_t uiOffset)
+void ArchiveReader::Check(la_ssize_t iResult) const { CheckResult(m_Archive.get(), iResult, m_pError); }
+
+std::optional<Entry> ArchiveReader::Find(std::uint64_t uiOffset)
 {
     if (!m_bOpen || uiOffset < m_uiBlockStart)
         Open();
-    m_uiNext = m_uiBase = uiOffset;
+    m_uiNext = uiOffset;
     m_pError = nullptr;
     m_Archive.reset(archive_read_new());
     archive_read_support_format_tar(m_Archive.get());
@@ -200,8 +202,25 @@ void ArchiveReader::Seek(std::uint64_t uiOffset)
             return Piece.size();
         });
     };
-    if (archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr) != ARCHIVE_OK)
-        Fail();
+    Check(archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr));
+    archive_entry* pEntry = nullptr;
+    const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
+    if (iResult == ARCHIVE_EOF)
+        return std::nullopt;
+    Check(iResult);
+    Entry What = FromArchive(pEntry);
+    What.offset = uiOffset;
+    constexpr std::uint64_t RECORD_SIZE = 512;
+    const auto uiHeaders = static_cast<std::uint64_t>(archive_filter_bytes(m_Archive.get(), 0));
+    m_uiBehind = uiOffset + uiHeaders + (What.size + RECORD_SIZE - 1) / RECORD_SIZE * RECORD_SIZE;
+    return What;
+}
+
+std::size_t ArchiveReader::Read(std::span<std::byte> Into)
+{
+    const la_ssize_t iRead = archive_read_data(m_Archive.get(), Into.data(), Into.size());
+    Check(iRead);
+    return static_cast<std::size_t>(iRead);
 }
 
 std::span<const std::byte> ArchiveReader::NextPiece()
@@ -221,32 +240,4 @@ std::span<const std::byte> ArchiveReader::NextPiece()
         std::span(m_Block).subspan(static_cast<std::size_t>(m_uiNext - m_uiBlockStart));
     m_uiNext += Piece.size();
     return Piece;
-}
-
-void ArchiveReader::Fail() const
-{
-    if (m_pError)
-        std::rethrow_exception(m_pError);
-    throw TapeError("the archive is damaged: " + ErrorText(m_Archive.get()));
-}
-
-std::optional<Entry> ArchiveReader::Next()
-{
-    archive_entry* pEntry = nullptr;
-    const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
-    if (iResult == ARCHIVE_EOF)
-        return std::nullopt;
-    if (iResult < ARCHIVE_WARN)
-        Fail();
-    Entry What = Understood(pEntry);
-    What.offset = m_uiBase + static_cast<std::uint64_t>(archive_read_header_position(m_Archive.get()));
-    return What;
-}
-
-std::size_t ArchiveReader::Read(std::span<std::byte> Into)
-{
-    const la_ssize_t iRead = archive_read_data(m_Archive.get(), Into.data(), Into.size());
-    if (iRead < 0)
-        Fail();
-    return static_cast<std::size_t>(iRead);
 }

@@ -3,18 +3,10 @@
 
 #include "host/Tape.h"
 
+#include <archive.h>
 #include <exception>
 
-struct archive;
-struct archive_entry;
-
-struct FreeArchive
-{
-    void operator()(archive* pArchive) const;
-    void operator()(archive_entry* pEntry) const;
-};
-using ArchiveHandle = std::unique_ptr<archive, FreeArchive>;
-using EntryHandle = std::unique_ptr<archive_entry, FreeArchive>;
+using ArchiveHandle = std::unique_ptr<archive, int (*)(archive*)>;
 
 class ArchiveWriter
 {
@@ -22,7 +14,6 @@ public:
     explicit ArchiveWriter(Device& Drive);
     ArchiveWriter(const ArchiveWriter&) = delete;
     ArchiveWriter& operator=(const ArchiveWriter&) = delete;
-    ~ArchiveWriter();
 
     std::uint64_t Size() const; // of the archive so far
     std::uint64_t ObjectSize() const { return m_uiFlushed; }
@@ -34,35 +25,33 @@ public:
     void CutOff();                               // the object, in the middle of an entry
 
 private:
-    void Check(int iResult);
+    void Check(la_ssize_t iResult);
     void Take(std::span<const std::byte> Data);
-    void Flush();
+    void Flush(std::size_t uiSize);
 
     Device& m_Drive;
     Block m_Buffer;
     std::uint64_t m_uiFlushed = 0;
     std::exception_ptr m_pError;
     ArchiveHandle m_Archive;
-    EntryHandle m_Entry;
 };
 
 class ArchiveReader
 {
 public:
-    ArchiveReader(Session& Server, const Area& From) : m_Server(Server), m_Area(From) {}
+    ArchiveReader(Session& Server, const Area& From);
 
-    // The next entry is the one that begins at this offset. From the block that was read last on nothing is
-    // downloaded again.
-    void Seek(std::uint64_t uiOffset);
-
-    // Both throw a TapeError for what is no archive, after which Seek goes on behind it.
-    std::optional<Entry> Next();
+    // The entry that begins at this offset. From the block that was read last on nothing is downloaded again. This
+    // and the next throw a TapeError for what is no archive.
+    std::optional<Entry> Find(std::uint64_t uiOffset);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
+
+    std::uint64_t Behind() const { return m_uiBehind; } // the offset of what follows the entry
 
 private:
     std::span<const std::byte> NextPiece();
     void Open();
-    [[noreturn]] void Fail() const;
+    void Check(la_ssize_t iResult) const;
 
     Session& m_Server;
     const Area& m_Area;
@@ -72,7 +61,7 @@ private:
     std::uint64_t m_uiBlockStart = 0;
     std::size_t m_uiBlockSize = 0;
     std::uint64_t m_uiNext = 0; // offset of what libarchive gets next
-    std::uint64_t m_uiBase = 0; // offset at which it began
+    std::uint64_t m_uiBehind = 0;
     std::exception_ptr m_pError;
     ArchiveHandle m_Archive;
 };

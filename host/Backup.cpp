@@ -1,9 +1,12 @@
 #include "host/Backup.h"
 
+#include "host/Archive.h"
 #include "host/Hash.h"
+#include "host/Restore.h"
 #include "host/Versions.h"
 
 #include <algorithm>
+#include <set>
 
 namespace {
 
@@ -22,224 +25,277 @@ bool HasStreams(const std::wstring& sFile)
     return bMore;
 }
 
-} // namespace
-
-Backup::Backup(Session& Server, const std::vector<std::string>& Paths, SourceTree Tree,
-               std::uint64_t uiAreaSize)
-    : m_Server(Server), m_Paths(Paths), m_uiAreaSize(uiAreaSize), m_Tree(std::move(Tree)), m_sId(RandomId())
+class Backup
 {
-    constexpr std::size_t MAX_PATHS_SIZE = 32768; // a header has one block
-    if (Json(m_Paths).dump().size() > MAX_PATHS_SIZE)
-        m_Paths = {std::to_string(m_Paths.size()) + " paths"};
-    std::uint64_t uiEntries = 0;
-    for (SourceTree Ahead = m_Tree; const std::optional<SourceEntry> Source = Ahead.Next();)
+public:
+    Backup(Session& Server, const CommandLine& Given, SourceTree Tree)
+        : m_Server(Server), m_Paths(Given.Paths), m_uiAreaSize(Given.uiAreaSize << 20),
+          m_bVerify(Given.bVerify), m_Tree(std::move(Tree))
+    {
+        constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
+        if (fmt::format("{}", fmt::join(m_Paths, "   ")).size() > MAX_PATHS_SIZE)
+            m_Paths = {CountText(m_Paths.size(), "path")};
+        std::uint64_t uiEntries = 0;
+        for (SourceTree Ahead = m_Tree; const std::optional<DiskEntry> Found = Ahead.Next(); ++uiEntries)
+        {
+            CheckInterrupt();
+            m_Expected.files += Found->What.type == "file";
+            m_Expected.bytes += Found->What.size;
+        }
+        // Two areas in a row hold more than one area's size.
+        m_uiAreaSize = std::max(m_uiAreaSize,
+                                2 * (m_Expected.bytes + uiEntries * ENTRY_SIZE) / (EXPECTED_AREAS - 1) + 1);
+        m_Progress.SetTotal(m_Expected.bytes);
+        m_Next = m_Tree.Next();
+    }
+
+    ExitCode Run()
+    {
+        Say("Backing up {}, {}, to {}.", CountText(m_Expected.files, "file"), SizeText(m_Expected.bytes),
+            Describe(m_Server.Target()));
+        Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
+              [&] { Write(); });
+        Say("{} {}: {}, {}.",
+            m_bStopped ? "STOPPED, the version is INCOMPLETE:" : "Backed up as the version of",
+            VersionText(m_tVersion), CountText(m_Saved.files, "file"), m_Progress.Summary());
+        Say("Not saved, as always: owners, access lists{}{}.",
+            m_uiWithStreams == 0 ? "" : ", the alternate streams of " + CountText(m_uiWithStreams, "file"),
+            m_uiEncrypted == 0 ? "" : ", the encryption of " + CountText(m_uiEncrypted, "file"));
+        if (m_bStopped)
+            return ExitCode::Stopped;
+        if (m_bVerify)
+            Verify();
+        if (m_Saved.problems == 0)
+            return ExitCode::Done;
+        Complain("BUT not everything was saved as it is, see above: {}.", m_Saved.problems);
+        return ExitCode::DoneWithProblems;
+    }
+
+private:
+    // Throws when the version is not complete; not when the user stopped it.
+    void Write()
+    {
+        m_Expected.zdv = "volume";
+        m_Expected.id = m_Saved.id;
+        m_Expected.paths = m_Paths;
+        m_Expected.areas = static_cast<std::uint32_t>(m_Expected.bytes / m_uiAreaSize) + 1;
+        m_tVersion = BeginVersion(m_Server, m_Expected);
+        m_Server.Drive().MoveToEnd();
+        bool bBroken = false;
+        for (int iFailures = 0; (m_Next || bBroken) && !m_bStopped;)
+        {
+            const auto Before = std::tuple(m_Tree, m_Next, m_Saved);
+            try
+            {
+                if (bBroken)
+                    CloseBrokenArea();
+                WriteArea();
+                bBroken = false;
+                iFailures = 0;
+            }
+            catch (const DeviceError& Error)
+            {
+                m_Archive.reset();
+                if (++iFailures == Session::MAX_TRIES)
+                    throw;
+                Complain("The connection broke: {}.\n  Area {} is written again.", Error.what(), Area());
+                bBroken = true;
+                std::tie(m_Tree, m_Next, m_Saved) = Before;
+                m_Progress.GoBack(m_Saved.bytes);
+            }
+        }
+    }
+
+    void Verify()
+    {
+        const auto Compare = [&] {
+            m_Server.Open(m_tVersion);
+            return ReadVersion(m_Server, LookAt(m_Server), {}, nullptr);
+        };
+        if (Phase(ExitCode::DataDiffers, "", Compare) != ExitCode::Done)
+            throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
+    }
+
+    std::uint32_t Area() const { return AreaOf(m_uiObject); }
+
+    void WriteObject(const std::string& sLines)
+    {
+        WriteRecord(m_Server.Drive(), sLines);
+        ++m_uiObject;
+    }
+
+    void WriteManifest(const char* pState)
+    {
+        m_Saved.state = pState;
+        m_Saved.area = Area();
+        m_Saved.abandoned.assign(m_Abandoned.begin(), m_Abandoned.end());
+        m_Saved.data = m_Archive ? m_Archive->ObjectSize() : 0;
+        WriteObject(ToLine(m_Saved) + m_sEntries);
+    }
+
+    bool HasRoomFor(const Entry& What) const
+    {
+        return m_Archive->Size() == 0 ||
+               (m_Archive->Size() + What.size <= m_uiAreaSize && m_sEntries.size() < MAX_RECORD_SIZE / 2);
+    }
+
+    void WriteArea()
+    {
+        if (Area() > MAX_AREAS)
+            throw std::runtime_error(
+                fmt::format("a backup holds {} areas, and there is more to save: choose a "
+                            "larger --area-size",
+                            MAX_AREAS));
+        m_sEntries.clear();
+        WriteObject(ToLine(Head{.zdv = "area", .id = m_Saved.id, .paths = m_Paths, .area = Area()}));
+        m_Archive.emplace(m_Server.Drive());
+        try
+        {
+            while (m_Next && HasRoomFor(m_Next->What))
+            {
+                DiskEntry Found = std::move(*m_Next);
+                m_Next = m_Tree.Next();
+                WriteEntry(Found);
+            }
+            m_Archive->Close();
+        }
+        catch (const Interrupted&)
+        {
+            m_bStopped = true;
+            m_Archive->CutOff();
+        }
+        ++m_uiObject;
+        WriteManifest(m_bStopped ? "stopped" : m_Next ? "partial" : "complete");
+    }
+
+    void WriteEntry(DiskEntry& Found)
     {
         CheckInterrupt();
-        m_Expected.files += Source->What.type == "file";
-        m_Expected.bytes += Source->What.size;
-        uiEntries += 1;
+        Entry& What = Found.What;
+        m_Progress.Begin(What.path);
+        const FileHandle hFile = Open(Found);
+        if (What.state.empty())
+        {
+            What.offset = m_Archive->Size();
+            m_Archive->Begin(What);
+            if (hFile)
+                WriteData(hFile.get(), Found);
+            m_Archive->End(); // fills up what a damaged file lacks
+            m_Saved.files += What.type == "file";
+            m_Saved.folders += What.type == "folder";
+            m_Saved.links += What.IsLink();
+            m_Saved.bytes += What.size;
+            m_uiEncrypted += Found.bEncrypted;
+            m_uiWithStreams += What.type == "file" && HasStreams(Found.sFile);
+        }
+        if (!What.state.empty())
+        {
+            ++m_Saved.problems;
+            Complain("Not saved as it is ({}): {}: {}", What.state, Quoted(What.path), What.problem);
+        }
+        m_sEntries += ToLine(What);
     }
-    // Two areas in a row hold more than one area's size.
-    m_uiAreaSize =
-        std::max(m_uiAreaSize, 2 * (m_Expected.bytes + uiEntries * ENTRY_SIZE) / (EXPECTED_AREAS - 1) + 1);
-    m_Progress.SetTotal(m_Expected.bytes);
-    m_Next = m_Tree.Next();
-}
 
-void Backup::Write()
-{
-    m_tVersion = BeginVersion(m_Server, {{"zdv", "volume"},
-                                         {"id", m_sId},
-                                         {"paths", m_Paths},
-                                         {"files", m_Expected.files},
-                                         {"bytes", m_Expected.bytes},
-                                         {"areas", m_Expected.bytes / m_uiAreaSize + 1}});
-    m_Server.Drive().MoveToEnd();
-    m_uiObject = HeaderObject(1);
-    int iFailures = 0;
-    do
+    // Nothing for what is no file, or cannot be opened. The folder may know an old size and time.
+    static FileHandle Open(DiskEntry& Found)
     {
-        const SourceTree Tree = m_Tree;
-        const std::optional<SourceEntry> Next = m_Next;
-        const Totals Before = m_Totals;
+        Entry& What = Found.What;
+        if (!What.state.empty() || What.type != "file")
+            return nullptr;
         try
         {
-            if (iFailures != 0)
-                CloseBrokenArea();
-            WriteArea();
-            iFailures = 0;
-        }
-        catch (const DeviceError& Error)
-        {
-            m_Archive.reset();
-            if (++iFailures == Session::MAX_TRIES)
-                throw;
-            Err().WriteLine(std::string("The connection broke: ") + Error.what() + ".\n  Area " +
-                            std::to_string(AreaOf(m_uiObject)) + " is written again.");
-            m_Tree = Tree;
-            m_Next = Next;
-            m_Totals = Before;
-            m_Progress.GoBack(Before.bytes);
-        }
-    } while ((m_Next || iFailures != 0) && !m_bStopped);
-}
-
-void Backup::WriteObject(const std::string& sLines)
-{
-    WriteRecord(m_Server.Drive(), sLines);
-    ++m_uiObject;
-}
-
-void Backup::WriteArea()
-{
-    const std::uint32_t uiArea = AreaOf(m_uiObject);
-    if (uiArea > MAX_AREAS)
-        throw std::runtime_error("a backup holds " + std::to_string(MAX_AREAS) +
-                                 " areas, and there is more to save: choose a larger --area-size");
-    m_sManifest.clear();
-    WriteObject(Json{{"zdv", "area"}, {"id", m_sId}, {"area", uiArea}, {"paths", m_Paths}}.dump() + '\n');
-    m_Archive = std::make_unique<ArchiveWriter>(m_Server.Drive());
-    try
-    {
-        while (m_Next && (m_Archive->Size() == 0 || m_Archive->Size() + m_Next->What.size <= m_uiAreaSize))
-        {
-            SourceEntry Source = std::move(*m_Next);
-            m_Next = m_Tree.Next();
-            WriteEntry(Source);
-        }
-        m_Archive->Close();
-    }
-    catch (const Interrupted&)
-    {
-        m_bStopped = true;
-        m_Archive->CutOff();
-    }
-    ++m_uiObject;
-    WriteObject(Manifest(m_bStopped ? "stopped" : m_Next ? "partial" : "complete"));
-}
-
-void Backup::WriteEntry(SourceEntry& Source)
-{
-    CheckInterrupt();
-    Entry& What = Source.What;
-    m_Progress.Begin(What.path);
-    FileHandle hFile;
-    if (What.state.empty() && What.type == "file")
-        try
-        {
-            hFile = OpenFile(Source.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
-            Source.OnDisk = FactsOf(hFile.get(), Source.sFile); // the folder may know old ones
-            What.size = Source.OnDisk.uiSize;
-            What.mtime = Source.OnDisk.iModified;
+            FileHandle hFile = OpenFile(Found.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
+            const Entry Now = FactsOf(hFile.get(), Found.sFile);
+            What.size = Now.size;
+            What.mtime = Now.mtime;
+            return hFile;
         }
         catch (const FileError& Error)
         {
             What.state = "skipped";
             What.problem = Error.what();
+            return nullptr;
         }
-    if (What.state.empty())
-    {
-        What.offset = m_Archive->Size();
-        m_Archive->Begin(What);
-        if (hFile)
-            WriteData(hFile.get(), Source, What);
-        m_Archive->End(); // fills up what a damaged file lacks
-        Count(Source);
     }
-    if (!What.state.empty())
+
+    void WriteData(HANDLE hFile, DiskEntry& Found)
     {
-        ++m_Totals.problems;
-        Err().WriteLine("Not saved as it is (" + What.state + "): " + Quoted(What.path) + ": " +
-                        What.problem);
+        Entry& What = Found.What;
+        const auto Tell = [&](const char* pState, const FileError& Error) {
+            What.state = pState;
+            What.problem = Error.what();
+        };
+        Sha256 Hash;
+        for (std::uint64_t uiLeft = What.size; uiLeft != 0;)
+        {
+            DWORD dwRead = 0;
+            const auto dwWanted = static_cast<DWORD>(std::min<std::uint64_t>(uiLeft, PIECE_SIZE));
+            if (!ReadFile(hFile, m_Piece.data(), dwWanted, &dwRead, nullptr))
+                return Tell("damaged",
+                            FileError(Found.sFile, "could not be read to its end", GetLastError()));
+            if (dwRead == 0)
+                return Tell("damaged", FileError(Found.sFile, "shrank while it was being read"));
+            const std::span<const std::byte> Read = std::span(m_Piece).first(dwRead);
+            Hash.Add(Read);
+            m_Archive->Write(Read);
+            m_Progress.Advance(dwRead);
+            CheckInterrupt();
+            uiLeft -= dwRead;
+        }
+        What.sha256 = Hash.Finish();
+        const Entry Now = FactsOf(hFile, Found.sFile);
+        if (Now.size != What.size || Now.mtime != What.mtime)
+            Tell("changed", FileError(Found.sFile, "was changed while it was being read"));
     }
-    m_sManifest += Json(What).dump() + '\n';
-}
 
-void Backup::WriteData(HANDLE hFile, const SourceEntry& Source, Entry& What)
-{
-    const auto Tell = [&](const char* pState, const FileError& Error) {
-        What.state = pState;
-        What.problem = Error.what();
-    };
-    Sha256 Hash;
-    m_Piece.resize(PIECE_SIZE);
-    for (std::uint64_t uiLeft = What.size; uiLeft != 0;)
+    // What the server has kept of the object that failed is not known: nothing, a part or all of it.
+    void CloseBrokenArea()
     {
-        DWORD dwRead = 0;
-        const DWORD dwWanted = static_cast<DWORD>(std::min<std::uint64_t>(uiLeft, PIECE_SIZE));
-        if (!ReadFile(hFile, m_Piece.data(), dwWanted, &dwRead, nullptr))
-            return Tell("damaged", FileError(Source.sFile, "could not be read to its end", GetLastError()));
-        if (dwRead == 0)
-            return Tell("damaged", FileError(Source.sFile, "shrank while it was being read"));
-        const std::span<const std::byte> Read = std::span(m_Piece).first(dwRead);
-        Hash.Add(Read);
-        m_Archive->Write(Read);
-        m_Progress.Advance(dwRead);
-        CheckInterrupt();
-        uiLeft -= dwRead;
+        m_Server.Reconnect();
+        CheckVersion(m_Server, m_Saved.id);
+        const bool bExists = ReadRecord(m_Server, m_uiObject).has_value();
+        if (!bExists && !ReadRecord(m_Server, m_uiObject - 1))
+            throw TapeError("the server has lost objects of this backup");
+        if (bExists || !IsHeader(m_uiObject))
+            m_Abandoned.insert(Area());
+        m_uiObject += bExists;
+        m_sEntries.clear();
+        Device& Drive = m_Server.Drive();
+        Drive.MoveToEnd();
+        if (m_uiObject % 3 == 0)
+        {
+            Drive.Write(Block(ZDV_BLOCK_SIZE)); // an empty archive
+            Drive.WriteFilemark();
+            ++m_uiObject;
+        }
+        if (!IsHeader(m_uiObject))
+            WriteManifest("abandoned");
     }
-    What.sha256 = Hash.Finish();
-    const DiskEntry Now = FactsOf(hFile, Source.sFile);
-    if (Now.uiSize != Source.OnDisk.uiSize || Now.iModified != Source.OnDisk.iModified)
-        Tell("changed", FileError(Source.sFile, "was changed while it was being read"));
-}
 
-void Backup::Count(const SourceEntry& Source)
+    Session& m_Server;
+    std::vector<std::string> m_Paths;
+    std::uint64_t m_uiAreaSize;
+    bool m_bVerify;
+    SourceTree m_Tree;
+    std::optional<DiskEntry> m_Next;
+    Head m_Expected;
+    Head m_Saved{.zdv = "manifest", .id = RandomId(), .computer = ComputerName()};
+    Progress m_Progress;
+
+    std::time_t m_tVersion = 0;
+    std::uint32_t m_uiObject = HeaderObject(1); // the one to be written next
+    std::set<std::uint32_t> m_Abandoned;
+    std::optional<ArchiveWriter> m_Archive;
+    std::string m_sEntries; // the lines of this area's manifest
+    Block m_Piece = Block(PIECE_SIZE);
+    bool m_bStopped = false;
+    std::uint64_t m_uiEncrypted = 0;
+    std::uint64_t m_uiWithStreams = 0;
+};
+
+} // namespace
+
+ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree)
 {
-    const Entry& What = Source.What;
-    m_Totals.files += What.type == "file";
-    m_Totals.folders += What.type == "folder";
-    m_Totals.links += What.IsLink();
-    m_Totals.bytes += What.size;
-    m_uiEncrypted += (Source.OnDisk.dwAttributes & FILE_ATTRIBUTE_ENCRYPTED) != 0;
-    m_uiWithStreams += What.type == "file" && HasStreams(Source.sFile);
-}
-
-std::string Backup::Manifest(const char* pState) const
-{
-    Json Head = {{"zdv", "manifest"},
-                 {"id", m_sId},
-                 {"area", AreaOf(m_uiObject)},
-                 {"state", pState},
-                 {"data", m_Archive ? m_Archive->ObjectSize() : 0},
-                 {"computer", ComputerName()},
-                 {"abandoned", m_Abandoned}};
-    Head.update(Json(m_Totals));
-    return Head.dump() + '\n' + m_sManifest;
-}
-
-// What the server has kept of the object that failed is not known: nothing, a part or all of it.
-void Backup::CloseBrokenArea()
-{
-    m_Server.Reconnect();
-    CheckVersion(m_Server, m_sId);
-    const bool bExists = ObjectExists(m_Server, m_uiObject);
-    if (!bExists && !ObjectExists(m_Server, m_uiObject - 1))
-        throw TapeError("the server has lost objects of this backup");
-    if (bExists || !IsHeader(m_uiObject))
-        m_Abandoned.insert(AreaOf(m_uiObject));
-    m_uiObject += bExists;
-    m_sManifest.clear();
-    Device& Drive = m_Server.Drive();
-    Drive.MoveToEnd();
-    if (m_uiObject % 3 == 0)
-    {
-        Drive.Write(Block(ZDV_BLOCK_SIZE)); // an empty archive
-        Drive.WriteFilemark();
-        ++m_uiObject;
-    }
-    if (!IsHeader(m_uiObject))
-        WriteObject(Manifest("abandoned"));
-}
-
-std::string Backup::Summary() const { return CountText(m_Totals.files) + ", " + m_Progress.Summary(); }
-
-std::string Backup::Unsaved() const
-{
-    std::string sText = "Not saved, as always: owners, access lists";
-    if (m_uiWithStreams != 0)
-        sText += ", the alternate streams of " + CountText(m_uiWithStreams);
-    if (m_uiEncrypted != 0)
-        sText += ", the encryption of " + CountText(m_uiEncrypted);
-    return sText + ".";
+    return Backup(Server, Given, std::move(Tree)).Run();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Server.h"
+#include "host/Device.h"
 
 enum class Command
 {

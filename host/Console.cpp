@@ -1,6 +1,6 @@
 #include "host/Console.h"
 
-#include "host/Utf8.h"
+#include "host/Errors.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,9 @@
 
 namespace {
 
-constexpr std::size_t DEFAULT_WIDTH = 80;
-constexpr wchar_t FIRST_WIDE = 0x1100;
+constexpr std::uint64_t REDRAW_INTERVAL_MS = 250;
+constexpr std::uint64_t LINE_INTERVAL_MS = 60'000;
+constexpr std::uint64_t MS_PER_SECOND = 1000;
 
 std::atomic<bool> g_bInterrupted = false;
 
@@ -18,81 +19,89 @@ BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
     return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
 }
 
-bool IsUnprintable(wchar_t c)
+bool IsConsole(HANDLE hStream)
 {
-    return c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x200E || c == 0x200F ||
-           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+    DWORD dwMode = 0;
+    return GetConsoleMode(hStream, &dwMode) != 0;
+}
+
+// The columns of the console but one: a full line would make it scroll.
+std::size_t RoomForStatus()
+{
+    constexpr SHORT DEFAULT_WIDTH = 80;
+    CONSOLE_SCREEN_BUFFER_INFO Info{};
+    GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &Info);
+    return static_cast<std::size_t>((Info.dwSize.X > 0 ? Info.dwSize.X : DEFAULT_WIDTH) - 1);
+}
+
+// An empty text takes the line away.
+void ShowStatus(std::string_view sText)
+{
+    constexpr wchar_t FIRST_WIDE = 0x1100; // from here on characters take two columns
+    static std::size_t uiShown = 0;        // columns
+    if (uiShown != 0)
+        Write(STD_ERROR_HANDLE, '\r' + std::string(uiShown, ' ') + '\r');
+    uiShown = sText.empty() ? 0 : RoomForStatus();
+    std::wstring sLine = FromUtf8(sText);
+    std::size_t uiColumns = 0;
+    const auto IsBeyond = [&](wchar_t c) { return (uiColumns += c < FIRST_WIDE ? 1 : 2) > uiShown; };
+    sLine.erase(std::ranges::find_if(sLine, IsBeyond), sLine.end());
+    Write(STD_ERROR_HANDLE, ToUtf8(sLine));
 }
 
 } // namespace
 
-TextStream::TextStream(DWORD dwStandardHandle) : m_hStream(GetStdHandle(dwStandardHandle))
+void Write(DWORD dwStandardHandle, std::string_view sText)
 {
-    DWORD dwMode = 0;
-    m_bConsole = GetConsoleMode(m_hStream, &dwMode) != 0;
-}
-
-std::size_t TextStream::Width() const
-{
-    CONSOLE_SCREEN_BUFFER_INFO Info{};
-    if (!GetConsoleScreenBufferInfo(m_hStream, &Info) || Info.dwSize.X <= 0)
-        return DEFAULT_WIDTH;
-    return static_cast<std::size_t>(Info.dwSize.X);
-}
-
-void TextStream::Write(std::string_view sText) const
-{
+    const HANDLE hStream = GetStdHandle(dwStandardHandle);
     DWORD dwWritten = 0;
-    if (!m_bConsole)
-    {
-        WriteFile(m_hStream, sText.data(), static_cast<DWORD>(sText.size()), &dwWritten, nullptr);
-        return;
-    }
     const std::wstring sWide = FromUtf8(sText);
-    WriteConsoleW(m_hStream, sWide.data(), static_cast<DWORD>(sWide.size()), &dwWritten, nullptr);
+    if (IsConsole(hStream))
+        WriteConsoleW(hStream, sWide.data(), static_cast<DWORD>(sWide.size()), &dwWritten, nullptr);
+    else
+        WriteFile(hStream, sText.data(), static_cast<DWORD>(sText.size()), &dwWritten, nullptr);
 }
 
-void TextStream::WriteLine(std::string_view sText) const
+void WriteLine(DWORD dwStandardHandle, const std::string& sText)
 {
-    Err().ShowStatus("");
-    Write(std::string(sText) + "\n");
+    ShowStatus(""); // all streams are one console
+    Write(dwStandardHandle, sText + '\n');
 }
 
-void TextStream::ShowStatus(std::string_view sText) const
+Progress::~Progress() { ShowStatus(""); }
+
+void Progress::Advance(std::uint64_t uiBytes)
 {
-    static std::size_t uiShown = 0; // columns; all streams are one console
-    if (!m_bConsole)
+    m_uiDone += uiBytes;
+    const bool bConsole = IsConsole(GetStdHandle(STD_ERROR_HANDLE));
+    const std::uint64_t uiNow = GetTickCount64();
+    if (uiNow - m_uiShown < (bConsole ? REDRAW_INTERVAL_MS : LINE_INTERVAL_MS))
         return;
-    if (uiShown != 0)
-        Write("\r" + std::string(uiShown, ' ') + "\r");
-    uiShown = sText.empty() ? 0 : Width() - 1; // a full line would make the console scroll
-    std::wstring sLine = FromUtf8(sText);
-    std::size_t uiColumns = 0; // East Asian characters take two
-    const auto IsBeyond = [&](wchar_t c) { return (uiColumns += c < FIRST_WIDE ? 1 : 2) > uiShown; };
-    sLine.erase(std::ranges::find_if(sLine, IsBeyond), sLine.end());
-    Write(ToUtf8(sLine));
+    m_uiShown = uiNow;
+    if (bConsole)
+        ShowStatus(Line());
+    else
+        Complain("{}", Line());
 }
 
-const TextStream& Out()
+std::uint64_t Progress::Rate() const
 {
-    static const TextStream Stream(STD_OUTPUT_HANDLE);
-    return Stream;
+    return m_uiDone * MS_PER_SECOND / std::max<std::uint64_t>(GetTickCount64() - m_uiStart, 1);
 }
 
-const TextStream& Err()
+std::string Progress::Summary() const
 {
-    static const TextStream Stream(STD_ERROR_HANDLE);
-    return Stream;
+    return fmt::format("{} in {}, {}/s", SizeText(m_uiDone),
+                       DurationText((GetTickCount64() - m_uiStart) / MS_PER_SECOND), SizeText(Rate()));
 }
 
-std::string Printable(std::string_view sText)
+std::string Progress::Line() const
 {
-    std::wstring sWide = FromUtf8(sText);
-    std::ranges::replace_if(sWide, IsUnprintable, L'?');
-    return ToUtf8(sWide);
+    const bool bKnown = Rate() > 0 && m_uiDone <= m_uiTotal;
+    return fmt::format("{} of {}, {}/s{}  {}", SizeText(m_uiDone), SizeText(m_uiTotal), SizeText(Rate()),
+                       bKnown ? ", " + DurationText((m_uiTotal - m_uiDone) / Rate()) + " left" : "",
+                       Printable(m_sFile));
 }
-
-std::string Quoted(std::string_view sName) { return "\"" + Printable(sName) + "\""; }
 
 void CatchInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, TRUE); }
 
@@ -112,21 +121,20 @@ void Pause(int iSeconds)
     }
 }
 
-std::optional<std::wstring> AskPassword(std::string_view sPrompt)
+std::optional<std::wstring> AskPassword()
 {
     const HANDLE hInput = GetStdHandle(STD_INPUT_HANDLE);
     DWORD dwMode = 0;
     if (!GetConsoleMode(hInput, &dwMode))
         return std::nullopt;
-    Err().Write(sPrompt);
+    Write(STD_ERROR_HANDLE, "Password: ");
     std::array<wchar_t, 512> aLine{};
     DWORD dwLength = 0;
     SetConsoleMode(hInput, dwMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    const bool bRead = ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr) != 0;
+    ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr);
     SetConsoleMode(hInput, dwMode);
-    Err().WriteLine("");
+    Complain("");
     CheckInterrupt();
-    std::wstring sLine(aLine.data(), dwLength);
-    sLine.erase(sLine.find_last_not_of(L"\r\n") + 1);
-    return bRead ? std::optional(sLine) : std::nullopt;
+    const std::wstring_view sLine(aLine.data(), dwLength);
+    return std::wstring(sLine.substr(0, sLine.find_first_of(L"\r\n")));
 }

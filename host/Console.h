@@ -1,41 +1,53 @@
-// The standard streams: right on a console whatever its code page, UTF-8 when piped.
+// The standard streams: right on a console whatever its code page, UTF-8 when piped. A reader that has gone away
+// must not end a backup, so a failed write is not an error.
 #pragma once
 
-#include "host/ExitCode.h"
+#include "host/Text.h"
 
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <windows.h>
 
-class TextStream
+void Write(DWORD dwStandardHandle, std::string_view sText);
+void WriteLine(DWORD dwStandardHandle, const std::string& sText);
+
+// A line of results, and one of what went wrong.
+template <typename... Values> void Say(fmt::format_string<Values...> sFormat, Values&&... values)
+{
+    WriteLine(STD_OUTPUT_HANDLE, fmt::format(sFormat, std::forward<Values>(values)...));
+}
+
+template <typename... Values> void Complain(fmt::format_string<Values...> sFormat, Values&&... values)
+{
+    WriteLine(STD_ERROR_HANDLE, fmt::format(sFormat, std::forward<Values>(values)...));
+}
+
+// How far a transfer is: a line below all others that is drawn again and again on a console, one now and then
+// when the output goes to a file.
+class Progress
 {
 public:
-    explicit TextStream(DWORD dwStandardHandle);
+    Progress() : m_uiStart(GetTickCount64()), m_uiShown(m_uiStart) {}
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ~Progress();
 
-    bool IsConsole() const { return m_bConsole; }
+    void SetTotal(std::uint64_t uiBytes) { m_uiTotal = uiBytes; }
+    void Begin(std::string_view sFile) { m_sFile = sFile; }
+    void Advance(std::uint64_t uiBytes);
+    void GoBack(std::uint64_t uiBytes) { m_uiDone = uiBytes; } // what follows is transferred again
 
-    // A reader that has gone away must not end a backup, so a failed write is not an error.
-    void Write(std::string_view sText) const;
-    void WriteLine(std::string_view sText) const;
-
-    // A line that stands below all others until the next one, on a console. An empty one takes it away.
-    void ShowStatus(std::string_view sText) const;
+    std::uint64_t Bytes() const { return m_uiDone; }
+    std::string Summary() const; // "64.0 MiB in 0:07, 9.1 MiB/s"
 
 private:
-    std::size_t Width() const; // columns of the console
+    std::uint64_t Rate() const; // bytes per second
+    std::string Line() const;
 
-    HANDLE m_hStream;
-    bool m_bConsole;
+    std::string m_sFile;
+    std::uint64_t m_uiTotal = 0;
+    std::uint64_t m_uiDone = 0;
+    std::uint64_t m_uiStart; // milliseconds
+    std::uint64_t m_uiShown;
 };
-
-const TextStream& Out();
-const TextStream& Err();
-
-// Control characters, and those that turn the direction of writing, become "?": names may come from anywhere.
-std::string Printable(std::string_view sText);
-std::string Quoted(std::string_view sName); // printable, in quotation marks
 
 // Ctrl+C ends what is under way in good order, a second one the program at once.
 void CatchInterrupts();
@@ -43,4 +55,4 @@ void CheckInterrupt(); // throws Interrupted
 void Pause(int iSeconds);
 
 // Asks on the console without echo; nothing when the standard input is no console.
-std::optional<std::wstring> AskPassword(std::string_view sPrompt);
+std::optional<std::wstring> AskPassword();

@@ -1,120 +1,124 @@
 #include "host/Device.h"
 
-#include "host/Utf8.h"
-#include "host/VersionTime.h"
+#include "host/Errors.h"
+#include "host/LocalFile.h"
+#include "host/Text.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
 #include <utility>
 
 namespace {
 
-std::string StatusText(ZDV_STATUS uiStatus)
+HMODULE Load()
 {
-    std::array<char, 40> aText{};
-    std::snprintf(aText.data(), aText.size(), "the module answers 0x%08X", uiStatus);
-    return aText.data();
+    std::wstring sPath(MAX_LONG_PATH, L'\0');
+    sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
+    sPath.replace(sPath.find_last_of(L'\\') + 1, sPath.npos, L"ZDV_FTP.DLL");
+    const HMODULE hLibrary = LoadLibraryW(sPath.c_str());
+    if (hLibrary == nullptr)
+        throw CommandFailure{ExitCode::NoModule, FileError(sPath, "cannot be loaded", GetLastError()).what()};
+    return hLibrary;
 }
 
-struct FreeNodes
+std::time_t ToTime(const ZDV_VERSION_DATE& Date)
 {
-    void operator()(ZDV_LIST_NODE* pNode) const
-    {
-        while (pNode != nullptr)
-            std::free(std::exchange(pNode, pNode->pNext));
-    }
-};
+    std::tm Time{.tm_sec = Date.iSec,
+                 .tm_min = Date.iMin,
+                 .tm_hour = Date.iHour,
+                 .tm_mday = Date.iMday,
+                 .tm_mon = Date.iMon,
+                 .tm_year = Date.iYear,
+                 .tm_wday = 0,
+                 .tm_yday = 0,
+                 .tm_isdst = Date.iIsdst};
+    return std::mktime(&Time);
+}
 
 } // namespace
 
-Device::Device(const Module& Functions) : m_Module(Functions)
+Device::Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion)
+    : m_hLibrary(Load(), FreeLibrary)
 {
-    const ZDV_STATUS uiStatus = m_Module.Open(&m_Handle);
-    if (uiStatus != ZDV_SUCCESS)
-        throw DeviceError("opening the device: " + StatusText(uiStatus), 0);
+    constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
+    Check(m_pOpen(&m_Handle), "opening the device");
+    const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
+    const std::pair<std::int32_t, std::wstring> OPTIONS[] = {{ZDV_FTP_SERVERNAME, FromUtf8(Target.sName)},
+                                                             {ZDV_FTP_PORT, std::to_wstring(Target.uiPort)},
+                                                             {ZDV_FTP_ROOT, FromUtf8(Target.sRoot)},
+                                                             {ZDV_FTP_USERNAME, FromUtf8(Target.sUser)},
+                                                             {ZDV_FTP_PASSWORD, sPassword}};
+    for (const auto& [iKey, sValue] : OPTIONS)
+        Check(m_pSetDeviceOptionsW(m_Handle, iKey, sValue.c_str()), "setting an option");
+    Check(m_pSetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(), static_cast<std::uint32_t>(sTime.size())),
+          "choosing a version");
+    const ZDV_STATUS uiStatus = m_pUtility(m_Handle, ZDV_U_MAKE_UNIT_READY);
+    if (LastErrorCode() != NO_SUCH_VERSION)
+        Check(uiStatus, "making the unit ready");
 }
 
-Device::~Device() { m_Module.Close(m_Handle); }
+Device::~Device() { m_pClose(m_Handle); }
+
+Device::Address Device::Export(const char* pSymbol) const
+{
+    const FARPROC pFunction = GetProcAddress(m_hLibrary.get(), pSymbol);
+    if (pFunction == nullptr)
+        throw CommandFailure{ExitCode::NoModule, fmt::format("ZDV_FTP.DLL does not export {}.", pSymbol)};
+    return {pFunction};
+}
 
 std::uint32_t Device::LastErrorCode() const
 {
     std::uint32_t uiCode = 0;
-    m_Module.GetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode);
+    m_pGetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode);
     return uiCode;
-}
-
-void Device::Fail(ZDV_STATUS uiStatus, const char* pAction) const
-{
-    constexpr std::string_view PREFIX = "ERROR: ";
-    std::array<wchar_t, 1024> aText{};
-    m_Module.GetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(), aText.size());
-    std::string sReason = ToUtf8(aText.data());
-    if (sReason.starts_with(PREFIX))
-        sReason.erase(0, PREFIX.size());
-    if (sReason.empty())
-        sReason = StatusText(uiStatus);
-    const std::uint32_t uiCode = LastErrorCode();
-    if (uiCode != 0)
-        sReason += " (code " + std::to_string(uiCode) + ")";
-    throw DeviceError(std::string(pAction) + ": " + sReason, uiCode);
 }
 
 void Device::Check(ZDV_STATUS uiStatus, const char* pAction) const
 {
-    if (uiStatus != ZDV_SUCCESS)
-        Fail(uiStatus, pAction);
+    constexpr std::string_view PREFIX = "ERROR: ";
+    if (uiStatus == ZDV_SUCCESS)
+        return;
+    std::array<wchar_t, 1024> aText{};
+    m_pGetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(), aText.size());
+    std::string sReason = ToUtf8(aText.data());
+    if (sReason.starts_with(PREFIX))
+        sReason.erase(0, PREFIX.size());
+    if (sReason.empty())
+        sReason = fmt::format("the module answers 0x{:08X}", uiStatus);
+    const std::uint32_t uiCode = LastErrorCode();
+    if (uiCode != 0)
+        sReason += fmt::format(" (code {})", uiCode);
+    throw DeviceError(fmt::format("{}: {}", pAction, sReason), uiCode);
 }
 
 // A filemark says that a transfer has ended, not that it has ended well.
 void Device::CheckTransfer(const char* pAction) const
 {
-    if (LastErrorCode() != 0)
-        Fail(ZDV_DEVICE_ERROR, pAction);
-}
-
-void Device::SetOption(std::int32_t iKey, const std::wstring& sValue)
-{
-    Check(m_Module.SetDeviceOptionsW(m_Handle, iKey, sValue.c_str()), "setting an option");
-}
-
-void Device::MakeReady()
-{
-    Check(m_Module.Utility(m_Handle, ZDV_U_MAKE_UNIT_READY), "making the unit ready");
+    Check(LastErrorCode() == 0 ? ZDV_SUCCESS : ZDV_DEVICE_ERROR, pAction);
 }
 
 std::vector<std::time_t> Device::Versions() const
 {
     ZDV_LIST List{};
     List.uiSignature = ZDV_LIST_SIGNATURE;
-    const ZDV_STATUS uiStatus = m_Module.GetList(m_Handle, ZDV_GL_VERSION_DATE, &List);
-    const std::unique_ptr<ZDV_LIST_NODE, FreeNodes> Nodes(List.pFirst);
-    Check(uiStatus, "listing the versions");
+    const ZDV_STATUS uiStatus = m_pGetList(m_Handle, ZDV_GL_VERSION_DATE, &List);
     std::vector<std::time_t> Dates;
-    for (const ZDV_LIST_NODE* pNode = List.pFirst; pNode != nullptr; pNode = pNode->pNext)
+    for (ZDV_LIST_NODE* pNode = List.pFirst; pNode != nullptr; std::free(std::exchange(pNode, pNode->pNext)))
         Dates.push_back(ToTime(pNode->Date));
+    Check(uiStatus, "listing the versions");
     return Dates;
-}
-
-void Device::ChooseVersion(std::optional<std::time_t> tVersion)
-{
-    const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
-    Check(m_Module.SetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(),
-                            static_cast<std::uint32_t>(sTime.size())),
-          "choosing a version");
 }
 
 void Device::Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction)
 {
     m_bBegun = false;
-    Check(m_Module.Position(m_Handle, uiMode, iCount), pAction);
+    Check(m_pPosition(m_Handle, uiMode, iCount), pAction);
 }
 
 void Device::BeginVersion()
 {
-    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_E, 0), "beginning a version");
+    Check(m_pMediaAccess(m_Handle, ZDV_MA_E, 0), "beginning a version");
     m_uiObject = 0;
     m_bBegun = false;
 }
@@ -150,20 +154,19 @@ void Device::MoveToEnd()
 
 void Device::Write(std::span<const std::byte> Blocks)
 {
-    Check(m_Module.WriteData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data()),
-          "uploading");
+    Check(m_pWriteData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data()), "uploading");
 }
 
 void Device::WriteFilemark()
 {
-    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_WFM, 1), "writing a filemark");
+    Check(m_pMediaAccess(m_Handle, ZDV_MA_WFM, 1), "writing a filemark");
     CheckTransfer("completing the upload");
 }
 
 ReadResult Device::Read(std::span<std::byte> Blocks)
 {
     const ZDV_STATUS uiStatus =
-        m_Module.ReadData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data());
+        m_pReadData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data());
     if (uiStatus == ZDV_END_OF_MEDIA || uiStatus == ZDV_BLANK_CHECK)
         return ReadResult::EndOfMedia;
     if (!std::exchange(m_bBegun, true) && m_uiObject)

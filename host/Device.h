@@ -1,30 +1,36 @@
-// The tape drive: one open handle of the module, one method per verb. Every status is checked; what is not a
+// The tape drive: the module with one open handle, one method per verb. Every status is checked; what is not a
 // normal outcome is thrown.
 #pragma once
 
-#include "host/Module.h"
+#include "interface/zdv.h"
 
 #include <cstddef>
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
+#include <windows.h>
 
 // A verb failed. The text says which one, and why in the module's own words.
-class DeviceError : public std::runtime_error
+struct DeviceError : std::runtime_error
 {
-public:
-    DeviceError(const std::string& sText, std::uint32_t uiCode) : std::runtime_error(sText), m_uiCode(uiCode)
+    DeviceError(const std::string& sText, std::uint32_t uiError) : std::runtime_error(sText), uiCode(uiError)
     {
     }
 
-    // A libcurl result or a Windows error number, 0 if unknown.
-    std::uint32_t Code() const { return m_uiCode; }
+    std::uint32_t uiCode; // a libcurl result or a Windows error number, 0 if unknown
+};
 
-private:
-    std::uint32_t m_uiCode;
+// What the user typed.
+struct Server
+{
+    std::string sName;
+    unsigned uiPort = 21;
+    std::string sRoot;
+    std::string sUser;
 };
 
 using Block = std::vector<std::byte>;
@@ -39,19 +45,15 @@ enum class ReadResult
 class Device
 {
 public:
-    explicit Device(const Module& Functions);
+    // Loads the module, which lies beside this program, and makes the unit ready: with the newest version not later
+    // than this; without one, or when none is as old, with none.
+    Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
     ~Device(); // completes an upload that still runs
 
-    void SetOption(std::int32_t iKey, const std::wstring& sValue);
-    void MakeReady();
-
     // The dates of the versions, oldest first; a version written through this device comes last.
     std::vector<std::time_t> Versions() const;
-
-    // Making ready loads the newest version not later than this; without one, none.
-    void ChooseVersion(std::optional<std::time_t> tVersion);
 
     // Positions. An object that is left is ended, however much of it was read.
     void BeginVersion();                     // the next write starts a new version
@@ -64,13 +66,36 @@ public:
     ReadResult Read(std::span<std::byte> Blocks);
 
 private:
+    // It takes the type of the pointer it is stored in.
+    struct Address
+    {
+        FARPROC pFunction;
+        template <typename Function> operator Function*() const
+        {
+            return reinterpret_cast<Function*>(reinterpret_cast<void*>(pFunction));
+        }
+    };
+
+    Address Export(const char* pSymbol) const;
     void Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction);
     void Check(ZDV_STATUS uiStatus, const char* pAction) const;
     void CheckTransfer(const char* pAction) const;
-    [[noreturn]] void Fail(ZDV_STATUS uiStatus, const char* pAction) const;
     std::uint32_t LastErrorCode() const;
 
-    const Module& m_Module;
+    std::unique_ptr<std::remove_pointer_t<HMODULE>, decltype(&FreeLibrary)> m_hLibrary;
+    decltype(&ZDV_Open) m_pOpen = Export("ZDV_O");
+    decltype(&ZDV_Close) m_pClose = Export("ZDV_C");
+    decltype(&ZDV_Utility) m_pUtility = Export("ZDV_U");
+    decltype(&ZDV_SetDeviceOptionsW) m_pSetDeviceOptionsW = Export("ZDV_SetDeviceOptionsW");
+    decltype(&ZDV_GetInfoW) m_pGetInfoW = Export("ZDV_GetInfoW");
+    decltype(&ZDV_SetInfoW) m_pSetInfoW = Export("ZDV_SetInfoW");
+    decltype(&ZDV_GetProperty) m_pGetProperty = Export("ZDV_GP");
+    decltype(&ZDV_GetList) m_pGetList = Export("ZDV_GetList");
+    decltype(&ZDV_WriteData) m_pWriteData = Export("ZDV_WD");
+    decltype(&ZDV_ReadData) m_pReadData = Export("ZDV_RD");
+    decltype(&ZDV_MediaAccess) m_pMediaAccess = Export("ZDV_MA");
+    decltype(&ZDV_Position) m_pPosition = Export("ZDV_P");
+
     ZDV_HANDLE m_Handle = 0;
     std::optional<std::uint32_t> m_uiObject = 0; // the one that was begun last, if known
     bool m_bBegun = false;                       // nothing was positioned since

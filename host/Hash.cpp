@@ -1,7 +1,7 @@
 #include "host/Hash.h"
 
-#include <algorithm>
 #include <array>
+#include <fmt/format.h>
 #include <stdexcept>
 #include <windows.h>
 
@@ -16,44 +16,32 @@ void Check(NTSTATUS lStatus)
 }
 
 // Open for as long as the process runs.
-BCRYPT_ALG_HANDLE Sha256Provider()
+BCRYPT_ALG_HANDLE Provider(const wchar_t* pAlgorithm)
 {
-    static const BCRYPT_ALG_HANDLE hProvider = [] {
-        BCRYPT_ALG_HANDLE hOpened = nullptr;
-        Check(BCryptOpenAlgorithmProvider(&hOpened, BCRYPT_SHA256_ALGORITHM, nullptr, 0));
-        return hOpened;
-    }();
+    BCRYPT_ALG_HANDLE hProvider = nullptr;
+    Check(BCryptOpenAlgorithmProvider(&hProvider, pAlgorithm, nullptr, 0));
     return hProvider;
 }
 
-std::string Hexadecimal(std::span<const UCHAR> Data)
+template <std::size_t SIZE> std::string Hexadecimal(const std::array<UCHAR, SIZE>& aData)
 {
-    std::string sText;
-    for (const UCHAR c : Data)
-        for (const int iDigit : {c >> 4, c & 15})
-            sText += "0123456789abcdef"[iDigit];
-    return sText;
+    return fmt::format("{:02x}", fmt::join(aData, ""));
 }
 
 } // namespace
 
-void Sha256::DestroyHash::operator()(void* hHash) const { BCryptDestroyHash(hHash); }
-
-Sha256::Sha256()
+Sha256::Sha256() : m_hHash(nullptr, [](void* hHash) { BCryptDestroyHash(hHash); })
 {
+    static const BCRYPT_ALG_HANDLE hProvider = Provider(BCRYPT_SHA256_ALGORITHM);
     BCRYPT_HASH_HANDLE hHash = nullptr;
-    Check(BCryptCreateHash(Sha256Provider(), &hHash, nullptr, 0, nullptr, 0, 0));
+    Check(BCryptCreateHash(hProvider, &hHash, nullptr, 0, nullptr, 0, 0));
     m_hHash.reset(hHash);
 }
 
 void Sha256::Add(std::span<const std::byte> Data)
 {
-    constexpr std::size_t PIECE = std::size_t{1} << 30; // a length has 32 bits
-    for (; !Data.empty(); Data = Data.subspan(std::min(Data.size(), PIECE)))
-    {
-        auto* const pData = const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data())); // not written to
-        Check(BCryptHashData(m_hHash.get(), pData, static_cast<ULONG>(std::min(Data.size(), PIECE)), 0));
-    }
+    auto* const pData = const_cast<PUCHAR>(reinterpret_cast<const UCHAR*>(Data.data())); // not written to
+    Check(BCryptHashData(m_hHash.get(), pData, static_cast<ULONG>(Data.size()), 0));
 }
 
 std::string Sha256::Finish()

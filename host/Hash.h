@@ -11,15 +11,11 @@ class Sha256
 public:
     Sha256();
 
-    void Add(std::span<const std::byte> Data);
-    std::string Finish(); // in hexadecimal; nothing can be added afterwards
+    void Add(std::span<const std::byte> Data); // less than 4 GiB
+    std::string Finish();                      // in hexadecimal; nothing can be added afterwards
 
 private:
-    struct DestroyHash
-    {
-        void operator()(void* hHash) const;
-    };
-    std::unique_ptr<void, DestroyHash> m_hHash;
+    std::unique_ptr<void, void (*)(void*)> m_hHash;
 };
 
 std::string RandomId();

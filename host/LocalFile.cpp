@@ -1,11 +1,9 @@
 #include "host/LocalFile.h"
 
-#include "host/Console.h"
-#include "host/Utf8.h"
+#include "host/Text.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <winioctl.h>
 
 namespace {
@@ -22,7 +20,7 @@ std::string SystemText(DWORD dwError)
                    aText.data(), static_cast<DWORD>(aText.size()), nullptr);
     std::string sText = ToUtf8(aText.data());
     sText.erase(sText.find_last_not_of("\r\n. ") + 1);
-    return sText + (sText.empty() ? "" : " ") + "(Windows error " + std::to_string(dwError) + ")";
+    return fmt::format("{}{}(Windows error {})", sText, sText.empty() ? "" : " ", dwError);
 }
 
 std::uint64_t Join(DWORD dwHigh, DWORD dwLow) { return std::uint64_t{dwHigh} << 32 | dwLow; }
@@ -30,46 +28,52 @@ std::uint64_t Join(DWORD dwHigh, DWORD dwLow) { return std::uint64_t{dwHigh} << 
 // Times before 1970 mean nothing, and archives keep them badly.
 std::int64_t Since1970(FILETIME Time)
 {
-    return std::max<std::int64_t>(
-        static_cast<std::int64_t>(Join(Time.dwHighDateTime, Time.dwLowDateTime)) - EPOCH, 0);
+    const auto iTime = static_cast<std::int64_t>(Join(Time.dwHighDateTime, Time.dwLowDateTime));
+    return std::max<std::int64_t>(iTime - EPOCH, 0);
 }
 
-DiskEntry ToEntry(const WIN32_FIND_DATAW& Data)
+template <typename Info> Entry FactsFrom(const Info& Data)
 {
-    const bool bReparsePoint = (Data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    return {.sName = Data.cFileName,
-            .dwAttributes = Data.dwFileAttributes,
-            .dwReparseTag = bReparsePoint ? Data.dwReserved0 : 0,
-            .uiSize = Join(Data.nFileSizeHigh, Data.nFileSizeLow),
-            .iModified = Since1970(Data.ftLastWriteTime),
-            .iCreated = Since1970(Data.ftCreationTime)};
+    const bool bFolder = (Data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return {.type = bFolder ? "folder" : "file",
+            .size = bFolder ? 0 : Join(Data.nFileSizeHigh, Data.nFileSizeLow),
+            .mtime = Since1970(Data.ftLastWriteTime),
+            .created = Since1970(Data.ftCreationTime),
+            .attributes = Data.dwFileAttributes & SAVED_ATTRIBUTES};
 }
 
-struct CloseFind
+// A link or junction may lead anywhere; other reparse points, such as files that lie in a cloud, are read and
+// written as if they were none.
+bool IsLink(const WIN32_FIND_DATAW& Data)
 {
-    using pointer = HANDLE;
-    void operator()(HANDLE hFind) const { FindClose(hFind); }
-};
-using FindHandle = std::unique_ptr<void, CloseFind>; // invalid is not null: FindClose refuses it
+    constexpr DWORD NAME_SURROGATE = 0x20000000;
+    const DWORD dwTag = Data.dwReserved0; // Wine tells none for what is a link in the host's file system
+    return (Data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (dwTag == 0 || (dwTag & NAME_SURROGATE) != 0);
+}
 
-// How the data of a junction or symbolic link begins. The names follow, after the flags of a symbolic link.
-struct ReparseData
+DiskEntry ToEntry(const std::wstring& sFile, const WIN32_FIND_DATAW& Data)
 {
-    ULONG ulTag;
-    USHORT usLength;
-    USHORT usReserved;
-    USHORT usNameOffset; // bytes, as the next
-    USHORT usNameLength;
-    USHORT usShownOffset;
-    USHORT usShownLength;
-};
+    DiskEntry Found{.sFile = sFile,
+                    .bEncrypted = (Data.dwFileAttributes & FILE_ATTRIBUTE_ENCRYPTED) != 0,
+                    .What = FactsFrom(Data)};
+    Found.What.path = ToUtf8(Data.cFileName);
+    if (IsLink(Data))
+        Found.What.type = Found.What.type == "folder" ? "folderlink" : "link";
+    if (Found.What.IsLink())
+        Found.What.size = 0;
+    return Found;
+}
+
+using FindHandle = std::unique_ptr<void, decltype(&FindClose)>; // invalid is not null: FindClose refuses it
+
 constexpr std::wstring_view NT_PREFIX = LR"(\??\)";
 
 } // namespace
 
 FileError::FileError(const std::wstring& sPath, const char* pProblem, DWORD dwError)
-    : std::runtime_error(Quoted(DisplayPath(sPath)) + " " + pProblem +
-                         (dwError == 0 ? "" : ": " + SystemText(dwError)))
+    : std::runtime_error(fmt::format("{} {}{}", Quoted(DisplayPath(sPath)), pProblem,
+                                     dwError == 0 ? "" : ": " + SystemText(dwError)))
 {
 }
 
@@ -113,37 +117,25 @@ std::wstring PathIn(const std::wstring& sFolder, std::wstring_view sName)
     return (sFolder.ends_with(L'\\') ? sFolder : sFolder + L'\\') + std::wstring(sName);
 }
 
-bool DiskEntry::IsLink() const
-{
-    constexpr DWORD NAME_SURROGATE = 0x20000000;
-    // Wine tells no tag for what is a link in the host's file system.
-    return (dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-           ((dwReparseTag & NAME_SURROGATE) != 0 || dwReparseTag == 0);
-}
-
-DiskEntry FactsOf(HANDLE hFile, const std::wstring& sPath)
+Entry FactsOf(HANDLE hFile, const std::wstring& sPath)
 {
     BY_HANDLE_FILE_INFORMATION Info{};
     if (!GetFileInformationByHandle(hFile, &Info))
         throw FileError(sPath, "cannot be examined", GetLastError());
-    return {.sName = L"",
-            .dwAttributes = Info.dwFileAttributes,
-            .uiSize = Join(Info.nFileSizeHigh, Info.nFileSizeLow),
-            .iModified = Since1970(Info.ftLastWriteTime),
-            .iCreated = Since1970(Info.ftCreationTime)};
+    return FactsFrom(Info);
 }
 
 std::optional<DiskEntry> FindEntry(const std::wstring& sPath)
 {
     WIN32_FIND_DATAW Data{};
-    const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data));
-    return Find.get() == INVALID_HANDLE_VALUE ? std::nullopt : std::optional(ToEntry(Data));
+    const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data), FindClose);
+    return Find.get() == INVALID_HANDLE_VALUE ? std::nullopt : std::optional(ToEntry(sPath, Data));
 }
 
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder)
 {
     WIN32_FIND_DATAW Data{};
-    const FindHandle Find(FindFirstFileW(PathIn(sFolder, L"*").c_str(), &Data));
+    const FindHandle Find(FindFirstFileW(PathIn(sFolder, L"*").c_str(), &Data), FindClose);
     if (Find.get() == INVALID_HANDLE_VALUE && GetLastError() == ERROR_FILE_NOT_FOUND)
         return {}; // the root of an empty drive: other folders hold at least "."
     if (Find.get() == INVALID_HANDLE_VALUE)
@@ -153,11 +145,11 @@ std::vector<DiskEntry> ListFolder(const std::wstring& sFolder)
     {
         const std::wstring_view sName = Data.cFileName;
         if (sName != L"." && sName != L"..")
-            Found.push_back(ToEntry(Data));
+            Found.push_back(ToEntry(PathIn(sFolder, sName), Data));
     } while (FindNextFileW(Find.get(), &Data));
     if (GetLastError() != ERROR_NO_MORE_FILES)
         throw FileError(sFolder, "cannot be listed to its end", GetLastError());
-    std::ranges::sort(Found, {}, &DiskEntry::sName);
+    std::ranges::sort(Found, {}, &DiskEntry::sFile);
     return Found;
 }
 
@@ -165,19 +157,20 @@ std::string ReadLink(const std::wstring& sPath)
 {
     const FileHandle hLink =
         OpenFile(sPath, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
-    std::array<std::byte, MAXIMUM_REPARSE_DATA_BUFFER_SIZE> Data{};
+    // In words of 16 bits: the tag in two, two more, where the name stands and its length, those of the name that
+    // is shown, a symbolic link's flags in two, the names. Offsets and lengths are in bytes.
+    std::array<wchar_t, MAXIMUM_REPARSE_DATA_BUFFER_SIZE / sizeof(wchar_t)> Data{};
     DWORD dwSize = 0;
-    if (!DeviceIoControl(hLink.get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, Data.data(), Data.size(), &dwSize,
-                         nullptr))
+    if (!DeviceIoControl(hLink.get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, Data.data(),
+                         MAXIMUM_REPARSE_DATA_BUFFER_SIZE, &dwSize, nullptr))
         throw FileError(sPath, "is a link that cannot be read", GetLastError());
-    ReparseData Link{};
-    std::memcpy(&Link, Data.data(), sizeof(Link));
-    const bool bJunction = Link.ulTag == IO_REPARSE_TAG_MOUNT_POINT;
-    const std::size_t uiStart = sizeof(Link) + (bJunction ? 0 : sizeof(ULONG)) + Link.usNameOffset;
-    if ((!bJunction && Link.ulTag != IO_REPARSE_TAG_SYMLINK) || uiStart + Link.usNameLength > dwSize)
+    const DWORD dwTag = DWORD{Data[1]} << 16 | Data[0];
+    const std::size_t uiStart = (dwTag == IO_REPARSE_TAG_SYMLINK ? 10 : 8) + Data[4] / sizeof(wchar_t);
+    const std::size_t uiLength = Data[5] / sizeof(wchar_t);
+    if ((dwTag != IO_REPARSE_TAG_SYMLINK && dwTag != IO_REPARSE_TAG_MOUNT_POINT) ||
+        uiStart + uiLength > Data.size())
         throw FileError(sPath, "is a link of a kind that cannot be saved");
-    std::wstring sTarget(Link.usNameLength / sizeof(wchar_t), L'\0');
-    std::memcpy(sTarget.data(), Data.data() + uiStart, sTarget.size() * sizeof(wchar_t));
+    std::wstring sTarget(Data.data() + uiStart, uiLength);
     if (sTarget.starts_with(NT_PREFIX)) // as programs write it: C:\x, but \\?\Volume{...}
         sTarget.replace(0, NT_PREFIX.size(), sTarget.find(L':') == NT_PREFIX.size() + 1 ? L"" : VERBATIM);
     std::ranges::replace(sTarget, L'\\', L'/');

@@ -1,13 +1,11 @@
 // This machine's files. Paths may be longer than MAX_PATH.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "host/Entry.h"
+
 #include <memory>
 #include <optional>
-#include <span>
 #include <stdexcept>
-#include <string>
 #include <vector>
 #include <windows.h>
 
@@ -36,24 +34,16 @@ std::string DisplayPath(const std::wstring& sPath);
 // Folders and links too.
 FileHandle OpenFile(const std::wstring& sPath, DWORD dwAccess, DWORD dwDisposition, DWORD dwFlags = 0);
 
-// A file's or folder's entry in its folder.
+// What a folder holds, or the disk at a path.
 struct DiskEntry
 {
-    std::wstring sName{};
-    DWORD dwAttributes = 0;
-    DWORD dwReparseTag = 0;
-    std::uint64_t uiSize = 0;
-    std::int64_t iModified = 0; // 100 ns since 1970, as the next
-    std::int64_t iCreated = 0;
-
-    bool IsFolder() const { return (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
-
-    // A link or junction may lead anywhere; other reparse points, such as files that lie in a cloud, are read
-    // and written as if they were none.
-    bool IsLink() const;
+    std::wstring sFile{}; // the name to open it by
+    bool bEncrypted = false;
+    Entry What{}; // its path is the bare name, where a link leads is not read yet
 };
 
-DiskEntry FactsOf(HANDLE hFile, const std::wstring& sPath); // without name and tag
+Entry FactsOf(HANDLE hFile,
+              const std::wstring& sPath); // without path; a link's are those of what it leads to
 std::optional<DiskEntry> FindEntry(const std::wstring& sPath);
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder); // by name
 

@@ -1,7 +1,7 @@
 #include "host/Names.h"
 
-#include "host/ExitCode.h"
-#include "host/Utf8.h"
+#include "host/Errors.h"
+#include "host/Text.h"
 
 #include <algorithm>
 #include <regex>
@@ -9,28 +9,18 @@
 
 namespace {
 
-constexpr std::size_t MAX_PART_LENGTH = 255;
-constexpr wchar_t FIRST_PRINTABLE = L' ';
-
-// Such a name means a device in every folder, also with an extension: "nul", "COM1.txt".
-bool IsDevice(std::wstring_view sPart)
-{
-    static const std::wregex DEVICES(
-        LR"((CON|PRN|AUX|NUL|CONIN\$|CONOUT\$|(COM|LPT)[1-9\u00B9\u00B2\u00B3]) *(\..*)?)",
-        std::regex::icase);
-    return std::regex_match(sPart.begin(), sPart.end(), DEVICES);
-}
-
-// A colon would mean a drive or an alternate stream. Points and blanks at the end are as good as others, since
-// no path is looked up but in full.
+// Control characters and signs that mean more than themselves: a colon would mean a drive or an alternate stream.
+// Not only points and blanks, though these at the end are as good as others, since no path is looked up but in full.
+// No name that means a device in every folder, also with an extension: "nul", "COM1.txt".
 bool IsSafePart(std::wstring_view sPart)
 {
-    constexpr std::wstring_view FORBIDDEN = L"<>:\"/\\|?*";
-    const auto IsForbidden = [&](wchar_t c) {
-        return c < FIRST_PRINTABLE || FORBIDDEN.find(c) != FORBIDDEN.npos;
-    };
-    return sPart.size() <= MAX_PART_LENGTH && sPart.find_first_not_of(L". ") != sPart.npos &&
-           std::ranges::none_of(sPart, IsForbidden) && !IsDevice(sPart);
+    constexpr std::size_t MAX_LENGTH = 255;
+    static const std::wregex SAFE(
+        LR"(^(?![. ]*$))"
+        LR"((?!(CON|PRN|AUX|NUL|CONIN\$|CONOUT\$|(COM|LPT)[1-9\u00B9\u00B2\u00B3]) *(\..*)?$))"
+        LR"([^<>:"/\\|?*\u0000-\u001F]+)",
+        std::regex::icase | std::regex::optimize);
+    return sPart.size() <= MAX_LENGTH && std::regex_match(sPart.begin(), sPart.end(), SAFE);
 }
 
 bool Matches(std::wstring_view sPattern, std::wstring_view sText)
@@ -47,17 +37,14 @@ bool Matches(std::wstring_view sPattern, std::wstring_view sText)
 
 std::wstring RelativePath(const std::string& sTapeName)
 {
-    const std::wstring sWide = FromUtf8(sTapeName);
-    std::wstring sPath;
-    for (std::size_t uiStart = 0; uiStart <= sWide.size();)
+    std::wstring sPath = FromUtf8(sTapeName);
+    for (std::size_t uiStart = 0, uiEnd = 0; uiEnd < sPath.size() || uiStart == 0; uiStart = uiEnd + 1)
     {
-        const std::size_t uiEnd = std::min(sWide.find(L'/', uiStart), sWide.size());
-        const std::wstring_view sPart = std::wstring_view(sWide).substr(uiStart, uiEnd - uiStart);
-        if (!IsSafePart(sPart))
+        uiEnd = std::min(sPath.find(L'/', uiStart), sPath.size());
+        if (!IsSafePart(std::wstring_view(sPath).substr(uiStart, uiEnd - uiStart)))
             throw TapeError("it is not a name for a file on Windows");
-        sPath.append(sPath.empty() ? L"" : L"\\").append(sPart);
-        uiStart = uiEnd + 1;
     }
+    std::ranges::replace(sPath, L'/', L'\\');
     return sPath;
 }
 

@@ -2,14 +2,6 @@
 #pragma once
 
 #include "host/LocalFile.h"
-#include "host/Tape.h"
-
-struct SourceEntry
-{
-    std::wstring sFile{}; // the name to open it by
-    DiskEntry OnDisk{};
-    Entry What{}; // "skipped" if it cannot be saved
-};
 
 // A walk through the tree, depth first. A copy of it goes on from the same place.
 class SourceTree
@@ -18,25 +10,12 @@ public:
     // Throws when something that was named is not there, or two things would have the same name on the tape.
     SourceTree(const std::vector<std::string>& Paths, const std::vector<std::string>& Excluded);
 
-    std::optional<SourceEntry> Next();
+    std::optional<DiskEntry> Next(); // "skipped" if it cannot be saved
 
 private:
-    struct Found
-    {
-        std::wstring sFile;
-        std::string sPath; // on the tape
-        DiskEntry OnDisk;
-    };
-    struct Level
-    {
-        std::shared_ptr<const std::vector<Found>> Entries; // of one folder
-        std::size_t uiNext = 0;
-    };
-
-    static std::vector<Found> ContentOf(const std::wstring& sFolder, const std::string& sPath);
-    void AddNamed(const std::string& sPath, bool bAlone, std::vector<Found>& Entries) const;
-    SourceEntry Examine(const Found& Place);
+    void AddNamed(const std::string& sPath, bool bAlone);
+    void AddContent(const std::wstring& sFolder, const std::string& sPath);
 
     std::vector<std::string> m_Excluded;
-    std::vector<Level> m_Levels;
+    std::vector<DiskEntry> m_Ahead; // the last one is the next
 };

@@ -5,9 +5,16 @@
 #include <algorithm>
 #include <set>
 
+using Json = nlohmann::json;
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Head, zdv, id, state, computer, program, started, format,
+                                                zone, paths, areas, area, abandoned, data, files, folders,
+                                                links, bytes, problems)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, created, attributes, link,
+                                                offset, sha256, state, problem)
+
 namespace {
 
-constexpr std::size_t MAX_RECORD_SIZE = std::size_t{1} << 30;
 constexpr std::size_t SHIFTED_READ_SIZE = std::size_t{64} << 20;
 
 std::string HashOf(std::string_view sText)
@@ -17,21 +24,36 @@ std::string HashOf(std::string_view sText)
     return Hash.Finish();
 }
 
-std::string ObjectText(std::uint32_t uiObject)
+template <typename Line> std::string WithoutDefaults(const Line& What)
 {
-    return uiObject == LAST_OBJECT ? "the last object" : "object " + std::to_string(uiObject);
+    static const Json Defaults = Line();
+    Json Members = What;
+    for (const auto& [sKey, Default] : Defaults.items())
+        if (Members[sKey] == Default)
+            Members.erase(sKey);
+    return Members.dump() + '\n';
 }
 
-// The text of an object up to its first zero byte. A header's place is read with one call, which must then be
-// large enough for whatever lies there when an object before it is missing.
+// Nothing for what is damaged, or lies about what it is.
+template <typename Line> std::optional<Line> FromLine(std::string_view sText)
+{
+    try
+    {
+        return Json::parse(sText).get<Line>();
+    }
+    catch (const Json::exception&)
+    {
+        return std::nullopt;
+    }
+}
+
+// The text of an object. A header's place is read with one call, which must then be large enough for whatever lies
+// there when an object before it is missing.
 std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
 {
     Block Buffer(IsHeader(uiObject) ? SHIFTED_READ_SIZE : ZDV_BLOCK_SIZE);
     std::string sText;
-    if (uiObject == LAST_OBJECT)
-        Drive.MoveBeforeLast();
-    else
-        Drive.MoveBefore(uiObject);
+    uiObject == LAST_OBJECT ? Drive.MoveBeforeLast() : Drive.MoveBefore(uiObject);
     for (ReadResult enResult = ReadResult::Filled; enResult == ReadResult::Filled;)
     {
         std::ranges::fill(Buffer, std::byte{0});
@@ -39,109 +61,83 @@ std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
         if (enResult == ReadResult::EndOfMedia)
             return std::nullopt;
         const char* const pText = reinterpret_cast<const char*>(Buffer.data());
-        sText.append(pText, strnlen(pText, Buffer.size()));
-        if (!sText.starts_with('{') || sText.size() > MAX_RECORD_SIZE)
-            throw TapeError(ObjectText(uiObject) + " was not written by this program, or is damaged");
+        const std::size_t uiLength = strnlen(pText, Buffer.size());
+        sText.append(pText, uiLength);
+        const bool bCut = enResult == ReadResult::Filled && uiLength < Buffer.size();
+        if (!sText.starts_with('{') || bCut || sText.size() > MAX_RECORD_SIZE)
+            throw TapeError("was not written by this program, or is damaged");
     }
     return sText;
 }
 
-Record Parse(std::string sText, std::uint32_t uiObject)
+Record Parse(std::string sText)
 {
     sText.erase(sText.find_last_not_of('\n') + 1);
     const std::size_t uiFirstEnd = std::min(sText.find('\n'), sText.size());
     const std::size_t uiLast = sText.find_last_of('\n') + 1;
-    Record Parsed;
-    Parsed.Head = Json::parse(sText.substr(0, uiFirstEnd), nullptr, false);
-    if (!Parsed.Head.is_object())
-        throw TapeError(ObjectText(uiObject) + " is damaged");
     const Json End = Json::parse(sText.substr(uiLast), nullptr, false);
-    Parsed.bIntact =
-        End.is_object() && End.value("sha256", Json()) == HashOf(std::string_view(sText).substr(0, uiLast));
-    sText.erase(Parsed.bIntact ? uiLast : sText.size());
+    const std::string sHash = HashOf(std::string_view(sText).substr(0, uiLast));
+    const bool bIntact = End.is_object() && End.value("sha256", Json()) == sHash;
+    const std::optional<Head> First = FromLine<Head>(sText.substr(0, uiFirstEnd));
+    sText.erase(bIntact ? uiLast : sText.size());
     sText.erase(0, uiFirstEnd + 1);
-    Parsed.sLines = std::move(sText);
-    return Parsed;
+    return {.First = First.value_or(Head{.zdv = "damaged"}), // what is no record at all has no kind
+            .sLines = std::move(sText),
+            .sProblem = First && bIntact ? "" : "is damaged"};
 }
 
-// Which object a record was written as; the objects before it may not all be there.
-std::uint32_t WrittenAs(const Record& Found)
+// An area some of whose objects are missing or damaged. Goes on to the object behind it.
+Area FindDamagedArea(Session& Server, std::uint32_t& uiObject, std::uint32_t uiExpected)
 {
-    const auto uiArea = static_cast<std::uint32_t>(std::min<std::uint64_t>(Found.Number("area"), MAX_AREAS));
-    if (Found.Text("zdv") == "manifest")
-        return TrailerObject(uiArea);
-    return Found.Text("zdv") == "area" ? HeaderObject(uiArea) : VOLUME_HEADER;
-}
-
-// Looks for an area's manifest where it should be, uiMissing objects earlier; meeting a later record instead, or
-// the end before the last area, it learns how many are missing. False at the end of the tape.
-bool FindManifest(Session& Server, Area& Found, std::uint32_t& uiMissing, std::uint64_t uiLastArea)
-{
-    const std::uint32_t uiObject = TrailerObject(Found.uiNumber);
-    Found.sProblem = "its manifest is missing";
-    for (bool bAgain = false;; bAgain = true)
+    Area Found{.uiNumber = uiExpected};
+    for (bool bBegun = false; std::optional<Record> Read = ReadRecord(Server, uiObject); bBegun = true)
     {
-        const std::uint32_t uiPosition = uiObject - uiMissing;
-        Found.uiDataPosition = uiPosition - 1;
-        try
+        const Head& First = Read->First;
+        if (First.zdv == "area" && bBegun)
+            break; // that of the next area
+        ++uiObject;
+        if (First.area <= MAX_AREAS)
+            Found.uiNumber = std::max(Found.uiNumber, First.area);
+        if (First.zdv == "manifest" || Found.uiData != 0)
         {
-            std::optional<Record> Read = ReadRecord(Server, uiPosition);
-            if (!Read && (Found.uiNumber > uiLastArea || ++uiMissing == uiObject))
-                return false;
-            if (!Read)
-                continue;
-            const std::uint32_t uiWrittenAs = WrittenAs(*Read);
-            if (uiWrittenAs == uiObject)
-            {
-                Found.Manifest = std::move(*Read);
-                Found.sProblem = Found.Manifest.bIntact ? "" : "its manifest is damaged";
-                return true;
-            }
-            if (bAgain || uiWrittenAs < uiObject || uiWrittenAs >= uiPosition + uiObject)
-                return true;
-            uiMissing = uiWrittenAs - uiPosition;
+            Found.Manifest = *std::move(Read);
+            break;
         }
-        catch (const TapeError& Error)
-        {
-            if (bAgain)
-                Found.uiDataPosition = uiPosition; // what lies just before the next area's header
-            else
-                Found.sProblem = Error.what();
-            return true;
-        }
+        if (First.zdv.empty())
+            Found.uiData = uiObject - 1;
     }
+    return Found;
+}
+
+// Goes on to the object behind the area, or stays at the end of the tape.
+Area FindArea(Session& Server, std::uint32_t& uiObject, std::uint32_t uiExpected, const std::string& sId)
+{
+    const auto IsForeign = [&](const Head& First) { return !sId.empty() && First.id != sId; };
+    std::optional<Record> Manifest = ReadRecord(Server, uiObject + 2);
+    if (Manifest && Manifest->Intact() && Manifest->First.zdv == "manifest" &&
+        Manifest->First.area == uiExpected && !IsForeign(Manifest->First))
+    {
+        uiObject += 3;
+        return {.uiNumber = uiExpected, .uiData = uiObject - 2, .Manifest = *std::move(Manifest)};
+    }
+    Area Found = FindDamagedArea(Server, uiObject, uiExpected);
+    if (Found.Manifest.Intact() && IsForeign(Found.Manifest.First))
+        Found.Manifest = {.sProblem = "is that of another backup"};
+    return Found;
 }
 
 } // namespace
 
-std::string Record::Text(const char* pKey) const
-{
-    const Json Value = Head.is_object() ? Head.value(pKey, Json()) : Json();
-    return Value.is_string() ? Value.get<std::string>() : "";
-}
-
-std::uint64_t Record::Number(const char* pKey) const
-{
-    const Json Value = Head.is_object() ? Head.value(pKey, Json()) : Json();
-    return Value.is_number_unsigned() ? Value.get<std::uint64_t>() : 0;
-}
+std::string ToLine(const Head& First) { return WithoutDefaults(First); }
+std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
 
 void Record::ForEach(const std::function<void(const Entry&)>& action) const
 {
     for (std::size_t uiStart = 0, uiEnd = 0; uiStart < sLines.size(); uiStart = uiEnd + 1)
     {
         uiEnd = std::min(sLines.find('\n', uiStart), sLines.size());
-        std::optional<Entry> Line;
-        try
-        {
-            Line = Json::parse(std::string_view(sLines).substr(uiStart, uiEnd - uiStart)).get<Entry>();
-        }
-        catch (
-            const Json::exception&) // a damaged record, or one that lies: the lines behind are still of use
-        {
-            continue;
-        }
-        action(*Line);
+        if (const auto What = FromLine<Entry>(std::string_view(sLines).substr(uiStart, uiEnd - uiStart)))
+            action(*What);
     }
 }
 
@@ -157,53 +153,28 @@ void WriteRecord(Device& Drive, std::string sLines)
 
 std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
 {
-    const std::optional<std::string> sText =
-        Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
-    return sText ? std::optional(Parse(*sText, uiObject)) : std::nullopt;
-}
-
-bool ObjectExists(Session& Server, std::uint32_t uiObject)
-{
     try
     {
-        return Server.Patiently([&] {
-            Block Buffer(ZDV_BLOCK_SIZE);
-            Server.Drive().MoveBefore(uiObject);
-            return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
-        });
+        std::optional<std::string> sText =
+            Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
+        return sText ? std::optional(Parse(*std::move(sText))) : std::nullopt;
     }
-    catch (const UnreadableObject&) // what a broken upload leaves may be such: over SFTP an empty file
+    catch (const TapeError& Error)
     {
-        return true;
+        return Record{.sProblem = Error.what()};
     }
 }
 
 Volume LookAt(Session& Server)
 {
-    const auto Read = [&](std::uint32_t uiObject, std::string& sProblem) {
-        try
-        {
-            std::optional<Record> Found = ReadRecord(Server, uiObject);
-            if (Found && Found->bIntact)
-                return *std::move(Found);
-            sProblem = Found ? "is damaged" : "is missing";
-        }
-        catch (const TapeError& Error)
-        {
-            sProblem = Error.what();
-        }
-        return Record();
-    };
-    Volume Found;
-    Found.Header = Read(VOLUME_HEADER, Found.sProblem);
-    if (Found.Header.Text("zdv") != "volume" && Found.Header.Text("zdv") != "check" && Found.sProblem.empty())
-    {
+    Volume Found{.Header = ReadRecord(Server, VOLUME_HEADER).value_or(Record()),
+                 .Last = ReadRecord(Server, LAST_OBJECT).value_or(Record())};
+    const std::string& sKind = Found.Header.First.zdv;
+    if (!Found.Header.Intact())
+        Found.Header.First = {};
+    else if (sKind != "volume" && sKind != "check")
         Found.Header = {};
-        Found.sProblem = "is missing";
-    }
-    std::string sNoManifest;
-    Found.Last = Read(LAST_OBJECT, sNoManifest);
-    if (Found.Last.Text("zdv") != "manifest")
+    if (!Found.Last.Intact() || Found.Last.First.zdv != "manifest")
         Found.Last = {};
     return Found;
 }
@@ -211,30 +182,18 @@ Volume LookAt(Session& Server)
 std::vector<Area> FindAreas(Session& Server, const Volume& Tape)
 {
     std::vector<Area> Areas;
-    std::set<std::uint64_t> Abandoned;
-    std::uint32_t uiMissing = 0;
-    const std::string sId = (Tape.Last.bIntact ? Tape.Last : Tape.Header).Text("id");
-    for (std::uint32_t uiArea = 1; uiArea <= MAX_AREAS; ++uiArea)
+    std::set<std::uint32_t> Abandoned;
+    const std::string& sId = (Tape.Last.Intact() ? Tape.Last : Tape.Header).First.id;
+    for (std::uint32_t uiObject = HeaderObject(1), uiBehind = uiObject;; uiObject = uiBehind)
     {
-        Area Found{.uiNumber = uiArea};
-        if (!FindManifest(Server, Found, uiMissing, Tape.Last.Number("area")))
-        {
-            if (!Tape.Complete() && ObjectExists(Server, Found.uiDataPosition))
-                Areas.push_back(std::move(Found));
+        Area Found = FindArea(Server, uiBehind, static_cast<std::uint32_t>(Areas.size()) + 1, sId);
+        if (uiBehind == uiObject)
             break;
-        }
-        Record& Manifest = Found.Manifest;
-        if (Manifest.bIntact && !sId.empty() && Manifest.Text("id") != sId)
-        {
-            Manifest = {};
-            Found.sProblem = "its manifest is that of another backup";
-        }
-        for (const Json& Number : Manifest.bIntact ? Manifest.Head.value("abandoned", Json::array()) : Json())
-            Abandoned.insert(Number.is_number_unsigned() ? Number.get<std::uint64_t>() : 0);
-        const bool bLast = Manifest.bIntact && Manifest.Head == Tape.Last.Head;
+        if (Found.Manifest.Intact())
+            Abandoned.insert(Found.Manifest.First.abandoned.begin(), Found.Manifest.First.abandoned.end());
+        while (Areas.size() + 1 < Found.uiNumber) // of which nothing is left
+            Areas.push_back({.uiNumber = static_cast<std::uint32_t>(Areas.size()) + 1});
         Areas.push_back(std::move(Found));
-        if (bLast)
-            break;
     }
     std::erase_if(Areas, [&](const Area& Found) { return Abandoned.contains(Found.uiNumber); });
     return Areas;

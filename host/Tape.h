@@ -9,7 +9,8 @@
 // is an area of its own), and filled up to whole blocks as tar does. It is written as the disk is read.
 //
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
-// which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block.
+// which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that
+// are 0 or empty are left out.
 //   "volume"    format, program, computer, started (local time), zone (minutes east of UTC), paths, and what the
 //               backup is expected to hold: files, bytes, areas
 //   "area"      area (its number), paths
@@ -24,87 +25,78 @@
 // written again in the next one.
 #pragma once
 
-#include "host/Server.h"
+#include "host/Entry.h"
+#include "host/Session.h"
 
+#include <functional>
 #include <nlohmann/json.hpp>
-
-using Json = nlohmann::json;
 
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
 inline constexpr std::uint32_t LAST_OBJECT = 0;
 inline constexpr std::uint32_t MAX_AREAS = 332; // an object's number has three digits
+inline constexpr std::size_t MAX_RECORD_SIZE = std::size_t{1} << 30;
 
 constexpr std::uint32_t HeaderObject(std::uint32_t uiArea) { return 3 * uiArea - 1; }
-constexpr std::uint32_t TrailerObject(std::uint32_t uiArea) { return 3 * uiArea + 1; }
 constexpr std::uint32_t AreaOf(std::uint32_t uiObject) { return (uiObject + 1) / 3; }
 constexpr bool IsHeader(std::uint32_t uiObject) { return uiObject % 3 == 2; }
 
-inline constexpr std::int64_t TICKS_PER_SECOND = 10'000'000;
-inline constexpr std::uint32_t SAVED_ATTRIBUTES =
-    FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-
-// A line of a manifest: its members have the names that they have there.
-struct Entry
+// A record's first line: its members have the names that they have there.
+struct Head
 {
-    std::string path{};           // with "/", from the parent of what was named
-    std::string type{};           // "file", "folder", "link" or "folderlink", a link to a folder
-    std::uint64_t size = 0;       // of a file
-    std::int64_t mtime = 0;       // 100 ns since 1970, as the next
-    std::int64_t created = 0;     //
-    std::uint32_t attributes = 0; // Windows' numbers, those of SAVED_ATTRIBUTES
-    std::string link{};           // where a link leads, with "/"
-    std::uint64_t offset = 0;     // of its header in the archive
-    std::string sha256{};         // of a file
-    std::string state{};   // "" saved; "changed" while it was read, "damaged": not read to its end, "skipped"
-    std::string problem{}; // the reason
-
-    bool IsLink() const { return type == "link" || type == "folderlink"; }
-    // As far as an archive tells: it keeps a creation only if that came before the last change.
-    bool SameThing(const Entry& Other) const
-    {
-        return std::tie(path, type, size, mtime, attributes, link, offset) ==
-               std::tie(Other.path, Other.type, Other.size, Other.mtime, Other.attributes, Other.link,
-                        Other.offset);
-    }
+    std::string zdv{};
+    std::string id{};
+    std::string state{};
+    std::string computer{};
+    std::string program{};
+    std::string started{};
+    int format = 0;
+    int zone = 0;
+    std::vector<std::string> paths{};
+    std::uint32_t areas = 0;
+    std::uint32_t area = 0;
+    std::vector<std::uint32_t> abandoned{};
+    std::uint64_t data = 0;
+    std::uint64_t files = 0;
+    std::uint64_t folders = 0;
+    std::uint64_t links = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t problems = 0;
 };
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, created, attributes, link,
-                                                offset, sha256, state, problem)
+
+// As JSON, with its line feed. What is 0 or empty is left out.
+std::string ToLine(const Head& First);
+std::string ToLine(const Entry& What);
 
 struct Record
 {
-    Json Head{};
+    Head First{};
     std::string sLines{}; // those between the first and the last
-    bool bIntact = false;
+    std::string sProblem = "is missing";
 
-    std::string Text(const char* pKey) const;                            // "" when there is none
-    std::uint64_t Number(const char* pKey) const;                        // 0 when there is none
+    bool Intact() const { return sProblem.empty(); }
     void ForEach(const std::function<void(const Entry&)>& action) const; // lines that are none are left out
 };
 
 void WriteRecord(Device& Drive, std::string sLines); // with its last line, as the next object
 
-// The record in an object; nothing when the tape ends before it. Throws a TapeError when it is none.
+// The record in an object, be it damaged; nothing when the tape ends before it.
 std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject);
 
-bool ObjectExists(Session& Server, std::uint32_t uiObject);
-
-// The two ends of a tape. What cannot be read is empty.
+// The two ends of a tape.
 struct Volume
 {
     Record Header{};
-    std::string sProblem{}; // what is wrong with the header
-    Record Last{};          // the manifest that ends the tape
+    Record Last{}; // the manifest that ends the tape
 
-    bool Complete() const { return Last.Text("state") == "complete"; }
+    bool Complete() const { return Last.First.state == "complete"; }
 };
 Volume LookAt(Session& Server);
 
 struct Area
 {
     std::uint32_t uiNumber = 0;
-    std::uint32_t uiDataPosition = 0; // in the list of the objects that are there
+    std::uint32_t uiData = 0; // where its data is among the objects that are there, 0 if nowhere
     Record Manifest{};
-    std::string sProblem{}; // why the manifest is not there or not to be trusted
 };
 
 // The areas that count, in their order.

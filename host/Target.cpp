@@ -4,12 +4,11 @@
 
 namespace {
 
-using namespace std::string_view_literals;
+constexpr std::size_t ROOT_LENGTH = 7; // \\?\C:\ and \\?\UNC are nobody's to create
 
 std::wstring FolderOf(const std::wstring& sPath)
 {
-    const std::size_t uiEnd = sPath.find_last_of(L'\\');
-    return uiEnd == std::wstring::npos ? L"" : sPath.substr(0, uiEnd);
+    return sPath.substr(0, std::max(sPath.find_last_of(L'\\'), ROOT_LENGTH));
 }
 
 void SetTimes(HANDLE hFile, const Entry& What, const std::wstring& sPath)
@@ -26,53 +25,37 @@ void SetAttributes(const Entry& What, const std::wstring& sPath)
         throw FileError(sPath, "cannot be given its attributes", GetLastError());
 }
 
-// With its parents.
-void CreateMissing(const std::wstring& sFolder)
-{
-    if (CreateDirectoryW(sFolder.c_str(), nullptr) || FolderOf(sFolder).size() <= LR"(\\?\C:)"sv.size())
-        return;
-    if (GetLastError() == ERROR_PATH_NOT_FOUND)
-    {
-        CreateMissing(FolderOf(sFolder));
-        CreateDirectoryW(sFolder.c_str(), nullptr);
-    }
-}
-
 } // namespace
 
 TargetFolder::TargetFolder(const std::wstring& sFolder, bool bReplace)
     : m_sFolder(FullPath(sFolder)), m_bReplace(bReplace)
 {
-    CreateMissing(m_sFolder);
-    const DWORD dwAttributes = GetFileAttributesW(m_sFolder.c_str());
-    if (dwAttributes == INVALID_FILE_ATTRIBUTES || (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-        throw FileError(m_sFolder, "cannot be used as a folder", GetLastError());
+    EnsureFolder(m_sFolder);
 }
 
-std::wstring TargetFolder::EnsureFolder(const std::wstring& sRelative)
+// With its parents. Those outside of the target are looked at only when the folder is missing.
+void TargetFolder::EnsureFolder(const std::wstring& sPath)
 {
-    const std::wstring sPath = sRelative.empty() ? m_sFolder : PathIn(m_sFolder, sRelative);
-    if (sRelative.empty() || sRelative == m_sEnsured)
-        return sPath;
-    EnsureFolder(FolderOf(sRelative));
-    if (!CreateDirectoryW(sPath.c_str(), nullptr))
-    {
-        const DWORD dwError = GetLastError();
-        const std::optional<DiskEntry> There = FindEntry(sPath);
-        if (!There || !There->IsFolder())
-            throw FileError(sPath, "cannot be created as a folder", dwError);
-        if (There->IsLink())
-            throw FileError(sPath, "is a link: nothing is written through it");
-    }
-    m_sEnsured = sRelative;
-    return sPath;
+    if (sPath == m_sEnsured)
+        return;
+    const bool bInside = sPath.size() > m_sFolder.size();
+    const DWORD dwAttributes = GetFileAttributesW(sPath.c_str());
+    const bool bMissing = dwAttributes == INVALID_FILE_ATTRIBUTES;
+    if ((bInside || bMissing) && FolderOf(sPath).size() > ROOT_LENGTH)
+        EnsureFolder(FolderOf(sPath));
+    if (bMissing && !CreateDirectoryW(sPath.c_str(), nullptr))
+        throw FileError(sPath, "cannot be created as a folder", GetLastError());
+    if (!bMissing && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        throw FileError(sPath, "is no folder");
+    if (const std::optional<DiskEntry> There = FindEntry(sPath); bInside && There && There->What.IsLink())
+        throw FileError(sPath, "is a link: nothing is written through it");
+    m_sEnsured = sPath;
 }
 
 std::wstring TargetFolder::PrepareFor(const Entry& What)
 {
-    const std::wstring sRelative = RelativePath(What.path);
-    EnsureFolder(FolderOf(sRelative));
-    const std::wstring sPath = PathIn(m_sFolder, sRelative);
+    const std::wstring sPath = PathIn(m_sFolder, RelativePath(What.path));
+    EnsureFolder(FolderOf(sPath));
     const DWORD dwAttributes = GetFileAttributesW(sPath.c_str());
     if (dwAttributes == INVALID_FILE_ATTRIBUTES)
         return sPath;
@@ -85,7 +68,7 @@ std::wstring TargetFolder::PrepareFor(const Entry& What)
 
 void TargetFolder::CreateFolder(const Entry& What)
 {
-    EnsureFolder(RelativePath(What.path));
+    EnsureFolder(PathIn(m_sFolder, RelativePath(What.path)));
     m_Folders.push_back(What);
 }
 

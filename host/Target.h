@@ -2,7 +2,8 @@
 #pragma once
 
 #include "host/LocalFile.h"
-#include "host/Tape.h"
+
+#include <span>
 
 class TargetFolder
 {
@@ -18,7 +19,7 @@ public:
 private:
     friend class RestoredFile;
     std::wstring PrepareFor(const Entry& What); // the full path, when an entry of this name may be created
-    std::wstring EnsureFolder(const std::wstring& sRelative);
+    void EnsureFolder(const std::wstring& sPath);
 
     std::wstring m_sFolder;
     bool m_bReplace;

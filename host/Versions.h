@@ -2,7 +2,6 @@
 #pragma once
 
 #include "host/Tape.h"
-#include "host/VersionTime.h"
 
 inline constexpr const char* PROGRAM = "zdv 1.0";
 
@@ -10,11 +9,10 @@ std::string ComputerName();
 
 // Writes the header of a new version, to which the caller gives what is its own, and makes sure that the server
 // shows it as it shows other versions.
-std::time_t BeginVersion(Session& Server, Json Header);
+std::time_t BeginVersion(Session& Server, Head Header);
 void CheckVersion(Session& Server, const std::string& sId); // the one that is open is that of this id
 
-// "complete    PC1  12 files, 3.4 MiB"
-std::string StateText(const Volume& Tape);
+std::string StateText(const Volume& Tape); // "complete    PC1  12 files, 3.4 MiB"
 
 struct ChosenVersion
 {
@@ -26,5 +24,5 @@ struct ChosenVersion
 // complete one. Those that are passed over are named. Throws when there is none.
 ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt);
 
-void ShowVersions(Session& Server); // throws when there is none
+ExitCode ShowVersions(Session& Server); // throws when there is none
 void CheckByWriting(Session& Server);

@@ -6,6 +6,7 @@ import hashlib
 import io
 import json
 import os
+import pty
 import shutil
 import signal
 import socket
@@ -14,6 +15,7 @@ import sys
 import tarfile
 import tempfile
 import time
+import tty
 import unittest
 from pathlib import Path
 
@@ -86,14 +88,15 @@ class HostTest(unittest.TestCase):
         path.write_bytes(data)
         return path
 
-    def start(self, command, *arguments, password=os.environ["ZDV_TEST_PASSWORD"], zone="UTC", **settings):
+    def start(self, command, *arguments, password=os.environ["ZDV_TEST_PASSWORD"], zone="UTC",
+              streams=(subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE), **settings):
         # An SFTP root is read from the server's top, an FTP root from the login folder.
         home = os.environ["ZDV_TEST_HOME"].rstrip("/") + "/" if os.environ["ZDV_TEST_SCHEME"] == "sftp" else ""
         given = {name: os.environ["ZDV_TEST_" + name] for name in ("SERVER", "USER", "PORT")}
         given |= {"ROOT": home + self.root} | settings
         process = subprocess.Popen(
-            [*PROGRAM, command, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE, encoding="utf-8",
+            [*PROGRAM, command, *arguments], **dict(zip(("stdin", "stdout", "stderr"), streams)), encoding="utf-8",
+            start_new_session=True,
             env=os.environ | {"TZ": zone} | {"ZDV_" + name: value for name, value in given.items()}
             | ({"ZDV_PASSWORD": password} if password is not None else {}))
         return self.enterContext(process)
@@ -207,11 +210,12 @@ class HostTest(unittest.TestCase):
         (self.folder / "other/source").mkdir(parents=True)
         for path, complaint in ((self.folder / "missing", "missing"), (self.folder / "other/source", "the same name")):
             self.assertIn(complaint, self.backup(windows_path(path), code=LOCAL_FILE))
+        self.assertIn("is no folder", self.run_host(LOCAL_FILE, "restore", "--into", windows_path(single)))
         self.assertEqual(len(list((STORE / self.root).iterdir())), 1)
 
     def test_existing_files_are_kept_unless_told_otherwise(self):
         path = self.write("file", b"saved")
-        self.backup()
+        self.assertNotIn("Compared", self.backup())
         path.write_bytes(b"changed")
         path.chmod(0o444)
         other = self.write("other", b"other")
@@ -259,6 +263,26 @@ class HostTest(unittest.TestCase):
         for wrong in ("yesterday", "31/02/2024 00:00:00", "1/2/2024 00:00:00", "01/02/2024 24:00:00"):
             with self.subTest(at=wrong):
                 self.assertIn(wrong, self.restore("--at", wrong, code=COMMAND_LINE))
+
+        self.version_folder().chmod(0)
+        text = self.run_host(DATA_DIFFERS, "versions", **berlin)
+        self.assertEqual(text.splitlines()[:3], listed[:3])
+        self.assertRegex(text, "16/12/2024 12:00:00  UNREADABLE: .*" + MODULE_TEXT)
+        self.restore(**berlin)
+
+    def test_a_drive(self):
+        drive = Path(PROGRAM[0]).parents[1] / "build/wine/dosdevices/y:"
+        drive.unlink(missing_ok=True)  # left by a run that was killed
+        drive.symlink_to(self.source)
+        self.addCleanup(drive.unlink)
+        self.write("file", b"1")
+        self.run_host(DONE, "backup", "Y:\\")  # alone it comes back as it is, beside others in a folder
+        (self.source / "file").unlink()
+        self.run_host(DONE, "restore", "--into", "Y:\\")
+        self.assertEqual(files_below(self.source), {"file"})
+        self.backup("Y:\\")
+        self.restore()
+        self.assertEqual(files_below(self.target), {"Y/file", "source/file"})
 
     def test_a_version_never_takes_the_place_of_another(self):
         self.run_host(DONE, "check")  # creates the root
@@ -321,6 +345,7 @@ class HostTest(unittest.TestCase):
                 text = self.restore("--at", version, code=DATA_DIFFERS if complaint else DONE)
                 self.assertEqual(files_below(self.target), every - {f"source/{number}" for number in lost}, text)
                 self.assertIn(complaint or "", text)
+                self.assertIn(complaint or "", self.run_host(DATA_DIFFERS if complaint else DONE, "verify", "--at", version))
 
     def test_hostile_archives(self):
         self.write("good")
@@ -369,6 +394,39 @@ class HostTest(unittest.TestCase):
             with self.subTest(arguments):
                 self.run_host(code, *arguments)
         self.assertIn("There is no password", self.run_host(COMMAND_LINE, "check", password=None))
+
+    def test_a_password_that_is_typed(self):
+        console, other_end = pty.openpty()
+        tty.setraw(other_end)  # Wine does so, too, but at some time after the prompt
+        process = self.start("check", password=None, streams=[other_end] * 3)
+        os.close(other_end)
+        self.addCleanup(os.close, console)
+        shown = b""
+        for password in ("wrong", os.environ["ZDV_TEST_PASSWORD"]):
+            asked = shown.count(b"Password:")
+            while shown.count(b"Password:") == asked:
+                shown += os.read(console, BLOCK)
+            os.write(console, password.encode() + b"\r")
+        while b"Ready" not in shown:
+            shown += os.read(console, BLOCK)
+        self.assertEqual(process.wait(), DONE)
+        self.assertIn(b"refuses the login", shown)
+        self.assertNotIn(os.environ["ZDV_TEST_PASSWORD"].encode(), shown)
+
+    @unittest.skipUnless(os.environ["ZDV_TEST_ROW"].startswith("proftpd"), "needs a server that can hide folders")
+    def test_a_listing_that_names_no_folders(self):
+        self.run_host(DONE, "check")
+        (STORE / self.root / ".ftpaccess").write_text("HideFiles ^ZELT_\n")
+        self.assertIn("is not found again in the server's listing", self.backup(code=BACKUP_FAILED))
+
+    def test_a_volume_header_that_fails(self):
+        self.run_host(DONE, "check")
+        (STORE / self.root).chmod(0o500)
+        process = self.start("backup", windows_path(self.source))
+        self.assertRegex(process.stderr.readline(), MODULE_TEXT)
+        (STORE / self.root).chmod(0o700)
+        self.finish(process, DONE)
+        self.restore()
 
     def test_one_at_a_time(self):
         os.truncate(self.write("big"), 1 << 30)

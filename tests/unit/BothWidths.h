@@ -13,7 +13,6 @@ struct Narrow
     static constexpr auto GetOptions = &ZDV_GetDeviceOptions;
     static constexpr auto SetOptions = &ZDV_SetDeviceOptions;
     static constexpr auto GetInfo = &ZDV_GetInfo;
-    static constexpr auto SetInfo = &ZDV_SetInfo;
     static constexpr auto GetModuleProperty = &ZDV_GetModuleProperty;
     static std::string Text(const std::string& sText) { return sText; }
 };
@@ -24,7 +23,6 @@ struct Wide
     static constexpr auto GetOptions = &ZDV_GetDeviceOptionsW;
     static constexpr auto SetOptions = &ZDV_SetDeviceOptionsW;
     static constexpr auto GetInfo = &ZDV_GetInfoW;
-    static constexpr auto SetInfo = &ZDV_SetInfoW;
     static constexpr auto GetModuleProperty = &ZDV_GetModulePropertyW;
     static std::wstring Text(const std::string& sText) { return quorvel::Widen(sText); }
 };

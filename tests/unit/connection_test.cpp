@@ -3,22 +3,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(Connection, FollowsThePort)
-{
-    for (const auto& [uiPort, sProtocol] : {std::pair(22u, L"sftp://"),
-                                            {990u, L"ftps://"},
-                                            {21u, L"ftp://"},
-                                            {0u, L"ftp://"},
-                                            {2121u, L"ftp://"}})
-    {
-        const OpenDevice Device;
-        Device->m_uiPort = uiPort;
-        EXPECT_TRUE(DoInitEx(*Device)) << uiPort;
-        EXPECT_EQ(Device->m_sProtocol, sProtocol) << uiPort;
-        EXPECT_NE(Device->m_pCurl, nullptr);
-    }
-}
-
 TEST(Connection, IsRefusedForAPortThatNoneCanBe)
 {
     for (const std::uint32_t uiPort : {70000u, 4294967295u})
@@ -53,12 +37,4 @@ TEST(Connection, NormalisesTheRoot)
         EXPECT_TRUE(DoInitEx(*Device));
         EXPECT_EQ(Device->m_sRoot, sNormalised);
     }
-}
-
-TEST(Utility, KnowsTwoCategories)
-{
-    const OpenDevice Device;
-    EXPECT_EQ(ZDV_Utility(Device, ZDV_U_CHECK_DEVICE_STATUS), ZDV_SUCCESS);
-    for (const std::uint32_t uiUnknown : {2u, 3u, 4u, 5u, 7u})
-        EXPECT_EQ(ZDV_Utility(Device, uiUnknown), 0x40000002) << uiUnknown;
 }

@@ -53,62 +53,6 @@ TYPED_TEST(DeviceOptions, BracketAnAddressForUrlsOnly)
     }
 }
 
-TYPED_TEST(DeviceOptions, ReadAPortAsFarAsItIsANumber)
-{
-    const std::pair<const char*, std::uint32_t> CASES[] = {
-        {"990", 990}, {" 2121x", 2121}, {"+22", 22},       {"abc", 0},
-        {"", 0},      {"70000", 70000}, {"-1", 4294967295}};
-    for (const auto& [sText, uiPort] : CASES)
-    {
-        EXPECT_EQ(this->Set(ZDV_FTP_PORT, sText), ZDV_SUCCESS);
-        EXPECT_EQ(this->m_Device->m_uiPort, uiPort) << sText;
-    }
-}
-
-TYPED_TEST(DeviceOptions, AreStoredAsTheyAreOrRefused)
-{
-    const FtpContext& FC = *this->m_Device;
-    const std::pair<std::int32_t, const std::wstring FtpContext::*> STORED[] = {
-        {ZDV_FTP_SERVERNAME, &FtpContext::m_sServer},
-        {ZDV_FTP_ROOT, &FtpContext::m_sRoot},
-        {ZDV_FTP_USERNAME, &FtpContext::m_sUsername},
-        {ZDV_FTP_PASSWORD, &FtpContext::m_sPassword}};
-    for (const auto& [uiCategory, sMember] : STORED)
-    {
-        EXPECT_EQ(this->Set(uiCategory, "\\a\xFC b"), ZDV_SUCCESS);
-        EXPECT_EQ(FC.*sMember, L"\\a\x00FC b") << uiCategory;
-        EXPECT_EQ(this->Set(uiCategory, ""), ZDV_SUCCESS);
-    }
-    for (const std::int32_t uiIgnored : {2, 3, 4, 5})
-        EXPECT_EQ(this->Set(uiIgnored, "x"), ZDV_SUCCESS) << uiIgnored;
-    for (const std::int32_t uiUnknown : {-1, 0, 1, 6, 7, 23, 29})
-        EXPECT_EQ(this->Set(uiUnknown, "x"), 0x40000002) << uiUnknown;
-    EXPECT_EQ(FC.m_sServer + FC.m_sRoot + FC.m_sUsername + FC.m_sPassword, L"");
-    EXPECT_EQ(FC.m_uiPort, 21u);
-}
-
-TYPED_TEST(DeviceOptions, HaveAtMostOneStringEach)
-{
-    for (const auto& [uiCategory, uiIndex] : {std::pair(2, 1u), {3, 0u}, {3, 1u}, {4, 1u}, {5, 0u}, {6, 1u}})
-        EXPECT_EQ(this->Get(uiCategory, uiIndex, 64), 0x40000004) << uiCategory;
-    for (const std::int32_t uiUnknown : {-1, 0, 1, 7, 23, 24, 25, 26, 27, 28, 29})
-        EXPECT_EQ(this->Get(uiUnknown, 0, 64), 0x40000002) << uiUnknown;
-    EXPECT_EQ(this->m_Buffer.Written(), 0u);
-}
-
-TYPED_TEST(DeviceOptions, CutAStringToFit)
-{
-    for (const auto& [uiCharacters, sText] :
-         {std::pair(1u, ""), {5u, "Defa"}, {8u, "Default"}, {64u, "Default"}})
-    {
-        EXPECT_EQ(this->Get(ZDV_UNITS, 0, uiCharacters), ZDV_SUCCESS);
-        EXPECT_EQ(this->m_Buffer.Text(), sText);
-        EXPECT_LE(this->m_Buffer.Written(), uiCharacters);
-    }
-    EXPECT_EQ(this->Get(ZDV_UNITS, 0, 0), ZDV_SUCCESS);
-    EXPECT_EQ(this->m_Buffer.Written(), 0u);
-}
-
 TYPED_TEST(DeviceOptions, GiveTheComputerNameInFullOrNotAtAll)
 {
     Buffer<char> Expected;

@@ -26,14 +26,10 @@ TYPED_TEST_SUITE(Info, BothWidths);
 
 TYPED_TEST(Info, GivesTheModulesPropertiesCutToFit)
 {
-    const std::tuple<std::uint32_t, std::uint32_t, const char*> CASES[] = {
-        {1, 64, "V 7.1.2"},
-        {1, 4, "V 7"},
-    };
-    for (const auto& [uiCategory, uiSize, sText] : CASES)
+    for (const auto& [uiSize, sText] : {std::pair(64u, "V 7.1.2"), {4u, "V 7"}})
     {
         Buffer<typename TypeParam::Char> Answer;
-        EXPECT_EQ(TypeParam::GetModuleProperty(uiCategory, Answer, uiSize), ZDV_SUCCESS) << uiCategory;
+        EXPECT_EQ(TypeParam::GetModuleProperty(ZDV_GMP_VER, Answer, uiSize), ZDV_SUCCESS);
         EXPECT_EQ(Answer.Text(), sText);
     }
     Buffer<typename TypeParam::Char> Date, Untouched;
@@ -70,25 +66,6 @@ TYPED_TEST(Info, DescribesTheDeviceAndItsLastError)
     EXPECT_EQ(Untouched.Written(), 0u);
 }
 
-TYPED_TEST(Info, TakesTheBackupTimeAndIgnoresTheRest)
-{
-    const auto sText = TypeParam::Text("31/12/2024 23:59:59 and more");
-    const auto Told = [&](std::uint32_t uiCategory, const typename TypeParam::Char* pBuffer,
-                          std::uint32_t uiSize) {
-        this->m_Device->m_tBackupTime = 7;
-        EXPECT_EQ(TypeParam::SetInfo(this->m_Device, uiCategory, pBuffer, uiSize), ZDV_SUCCESS) << uiCategory;
-        return this->m_Device->m_tBackupTime;
-    };
-    EXPECT_EQ(Told(257, sText.c_str(), 19), 1735669799);
-    EXPECT_EQ(Told(257, sText.c_str(), 64), 1); // no date
-    EXPECT_EQ(Told(257, sText.c_str(), 0), 7);
-    EXPECT_EQ(Told(257, nullptr, 19), 7);
-    for (const std::uint32_t uiIgnored : {0u, 1u, 2u, 3u, 258u, 259u})
-        EXPECT_EQ(Told(uiIgnored, sText.c_str(), 64), 7);
-    for (const std::uint32_t uiUnknown : {4u, 256u, 260u})
-        EXPECT_EQ(TypeParam::SetInfo(this->m_Device, uiUnknown, sText.c_str(), 64), UNKNOWN) << uiUnknown;
-}
-
 TEST(BackupTime, IsALocalDateTheLatestOrNone)
 {
     EXPECT_EQ(ParseBackupTime("15/03/2024 14:30:05"), T_2024);
@@ -98,36 +75,6 @@ TEST(BackupTime, IsALocalDateTheLatestOrNone)
                               "31-12-2024 23:59:59", "00/12/2024 23:59:59", "31/13/2024 23:59:59",
                               "31/12/2024 24:00:00", "31/12/2024 23:59", "yesterday"})
         EXPECT_EQ(ParseBackupTime(sText), 1) << sText;
-}
-
-TEST(Property, AnswersForAVirtualTape)
-{
-    const OpenDevice Device;
-    Device->m_uiCurrentBlock = 3;
-    Device->m_dwLastError = 87;
-    std::uint32_t uiValue = 4711;
-    for (const std::uint32_t uiUnknown : {10u, 13u, 15u, 17u, 19u, 31u, 33u, 35u, 103u, 105u, 4294967295u})
-        EXPECT_EQ(ZDV_GetProperty(Device, uiUnknown, &uiValue), UNKNOWN) << uiUnknown;
-    EXPECT_EQ(uiValue, 4711u);
-    for (const auto& [uiCategory, uiExpected] : {std::pair(14u, 3u), {32u, 87u}})
-    {
-        EXPECT_EQ(ZDV_GetProperty(Device, uiCategory, &uiValue), ZDV_SUCCESS) << uiCategory;
-        EXPECT_EQ(uiValue, uiExpected) << uiCategory;
-    }
-}
-
-TEST(Property, StoresTheReserveAlone)
-{
-    const OpenDevice Device;
-    for (const std::uint32_t uiRefused : {1u, 2u, 13u, 100u, 101u, 106u})
-        EXPECT_EQ(ZDV_SetProperty(Device, uiRefused, 512), UNKNOWN) << uiRefused;
-    for (const std::uint32_t uiIgnored : {0u, 105u})
-        EXPECT_EQ(ZDV_SetProperty(Device, uiIgnored, 512), ZDV_SUCCESS) << uiIgnored;
-    EXPECT_EQ(Device->m_uiReserveBlocks + Device->m_tBackupTime, 0);
-    EXPECT_EQ(ZDV_SetProperty(Device, ZDV_P_RESERVE_BLOCKS, 12), ZDV_SUCCESS);
-    std::uint32_t uiValue = 0;
-    EXPECT_EQ(ZDV_GetProperty(Device, ZDV_P_RESERVE_BLOCKS, &uiValue), ZDV_SUCCESS);
-    EXPECT_EQ(uiValue, 12u);
 }
 
 namespace {

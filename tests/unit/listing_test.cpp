@@ -1,16 +1,13 @@
 // The line that a listing leaves unfinished is one for the process: every test here leaves it empty.
 #include "catalogue/AreaObjectMgr.h"
 #include "catalogue/VersionMgr.h"
-#include "interface/Connection.h"
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"
 
 #include <gmock/gmock.h>
 #include <random>
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
 
@@ -138,16 +135,4 @@ TEST(Listing, SurvivesAMillionHostileLines)
     EXPECT_GT(uiObjects, 100u);
     EXPECT_THAT(Versions({"ZELT_20230101000000\n"}), ElementsAre(T_2023));
     EXPECT_THAT(Objects({"ZELT_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
-}
-
-TEST(Catalogue, AsksForAVersionsDirectoryAndReportsTheTransfer)
-{
-    const OpenDevice Device;
-    ASSERT_TRUE(DoInitEx(*Device));
-    const TraceLog Log;
-    VersionMgr Manager(Device->m_pCurl, REFUSED_SCHEME);
-    EXPECT_FALSE(Manager.CreateVersion(L"host", L"backups", Version(T_2024)));
-    EXPECT_EQ(Manager.m_dwLastError, 1u);
-    EXPECT_THAT(Manager.m_sLastError, testing::StartsWith(L"Couldn't perform operation ["));
-    EXPECT_THAT(Log.Lines(), Contains(HasSubstr("'nowhere://host/backups/ZELT_20240315143005/'")));
 }

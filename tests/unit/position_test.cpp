@@ -73,18 +73,6 @@ TEST_F(Tape, SkipsBlocksUpToAFilemarkOnly)
     EXPECT_TRUE(FC.m_bAtFileMark);
 }
 
-TEST_F(Tape, RefusesUnknownModesAndStaysWhereItIs)
-{
-    Load(4, 3);
-    for (const std::uint32_t uiMode : {ZDV_SP_GOTO, 6u, 4294967295u})
-        EXPECT_EQ(ZDV_Position(m_Device, uiMode, 1), 0x40000002) << uiMode;
-    for (const std::uint32_t uiRefused : {ZDV_MA_I, 3u})
-        EXPECT_EQ(ZDV_MediaAccess(m_Device, uiRefused, 1), 0x40000002) << uiRefused;
-    EXPECT_EQ(FC.m_AreaObjectList.size(), 4u);
-    EXPECT_EQ(FC.m_uiCurrentObject, 3u);
-    EXPECT_EQ(FC.m_uiCurrentBlock, 5u);
-}
-
 TEST_F(Tape, IsResetAlsoWhenTheCatalogueCannotBeRead)
 {
     for (const auto& [uiMode, uiObject] : {std::pair(ZDV_SP_RET, 3u), {ZDV_SP_BOM, 0u}, {ZDV_SP_EORM, 0u}})

@@ -1,3 +1,4 @@
+// How a command can end, and what ends it.
 #pragma once
 
 #include <stdexcept>
@@ -19,54 +20,39 @@ enum class ExitCode
 };
 
 // What lies on the tape is not what it should be.
-class TapeError : public std::runtime_error
+struct TapeError : std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };
 
 // The server lists an object and is there, but does not let it be read.
-class UnreadableObject : public TapeError
+struct UnreadableObject : TapeError
 {
     using TapeError::TapeError;
 };
 
-// Ctrl+C was pressed.
-class Interrupted : public std::runtime_error
+// Ctrl+C was pressed. Neither this nor the next is a std::exception: what copes with failures lets them pass.
+struct Interrupted
 {
-public:
-    Interrupted() : std::runtime_error("Stopped by Ctrl+C; what was begun is not complete.") {}
 };
 
-// Ends a command: the text for the user and the code for scripts.
-class CommandFailure : public std::runtime_error
+// Ends a command.
+struct CommandFailure
 {
-public:
-    CommandFailure(ExitCode enCode, const std::string& sText) : std::runtime_error(sText), m_enCode(enCode) {}
-
-    ExitCode Code() const { return m_enCode; }
-
-private:
-    ExitCode m_enCode;
+    ExitCode enCode;
+    std::string sText;
 };
 
 // Runs one phase of a command; what goes wrong in it ends the command with this code. pFailure says what failed,
-// with its own blank at the end. Ctrl+C has its own end.
+// with its own blank at the end.
 template <typename Action> auto Phase(ExitCode enCode, const char* pFailure, Action action)
 {
     try
     {
         return action();
     }
-    catch (const Interrupted&)
-    {
-        throw;
-    }
-    catch (const CommandFailure&)
-    {
-        throw;
-    }
     catch (const std::exception& Error)
     {
-        throw CommandFailure(enCode, std::string(pFailure) + Error.what());
+        throw CommandFailure{enCode, std::string(pFailure) + Error.what()};
     }
 }

@@ -1,0 +1,79 @@
+#include "host/Session.h"
+
+#include <array>
+
+namespace {
+
+constexpr unsigned SFTP_PORT = 22;
+constexpr unsigned FTPS_PORT = 990;
+
+constexpr const char* PORT_RULE = "The port chooses the protocol: 22 is SFTP, 990 is FTP over TLS, every "
+                                  "other port is FTP (with TLS if the server offers it).";
+
+constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
+    // by libcurl's number
+    {2, "The server does not answer in this port's protocol, or refuses the encryption."},
+    {3, "The server name or the root cannot be part of an address: check them for odd characters."},
+    {6, "The server's name is not known: check its spelling and this computer's network and DNS settings."},
+    {7, "Nothing answers at this port: check the port, the server and the firewalls between."},
+    {8, "What answers at this port does not speak FTP: check the port."},
+    {9, "The root cannot be entered or created: check its name and the user's rights."},
+    {28, "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
+         "between."},
+    {35, "No TLS connection came about: check that the server speaks TLS at this port."},
+    {52, "The server closed the connection without a word: check the port."},
+    {55, "The connection broke while sending: check the network."},
+    {56, "The server closed the connection: check the port, and whether the server demands TLS."},
+    {67, "The server refuses the login: check the user name and the password."},
+    {78, "The root does not exist and was not created: check its name and the user's rights."},
+    {79, "No SSH connection came about: check that the server speaks SFTP at this port."},
+};
+
+} // namespace
+
+std::string Describe(const Server& Target)
+{
+    const char* const pScheme = Target.uiPort == SFTP_PORT   ? "sftp"
+                                : Target.uiPort == FTPS_PORT ? "ftps"
+                                                             : "ftp";
+    const bool bBareIpv6 = Target.sName.find(':') != std::string::npos && !Target.sName.starts_with('[');
+    const std::string sName = quorvel::WithoutPassword(Target.sName);
+    return fmt::format("{}://{}:{}, root {}, user {}", pScheme, bBareIpv6 ? '[' + sName + ']' : sName,
+                       Target.uiPort, Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
+}
+
+std::string Explain(const Server& Target, const DeviceError& Error)
+{
+    std::string sText = fmt::format("The server is not ready.\n  Tried {}.\n  Failed at {}.\n  ",
+                                    Describe(Target), Error.what());
+    for (const auto& [uiCode, pHint] : HINTS)
+        if (uiCode == Error.uiCode)
+            sText += fmt::format("{}\n  ", pHint);
+    return sText + PORT_RULE;
+}
+
+void Session::Open(std::optional<std::time_t> tVersion)
+{
+    m_tVersion = tVersion;
+    m_Device.reset(); // unloads the module before it is loaded again
+    m_Device.emplace(m_Target, m_sPassword, tVersion);
+}
+
+void Session::Reconnect()
+{
+    constexpr std::array PAUSES_S{0, 2, 10, 45};
+    for (std::size_t uiTry = 0;; ++uiTry)
+    {
+        Pause(PAUSES_S[uiTry]);
+        try
+        {
+            return Open(m_tVersion);
+        }
+        catch (const DeviceError& Error)
+        {
+            if (uiTry + 1 == PAUSES_S.size())
+                throw std::runtime_error(Explain(m_Target, Error));
+        }
+        Complain("Still not connected, trying again in {} s.", PAUSES_S[uiTry + 1]);
+    }
+}
