@@ -166,8 +166,6 @@ ArchiveReader::ArchiveReader(Session& Server, const Area& From)
 void ArchiveReader::Open()
 {
     std::uint64_t uiSize = ZDV_BLOCK_SIZE;
-    if (m_Area.uiData == 0)
-        throw UnreadableObject("its data is missing");
     if (IsHeader(m_Area.uiData))
     {
         // An object before it is missing. The module reads what stands in a header's place with one call.
@@ -210,9 +208,6 @@ std::optional<Entry> ArchiveReader::Find(std::uint64_t uiOffset)
     Check(iResult);
     Entry What = FromArchive(pEntry);
     What.offset = uiOffset;
-    constexpr std::uint64_t RECORD_SIZE = 512;
-    const auto uiHeaders = static_cast<std::uint64_t>(archive_filter_bytes(m_Archive.get(), 0));
-    m_uiBehind = uiOffset + uiHeaders + (What.size + RECORD_SIZE - 1) / RECORD_SIZE * RECORD_SIZE;
     return What;
 }
 

@@ -46,8 +46,6 @@ public:
     std::optional<Entry> Find(std::uint64_t uiOffset);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
 
-    std::uint64_t Behind() const { return m_uiBehind; } // the offset of what follows the entry
-
 private:
     std::span<const std::byte> NextPiece();
     void Open();
@@ -61,7 +59,6 @@ private:
     std::uint64_t m_uiBlockStart = 0;
     std::size_t m_uiBlockSize = 0;
     std::uint64_t m_uiNext = 0; // offset of what libarchive gets next
-    std::uint64_t m_uiBehind = 0;
     std::exception_ptr m_pError;
     ArchiveHandle m_Archive;
 };

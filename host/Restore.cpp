@@ -7,6 +7,7 @@
 namespace {
 
 constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
+constexpr const char* LOST_AREA = "its manifest, which names its files, is missing or damaged";
 
 class Restore
 {
@@ -23,13 +24,17 @@ public:
             Report("the volume header", m_Tape.Header.sProblem);
         if (!m_Tape.Complete())
             Report("this version", "it is INCOMPLETE, only what is there can be read");
-        const std::vector<Area> Areas = FindAreas(m_Server, m_Tape);
+        const std::map<std::uint32_t, Area> Areas = FindAreas(m_Server, m_Tape);
         std::uint64_t uiTotal = 0;
-        for (const Area& From : Areas)
-            From.Manifest.ForEach([&](const Entry& What) { uiTotal += IsWanted(What) ? What.size : 0; });
+        for (const auto& [uiArea, From] : Areas)
+            for (const Entry& What : From.Manifest.Entries)
+                uiTotal += IsWanted(What) ? What.size : 0;
         m_Progress.SetTotal(uiTotal);
-        for (const Area& From : Areas)
-            ReadArea(From);
+        for (const auto& [uiArea, From] : Areas)
+            if (From.Manifest.Intact())
+                ReadArea(From);
+            else
+                Report(fmt::format("area {}", uiArea), LOST_AREA);
         for (bool bMore = m_pTarget != nullptr; bMore;)
             Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(); });
         if (!m_Patterns.empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
@@ -71,21 +76,13 @@ private:
 
     void ReadArea(const Area& From)
     {
-        const std::string sArea = fmt::format("area {}", From.uiNumber);
-        if (!From.Manifest.Intact())
-            Report(sArea, "its manifest " + From.Manifest.sProblem);
         ArchiveReader Archive(m_Server, From);
         std::string sLost; // why nothing further can be read
-        if (From.Manifest.Intact() || !From.Manifest.sLines.empty())
-            return From.Manifest.ForEach([&](const Entry& What) { ReadEntry(Archive, What, false, sLost); });
-        Attempt(sArea, [&] { // what has no manifest is taken as it is
-            const auto Next = [&] { return Archive.Find(Archive.Behind()); };
-            while (const std::optional<Entry> What = m_Server.Patiently(Next))
-                ReadEntry(Archive, *What, true, sLost);
-        });
+        for (const Entry& What : From.Manifest.Entries)
+            ReadEntry(Archive, What, sLost);
     }
 
-    void ReadEntry(ArchiveReader& Archive, const Entry& What, bool bFound, std::string& sLost)
+    void ReadEntry(ArchiveReader& Archive, const Entry& What, std::string& sLost)
     {
         if (!IsWanted(What))
             return;
@@ -93,9 +90,8 @@ private:
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {
             m_Progress.GoBack(uiBefore);
-            if (!std::exchange(bFound, false))
-                if (const auto Found = Archive.Find(What.offset); !Found || !Found->SameThing(What))
-                    throw TapeError("the archive does not hold it as its manifest says");
+            if (const auto Found = Archive.Find(What.offset); !Found || !Found->SameThing(What))
+                throw TapeError("the archive does not hold it as its manifest says");
             if (m_pTarget != nullptr && What.state == "damaged")
                 throw TapeError("when it was backed up, " + What.problem);
             if (What.type == "file")
@@ -178,20 +174,20 @@ ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::st
 {
     ExitCode enCode = ExitCode::Done;
     bool bAny = Patterns.empty();
-    for (const Area& From : FindAreas(Server, Tape))
+    for (const auto& [uiArea, From] : FindAreas(Server, Tape))
     {
         if (!From.Manifest.Intact())
         {
-            Complain("Not to be listed in full: area {}: its manifest {}", From.uiNumber,
-                     From.Manifest.sProblem);
+            Complain("Not listed: area {}: {}", uiArea, LOST_AREA);
             enCode = ExitCode::DataDiffers;
         }
-        From.Manifest.ForEach([&](const Entry& What) {
+        for (const Entry& What : From.Manifest.Entries)
+        {
             if (!Patterns.empty() && !MatchesAny(Patterns, What.path))
-                return;
+                continue;
             bAny = true;
             ShowEntry(What);
-        });
+        }
     }
     if (!bAny)
         Complain("No name in this backup matches.");

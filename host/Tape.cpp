@@ -34,19 +34,6 @@ template <typename Line> std::string WithoutDefaults(const Line& What)
     return Members.dump() + '\n';
 }
 
-// Nothing for what is damaged, or lies about what it is.
-template <typename Line> std::optional<Line> FromLine(std::string_view sText)
-{
-    try
-    {
-        return Json::parse(sText).get<Line>();
-    }
-    catch (const Json::exception&)
-    {
-        return std::nullopt;
-    }
-}
-
 // The text of an object. A header's place is read with one call, which must then be large enough for whatever lies
 // there when an object before it is missing.
 std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
@@ -70,76 +57,42 @@ std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
     return sText;
 }
 
-Record Parse(std::string sText)
+// Throws a Json::exception, too, for what is damaged.
+Record Parse(std::string_view sText)
 {
-    sText.erase(sText.find_last_not_of('\n') + 1);
-    const std::size_t uiFirstEnd = std::min(sText.find('\n'), sText.size());
+    sText = sText.substr(0, sText.find_last_not_of('\n') + 1);
     const std::size_t uiLast = sText.find_last_of('\n') + 1;
-    const Json End = Json::parse(sText.substr(uiLast), nullptr, false);
-    const std::string sHash = HashOf(std::string_view(sText).substr(0, uiLast));
-    const bool bIntact = End.is_object() && End.value("sha256", Json()) == sHash;
-    const std::optional<Head> First = FromLine<Head>(sText.substr(0, uiFirstEnd));
-    sText.erase(bIntact ? uiLast : sText.size());
-    sText.erase(0, uiFirstEnd + 1);
-    return {.First = First.value_or(Head{.zdv = "damaged"}), // what is no record at all has no kind
-            .sLines = std::move(sText),
-            .sProblem = First && bIntact ? "" : "is damaged"};
+    const Json End = Json::parse(sText.substr(uiLast));
+    sText = sText.substr(0, uiLast);
+    if (End.at("sha256") != HashOf(sText))
+        throw TapeError("is damaged");
+    std::istringstream Lines{std::string(sText)};
+    std::string sLine;
+    std::getline(Lines, sLine);
+    Record Read{.First = Json::parse(sLine).get<Head>(), .sProblem = ""};
+    while (std::getline(Lines, sLine))
+        Read.Entries.push_back(Json::parse(sLine).get<Entry>());
+    return Read;
 }
 
-// An area some of whose objects are missing or damaged. Goes on to the object behind it.
-Area FindDamagedArea(Session& Server, std::uint32_t& uiObject, std::uint32_t uiExpected)
+// The next area from an object on. Where no object is missing or damaged its manifest is the third one.
+std::optional<Area> FindArea(Session& Server, std::uint32_t uiFirst, const std::string& sId)
 {
-    Area Found{.uiNumber = uiExpected};
-    for (bool bBegun = false; std::optional<Record> Read = ReadRecord(Server, uiObject); bBegun = true)
-    {
-        const Head& First = Read->First;
-        if (First.zdv == "area" && bBegun)
-            break; // that of the next area
-        ++uiObject;
-        if (First.area <= MAX_AREAS)
-            Found.uiNumber = std::max(Found.uiNumber, First.area);
-        if (First.zdv == "manifest" || Found.uiData != 0)
-        {
-            Found.Manifest = *std::move(Read);
-            break;
-        }
-        if (First.zdv.empty())
-            Found.uiData = uiObject - 1;
-    }
-    return Found;
-}
-
-// Goes on to the object behind the area, or stays at the end of the tape.
-Area FindArea(Session& Server, std::uint32_t& uiObject, std::uint32_t uiExpected, const std::string& sId)
-{
-    const auto IsForeign = [&](const Head& First) { return !sId.empty() && First.id != sId; };
-    std::optional<Record> Manifest = ReadRecord(Server, uiObject + 2);
-    if (Manifest && Manifest->Intact() && Manifest->First.zdv == "manifest" &&
-        Manifest->First.area == uiExpected && !IsForeign(Manifest->First))
-    {
-        uiObject += 3;
-        return {.uiNumber = uiExpected, .uiData = uiObject - 2, .Manifest = *std::move(Manifest)};
-    }
-    Area Found = FindDamagedArea(Server, uiObject, uiExpected);
-    if (Found.Manifest.Intact() && IsForeign(Found.Manifest.First))
-        Found.Manifest = {.sProblem = "is that of another backup"};
-    return Found;
+    const auto IsManifest = [&](const std::optional<Record>& Read) {
+        return Read && Read->First.zdv == "manifest" && (sId.empty() || Read->First.id == sId);
+    };
+    std::uint32_t uiObject = uiFirst + 2;
+    std::optional<Record> Manifest = ReadRecord(Server, uiObject);
+    if (!IsManifest(Manifest))
+        for (uiObject = uiFirst; (Manifest = ReadRecord(Server, uiObject)) && !IsManifest(Manifest);)
+            ++uiObject;
+    return Manifest ? std::optional(Area{uiObject - 1, *std::move(Manifest)}) : std::nullopt;
 }
 
 } // namespace
 
 std::string ToLine(const Head& First) { return WithoutDefaults(First); }
 std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
-
-void Record::ForEach(const std::function<void(const Entry&)>& action) const
-{
-    for (std::size_t uiStart = 0, uiEnd = 0; uiStart < sLines.size(); uiStart = uiEnd + 1)
-    {
-        uiEnd = std::min(sLines.find('\n', uiStart), sLines.size());
-        if (const auto What = FromLine<Entry>(std::string_view(sLines).substr(uiStart, uiEnd - uiStart)))
-            action(*What);
-    }
-}
 
 void WriteRecord(Device& Drive, std::string sLines)
 {
@@ -155,13 +108,16 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
 {
     try
     {
-        std::optional<std::string> sText =
-            Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
-        return sText ? std::optional(Parse(*std::move(sText))) : std::nullopt;
+        const auto sText = Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
+        return sText ? std::optional(Parse(*sText)) : std::nullopt;
     }
     catch (const TapeError& Error)
     {
         return Record{.sProblem = Error.what()};
+    }
+    catch (const Json::exception&)
+    {
+        return Record{.sProblem = "is damaged"};
     }
 }
 
@@ -170,31 +126,28 @@ Volume LookAt(Session& Server)
     Volume Found{.Header = ReadRecord(Server, VOLUME_HEADER).value_or(Record()),
                  .Last = ReadRecord(Server, LAST_OBJECT).value_or(Record())};
     const std::string& sKind = Found.Header.First.zdv;
-    if (!Found.Header.Intact())
-        Found.Header.First = {};
-    else if (sKind != "volume" && sKind != "check")
+    if (Found.Header.Intact() && sKind != "volume" && sKind != "check")
         Found.Header = {};
-    if (!Found.Last.Intact() || Found.Last.First.zdv != "manifest")
+    if (Found.Last.First.zdv != "manifest")
         Found.Last = {};
     return Found;
 }
 
-std::vector<Area> FindAreas(Session& Server, const Volume& Tape)
+std::map<std::uint32_t, Area> FindAreas(Session& Server, const Volume& Tape)
 {
-    std::vector<Area> Areas;
+    std::map<std::uint32_t, Area> Areas;
     std::set<std::uint32_t> Abandoned;
     const std::string& sId = (Tape.Last.Intact() ? Tape.Last : Tape.Header).First.id;
-    for (std::uint32_t uiObject = HeaderObject(1), uiBehind = uiObject;; uiObject = uiBehind)
+    std::uint32_t uiObject = HeaderObject(1);
+    while (std::optional<Area> Found = FindArea(Server, uiObject, sId))
     {
-        Area Found = FindArea(Server, uiBehind, static_cast<std::uint32_t>(Areas.size()) + 1, sId);
-        if (uiBehind == uiObject)
-            break;
-        if (Found.Manifest.Intact())
-            Abandoned.insert(Found.Manifest.First.abandoned.begin(), Found.Manifest.First.abandoned.end());
-        while (Areas.size() + 1 < Found.uiNumber) // of which nothing is left
-            Areas.push_back({.uiNumber = static_cast<std::uint32_t>(Areas.size()) + 1});
-        Areas.push_back(std::move(Found));
+        const Head& First = Found->Manifest.First;
+        uiObject = Found->uiData + 2;
+        Abandoned.insert(First.abandoned.begin(), First.abandoned.end());
+        Areas[std::min(First.area, MAX_AREAS)] = *std::move(Found);
     }
-    std::erase_if(Areas, [&](const Area& Found) { return Abandoned.contains(Found.uiNumber); });
+    for (std::uint32_t uiArea = Areas.empty() ? 0 : Areas.rbegin()->first; uiArea != 0; --uiArea)
+        Areas.try_emplace(uiArea); // of which no manifest is left
+    std::erase_if(Areas, [&](const auto& Found) { return Abandoned.contains(Found.first); });
     return Areas;
 }

@@ -28,7 +28,7 @@
 #include "host/Entry.h"
 #include "host/Session.h"
 
-#include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
@@ -70,16 +70,15 @@ std::string ToLine(const Entry& What);
 struct Record
 {
     Head First{};
-    std::string sLines{}; // those between the first and the last
+    std::vector<Entry> Entries{}; // a manifest's
     std::string sProblem = "is missing";
 
     bool Intact() const { return sProblem.empty(); }
-    void ForEach(const std::function<void(const Entry&)>& action) const; // lines that are none are left out
 };
 
 void WriteRecord(Device& Drive, std::string sLines); // with its last line, as the next object
 
-// The record in an object, be it damaged; nothing when the tape ends before it.
+// The record in an object, empty when it is damaged; nothing when the tape ends before it.
 std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject);
 
 // The two ends of a tape.
@@ -94,10 +93,9 @@ Volume LookAt(Session& Server);
 
 struct Area
 {
-    std::uint32_t uiNumber = 0;
-    std::uint32_t uiData = 0; // where its data is among the objects that are there, 0 if nowhere
-    Record Manifest{};
+    std::uint32_t uiData = 0; // where its data is among the objects that are there
+    Record Manifest{};        // not intact: the area is lost
 };
 
-// The areas that count, in their order.
-std::vector<Area> FindAreas(Session& Server, const Volume& Tape);
+// The areas that count, by their numbers.
+std::map<std::uint32_t, Area> FindAreas(Session& Server, const Volume& Tape);

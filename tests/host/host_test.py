@@ -254,7 +254,6 @@ class HostTest(unittest.TestCase):
                 self.assertEqual((self.target / "source/file").read_bytes(), data)
         self.assertIn("Passed over: 16/12/2024 12:00:00  INCOMPLETE", text)
         self.assertIn("INCOMPLETE", self.restore("--at", "16/12/2024 12:00:00", code=DATA_DIFFERS, **berlin))
-        self.assertEqual((self.target / "source/file").read_bytes(), b"torso")  # all that can be had
         (self.version_folder() / "Thumbs.db").touch()
         self.assertEqual(self.run_host(DONE, "versions", **berlin).splitlines()[:3], listed[:3])
         self.restore(**berlin)
@@ -319,17 +318,16 @@ class HostTest(unittest.TestCase):
             ("area header", 2, flip(40), set(), None),
             ("data", 3, flip(99_999), {0}, "differs"),
             ("archive header", 3, flip(1536 + 5), {0}, "archive"),
-            ("manifest", 4, flip(30), set(), "area 1: its manifest is damaged"),
-            ("manifest's line", 7, lambda data: data.replace(b"source/2", b"source/7"), {2}, "source/7"),
-            ("last manifest", 10, flip(30), set(), "INCOMPLETE"),
+            ("manifest", 4, flip(30), {0, 1}, "area 1: its manifest"),
+            ("last manifest", 10, flip(30), {4, 5}, "INCOMPLETE"),
             ("short of a block", 3, lambda data: data[:BLOCK], {0, 1}, "Truncated"),
             ("empty", 6, lambda data: b"", {2, 3}, "source/3"),
-            ("manifest of another", 7, lambda data: sealed({"zdv": "manifest", "area": 2, "id": "1"}), set(), "another"),
+            ("manifest of another", 7, lambda data: sealed({"zdv": "manifest", "area": 2, "id": "1"}), {2, 3}, "area 2"),
             ("unreadable", 6, None, {2, 3}, "(code "),
             *((f"{name} missing", number, "missing", lost, text) for name, number, lost, text in (
                 ("volume header", 1, set(), "volume header"), ("area header", 2, set(), None),
-                ("data", 3, {0, 1}, "source/1"), ("manifest", 4, set(), "area 1: its manifest is missing"),
-                ("last data", 9, {4, 5}, "source/5"), ("last manifest", 10, set(), "INCOMPLETE"))),
+                ("data", 3, {0, 1}, "source/1"), ("manifest", 4, {0, 1}, "area 1: its manifest"),
+                ("last data", 9, {4, 5}, "source/5"), ("last manifest", 10, {4, 5}, "INCOMPLETE"))),
         )
         for name, number, change, lost, complaint in cases:
             with self.subTest(name):
