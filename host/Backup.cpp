@@ -82,7 +82,8 @@ private:
         m_tVersion = BeginVersion(m_Server, m_Expected);
         m_Server.Drive().MoveToEnd();
         bool bBroken = false;
-        for (int iFailures = 0; (m_Next || bBroken) && !m_bStopped;)
+        int iFailures = 0;
+        for (bool bDone = false; !bDone && !m_bStopped;) // without any entry, too, there is an area
         {
             const auto Before = std::tuple(m_Tree, m_Next, m_Saved);
             try
@@ -90,6 +91,7 @@ private:
                 if (bBroken)
                     CloseBrokenArea();
                 WriteArea();
+                bDone = !m_Next;
                 bBroken = false;
                 iFailures = 0;
             }
