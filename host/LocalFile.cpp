@@ -79,9 +79,13 @@ FileError::FileError(const std::wstring& sPath, const char* pProblem, DWORD dwEr
 
 std::wstring FullPath(const std::wstring& sPath)
 {
+    if (sPath.find(L'"') != sPath.npos) // of "C:\My files\" the system makes C:\My files"
+        throw FileError(sPath, "holds a quotation mark: leave out the backslash before it");
+    const bool bDrive = sPath.size() == 2 && sPath.back() == L':'; // else the current folder there
+    const std::wstring sGiven = bDrive ? sPath + L'\\' : sPath;
     std::wstring sFull(MAX_LONG_PATH, L'\0');
     const DWORD dwLength =
-        GetFullPathNameW(sPath.c_str(), static_cast<DWORD>(sFull.size()), sFull.data(), nullptr);
+        GetFullPathNameW(sGiven.c_str(), static_cast<DWORD>(sFull.size()), sFull.data(), nullptr);
     if (dwLength == 0 || dwLength >= sFull.size())
         throw FileError(sPath, "is not a path", GetLastError());
     sFull.resize(dwLength);
@@ -130,6 +134,12 @@ std::optional<DiskEntry> FindEntry(const std::wstring& sPath)
     WIN32_FIND_DATAW Data{};
     const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data), FindClose);
     return Find.get() == INVALID_HANDLE_VALUE ? std::nullopt : std::optional(ToEntry(sPath, Data));
+}
+
+bool IsFolder(const std::wstring& sPath)
+{
+    const DWORD dwAttributes = GetFileAttributesW(sPath.c_str());
+    return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder)

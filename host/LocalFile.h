@@ -44,7 +44,8 @@ struct DiskEntry
 
 Entry FactsOf(HANDLE hFile,
               const std::wstring& sPath); // without path; a link's are those of what it leads to
-std::optional<DiskEntry> FindEntry(const std::wstring& sPath);
+std::optional<DiskEntry> FindEntry(const std::wstring& sPath); // nothing for a root, too
+bool IsFolder(const std::wstring& sPath);
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder); // by name
 
 // Where a link leads, with "/". A junction comes back as a symbolic link, which leads to the same place.

@@ -21,23 +21,24 @@ SourceTree::SourceTree(const std::vector<std::string>& Paths, const std::vector<
         std::ranges::reverse(m_Ahead);
 }
 
-// A drive's root has no name: alone its content is saved without a folder around it, beside others it becomes a
-// folder of the drive's letter.
+// The root of a drive, a share or a shadow copy is no entry of any folder: alone its content is saved without a folder
+// around it, beside others it becomes a folder of the drive's letter or of its last name.
 void SourceTree::AddNamed(const std::string& sPath, bool bAlone)
 {
     const std::wstring sFile = FullPath(FromUtf8(sPath));
-    if (sFile.ends_with(L'\\') && bAlone)
-        return AddContent(sFile, "");
-    if (sFile.ends_with(L'\\'))
-    {
-        const std::string sLetter = ToUtf8(sFile.substr(sFile.size() - 3, 1));
-        m_Ahead.push_back({.sFile = sFile, .What = {.path = sLetter, .type = "folder"}});
-        return;
-    }
     std::optional<DiskEntry> Found = FindEntry(sFile);
+    if (!Found && IsFolder(PathIn(sFile, L"")))
+    {
+        if (bAlone)
+            return AddContent(sFile, "");
+        Found = {.sFile = sFile, .What = {.type = "folder"}};
+    }
     if (!Found || sFile.find_first_of(L"*?", sFile.find_last_of(L'\\')) != sFile.npos)
         throw FileError(sFile, "cannot be found");
-    Found->What.path = ToUtf8(sFile.substr(sFile.find_last_of(L'\\') + 1));
+    if (Found->What.type == "folderlink" && (sPath.ends_with('\\') || sPath.ends_with('/')))
+        Found->What.type = "folder"; // what it leads to is meant
+    const std::wstring sName = sFile.substr(0, sFile.find_last_not_of(LR"(:\)") + 1);
+    Found->What.path = ToUtf8(sName.substr(sName.find_last_of(L'\\') + 1));
     m_Ahead.push_back(*std::move(Found));
 }
 

@@ -39,13 +39,12 @@ void TargetFolder::EnsureFolder(const std::wstring& sPath)
     if (sPath == m_sEnsured)
         return;
     const bool bInside = sPath.size() > m_sFolder.size();
-    const DWORD dwAttributes = GetFileAttributesW(sPath.c_str());
-    const bool bMissing = dwAttributes == INVALID_FILE_ATTRIBUTES;
+    const bool bMissing = GetFileAttributesW(sPath.c_str()) == INVALID_FILE_ATTRIBUTES;
     if ((bInside || bMissing) && FolderOf(sPath).size() > ROOT_LENGTH)
         EnsureFolder(FolderOf(sPath));
     if (bMissing && !CreateDirectoryW(sPath.c_str(), nullptr))
         throw FileError(sPath, "cannot be created as a folder", GetLastError());
-    if (!bMissing && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+    if (!IsFolder(sPath))
         throw FileError(sPath, "is no folder");
     if (const std::optional<DiskEntry> There = FindEntry(sPath); bInside && There && There->What.IsLink())
         throw FileError(sPath, "is a link: nothing is written through it");
@@ -75,7 +74,8 @@ void TargetFolder::CreateFolder(const Entry& What)
 void TargetFolder::CreateLink(const Entry& What)
 {
     const std::wstring sPath = PrepareFor(What);
-    DeleteFileW(sPath.c_str()); // one that may be replaced; a folder stays and is told
+    if (!DeleteFileW(sPath.c_str())) // one that may be replaced; a folder that holds something stays and is told
+        RemoveDirectoryW(sPath.c_str());
     ::CreateLink(sPath, What.link, What.type == "folderlink");
     m_sEnsured.clear();
 }
