@@ -59,7 +59,7 @@ CLI::App& AddCommand(CLI::App& App, Command enCommand, const char* pName, const 
     AddServerText(Sub, "--user", L"ZDV_USER", Given.Target.sUser, "login name");
     AddServerText(Sub, "--root", L"ZDV_ROOT", Given.Target.sRoot,
                   "folder on the server that holds the backups; created if missing");
-    Sub.add_option("--password-file", Given.sPasswordFile, "take the password from this file's first line");
+    Sub.add_option("--password-file", Given.sPasswordFile, "take the password from this file's first line, in UTF-8");
     return Sub;
 }
 
@@ -110,7 +110,7 @@ std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
     CommandLine Given;
     CLI::App App(DESCRIPTION, "zdv");
     App.allow_windows_style_options(false); // "/" begins a path
-    App.require_subcommand(1);
+    App.require_subcommand(0, 1); // that there must be one is said later: a name that is none shall be named
     App.set_version_flag("--version", PROGRAM);
     App.footer(FOOTER);
     AddCommands(App, Given);
@@ -120,6 +120,8 @@ std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
     try
     {
         App.parse(Arguments);
+        if (App.get_subcommands().empty())
+            throw CLI::RequiredError("A COMMAND");
         return Given;
     }
     catch (const CLI::ParseError& Error)

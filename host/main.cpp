@@ -51,8 +51,9 @@ std::wstring PasswordFromFile(const std::string& sFile)
 {
     std::ifstream File(FullPath(FromUtf8(sFile)).c_str());
     std::string sLine;
-    if (!std::getline(File, sLine))
-        throw CommandFailure{ExitCode::CommandLine, "No password can be read from " + Quoted(sFile) + "."};
+    if (!std::getline(File, sLine) || sLine.starts_with("\xFF\xFE")) // so UTF-16 begins
+        throw CommandFailure{ExitCode::CommandLine,
+                             "No password in UTF-8 can be read from " + Quoted(sFile) + "."};
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
     if (sLine.starts_with(BYTE_ORDER_MARK))
         sLine.erase(0, BYTE_ORDER_MARK.size());

@@ -202,13 +202,15 @@ class HostTest(unittest.TestCase):
         (self.source / "locked").chmod(0 if os.geteuid() else 0o600)
         single = self.folder / "single"
         single.write_bytes(b"one")
-        text = self.backup(windows_path(single), "--exclude", "*.tmp", "--exclude", "Source/?/Tmp", "--verify",
-                           code=DONE_BUT)
+        text = self.backup(windows_path(single), r"Z:\sys\class\net\lo\speed", "--exclude", "*.tmp", "--exclude",
+                           "Source/?/Tmp", "--verify", code=DONE_BUT)
         self.assertIn("CON", text)
-        self.restore()
+        self.assertRegex(text, r'damaged\): "speed": .* could not be read to its end')  # it opens, with a size
+        self.assertIn('Not restored: "speed"', self.restore(code=DATA_DIFFERS))
         self.assertEqual(files_below(self.target) - {"source/locked"}, {"single", "source/a/1.txt", "source/b/4"})
         (self.folder / "other/source").mkdir(parents=True)
-        for path, complaint in ((self.folder / "missing", "missing"), (self.folder / "other/source", "the same name")):
+        for path, complaint in ((self.folder / "missing", "missing"), (self.folder / "other/source", "the same name"),
+                                ('source" --verify', "leave out the backslash")):
             self.assertIn(complaint, self.backup(windows_path(path), code=LOCAL_FILE))
         self.assertIn("is no folder", self.run_host(LOCAL_FILE, "restore", "--into", windows_path(single)))
         self.assertEqual(len(list((STORE / self.root).iterdir())), 1)
@@ -274,14 +276,17 @@ class HostTest(unittest.TestCase):
         drive.unlink(missing_ok=True)  # left by a run that was killed
         drive.symlink_to(self.source)
         self.addCleanup(drive.unlink)
+        self.run_host(DONE, "backup", "Y:")
+        self.assertIn("complete    ", self.run_host(DONE, "versions"))  # though it is empty
         self.write("file", b"1")
         self.run_host(DONE, "backup", "Y:\\")  # alone it comes back as it is, beside others in a folder
         (self.source / "file").unlink()
-        self.run_host(DONE, "restore", "--into", "Y:\\")
+        self.run_host(DONE, "restore", "--into", "Y:")
         self.assertEqual(files_below(self.source), {"file"})
-        self.backup("Y:\\")
+        (self.folder / "link").symlink_to(self.source)
+        self.backup("Y:\\", windows_path(self.folder / "link") + "\\")
         self.restore()
-        self.assertEqual(files_below(self.target), {"Y/file", "source/file"})
+        self.assertEqual(files_below(self.target), {"Y/file", "link/file", "source/file"})
 
     def test_a_version_never_takes_the_place_of_another(self):
         self.run_host(DONE, "check")  # creates the root
@@ -386,11 +391,11 @@ class HostTest(unittest.TestCase):
         file = self.folder / "password"
         file.write_text(os.environ["ZDV_TEST_PASSWORD"] + "\r\nmore")
         self.run_host(DONE, "check", "--password-file", windows_path(file), password=None)
-        for code, *arguments in ((DONE, "--version"), (DONE, "--help"), (COMMAND_LINE, "restore"), (COMMAND_LINE, "backup"),
+        for code, *arguments in ((DONE, "--version"), (DONE, "--help"), (COMMAND_LINE, "restore"), (COMMAND_LINE, "mistyped"),
                                  (COMMAND_LINE, "check", "--port", "0"), (COMMAND_LINE, "list", "--into", "x"),
                                  (COMMAND_LINE, "check", "--password-file", "missing")):
             with self.subTest(arguments):
-                self.run_host(code, *arguments)
+                self.assertIn("mistyped" * ("mistyped" in arguments), self.run_host(code, *arguments))
         self.assertIn("There is no password", self.run_host(COMMAND_LINE, "check", password=None))
 
     def test_a_password_that_is_typed(self):
