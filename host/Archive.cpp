@@ -17,7 +17,7 @@ EntryHandle ToArchive(const Entry& What)
     };
     EntryHandle Filled(archive_entry_new(), archive_entry_free);
     archive_entry* const pEntry = Filled.get();
-    archive_entry_set_pathname(pEntry, What.path.c_str());
+    archive_entry_set_pathname(pEntry, (What.path + (What.type == "folder" ? "/" : "")).c_str());
     archive_entry_set_mtime(pEntry, What.mtime / TICKS_PER_SECOND, Nanoseconds(What.mtime));
     archive_entry_set_birthtime(pEntry, What.created / TICKS_PER_SECOND, Nanoseconds(What.created));
     archive_entry_set_fflags(pEntry, What.attributes, 0);
@@ -33,37 +33,21 @@ EntryHandle ToArchive(const Entry& What)
     return Filled;
 }
 
-Entry FromArchive(archive_entry* pEntry)
+// Whether an archive's entry is that of a manifest. An archive keeps a creation only if that came before the last
+// change, so that is not compared.
+bool IsSame(archive_entry* pFound, const Entry& What)
 {
-    const auto Text = [](const char* pText) { return std::string(pText == nullptr ? "" : pText); };
-    Entry What{.path = Text(archive_entry_pathname(pEntry)),
-               .mtime = archive_entry_mtime(pEntry) * TICKS_PER_SECOND +
-                        archive_entry_mtime_nsec(pEntry) / NS_PER_TICK};
-    What.created = archive_entry_birthtime_is_set(pEntry)
-                       ? archive_entry_birthtime(pEntry) * TICKS_PER_SECOND +
-                             archive_entry_birthtime_nsec(pEntry) / NS_PER_TICK
-                       : What.mtime;
-    const auto uiType = archive_entry_hardlink(pEntry) != nullptr ? 0 : archive_entry_filetype(pEntry);
-    if (uiType == AE_IFDIR)
-    {
-        What.type = "folder";
-        What.path.erase(What.path.find_last_not_of('/') + 1);
-    }
-    else if (uiType == AE_IFREG)
-    {
-        What.type = "file";
-        What.size = static_cast<std::uint64_t>(archive_entry_size(pEntry));
-    }
-    else if (uiType == AE_IFLNK)
-    {
-        What.type = archive_entry_symlink_type(pEntry) == AE_SYMLINK_TYPE_DIRECTORY ? "folderlink" : "link";
-        What.link = Text(archive_entry_symlink(pEntry));
-    }
-    unsigned long ulCleared = 0;
-    unsigned long ulSet = 0;
-    archive_entry_fflags(pEntry, &ulSet, &ulCleared);
-    What.attributes = ulSet & SAVED_ATTRIBUTES;
-    return What;
+    const auto Facts = [](archive_entry* pEntry) {
+        const auto Text = [](const char* pText) { return std::string(pText == nullptr ? "" : pText); };
+        unsigned long ulCleared = 0;
+        unsigned long ulSet = 0;
+        archive_entry_fflags(pEntry, &ulSet, &ulCleared);
+        return std::tuple(Text(archive_entry_pathname(pEntry)), archive_entry_filetype(pEntry),
+                          Text(archive_entry_hardlink(pEntry)), Text(archive_entry_symlink(pEntry)),
+                          archive_entry_size(pEntry), archive_entry_mtime(pEntry),
+                          archive_entry_mtime_nsec(pEntry), ulSet);
+    };
+    return Facts(pFound) == Facts(ToArchive(What).get());
 }
 
 // libarchive is C: exceptions wait until it has returned.
@@ -184,11 +168,11 @@ void ArchiveReader::Open()
 
 void ArchiveReader::Check(la_ssize_t iResult) const { CheckResult(m_Archive.get(), iResult, m_pError); }
 
-std::optional<Entry> ArchiveReader::Find(std::uint64_t uiOffset)
+void ArchiveReader::Find(const Entry& What)
 {
-    if (!m_bOpen || uiOffset < m_uiBlockStart)
+    if (!m_bOpen || What.offset < m_uiBlockStart)
         Open();
-    m_uiNext = uiOffset;
+    m_uiNext = What.offset;
     m_pError = nullptr;
     m_Archive.reset(archive_read_new());
     archive_read_support_format_tar(m_Archive.get());
@@ -203,12 +187,9 @@ std::optional<Entry> ArchiveReader::Find(std::uint64_t uiOffset)
     Check(archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr));
     archive_entry* pEntry = nullptr;
     const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
-    if (iResult == ARCHIVE_EOF)
-        return std::nullopt;
     Check(iResult);
-    Entry What = FromArchive(pEntry);
-    What.offset = uiOffset;
-    return What;
+    if (iResult == ARCHIVE_EOF || !IsSame(pEntry, What))
+        throw TapeError("the archive does not hold it as its manifest says");
 }
 
 std::size_t ArchiveReader::Read(std::span<std::byte> Into)

@@ -41,9 +41,9 @@ class ArchiveReader
 public:
     ArchiveReader(Session& Server, const Area& From);
 
-    // The entry that begins at this offset. From the block that was read last on nothing is downloaded again. This
-    // and the next throw a TapeError for what is no archive.
-    std::optional<Entry> Find(std::uint64_t uiOffset);
+    // Goes to an entry of the manifest. From the block that was read last on nothing is downloaded again. This and
+    // the next throw a TapeError for what is no archive, and this for an entry that is another one.
+    void Find(const Entry& What);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
 
 private:

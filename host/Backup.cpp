@@ -299,5 +299,6 @@ private:
 
 ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree)
 {
+    Say("Counting what there is to save ...");
     return Backup(Server, Given, std::move(Tree)).Run();
 }

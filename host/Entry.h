@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <string>
-#include <tuple>
 
 // A line of a manifest: its members have the names that they have there.
 struct Entry
@@ -21,13 +20,6 @@ struct Entry
     std::string problem{}; // the reason
 
     bool IsLink() const { return type == "link" || type == "folderlink"; }
-    // As far as an archive tells: it keeps a creation only if that came before the last change.
-    bool SameThing(const Entry& Other) const
-    {
-        return std::tie(path, type, size, mtime, attributes, link, offset) ==
-               std::tie(Other.path, Other.type, Other.size, Other.mtime, Other.attributes, Other.link,
-                        Other.offset);
-    }
 };
 
 inline constexpr std::int64_t TICKS_PER_SECOND = 10'000'000;

@@ -90,14 +90,11 @@ private:
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {
             m_Progress.GoBack(uiBefore);
-            if (const auto Found = Archive.Find(What.offset); !Found || !Found->SameThing(What))
-                throw TapeError("the archive does not hold it as its manifest says");
+            Archive.Find(What);
             if (m_pTarget != nullptr && What.state == "damaged")
                 throw TapeError("when it was backed up, " + What.problem);
             if (What.type == "file")
                 ReadFile(Archive, What);
-            else if (What.type.empty())
-                throw TapeError("it is of a kind that no backup holds");
             else if (m_pTarget != nullptr)
                 What.IsLink() ? m_pTarget->CreateLink(What) : m_pTarget->CreateFolder(What);
             ++(What.type == "file" ? m_uiFiles : m_uiOthers);
