@@ -41,6 +41,8 @@ struct Option
 // keeps a long line full.
 constexpr long DOWNLOAD_BUFFER = 1024 * 1024;
 
+constexpr long REPLY_LIMIT = 120; // seconds
+
 template <CURLoption enOption, long lValue> CURLcode SetLong(CURL* pCurl, const FtpContext&)
 {
     return curl_easy_setopt(pCurl, enOption, lValue);
@@ -104,6 +106,9 @@ constexpr Option OPTIONS[] = {
      nullptr, L"DoInitEx : CURLOPT_TCP_KEEPINTVL"},
     {nullptr, SetLong<CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER>, OnFailure::Fatal, L"Failed to set Buffer Size",
      nullptr},
+    // A server may write for long to its disk before it says that an upload is complete: libcurl waits a minute only.
+    {nullptr, SetLong<CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT>, OnFailure::Fatal,
+     L"Failed to set Response Timeout", nullptr},
     // The read callback fills the whole buffer, and would lose the end of an object in a larger one.
     {nullptr, SetLong<CURLOPT_UPLOAD_BUFFERSIZE, ZDV_BLOCK_SIZE>, OnFailure::Fatal,
      L"Failed to set Upload Buffer Size", nullptr},

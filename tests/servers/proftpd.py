@@ -49,4 +49,6 @@ class ProFtpd(Server):
             yield "TLSOptions UseImplicitSSL"
         if row.scheme == "sftp":
             yield from ("LoadModule mod_sftp.c", "SFTPEngine on", f"SFTPLog {site.logs}/sftp")
+            if row.rate:
+                yield "SFTPRekey required 3600 4"
             yield from (f"SFTPHostKey {site.host_key(kind)}" for kind in row.host_keys)

@@ -1,4 +1,4 @@
-"""A long line: what goes in at one end comes out at the other some time later, and not slower."""
+"""A long line: what goes in at one end comes out at the other some time later, and at a slow line's rate if wanted."""
 
 import queue
 import socket
@@ -6,16 +6,21 @@ import threading
 import time
 
 PIECE = 1 << 18
+SLOW_BUFFER = 1 << 16  # what a slow line holds, as the sender sees it
 
 
 class Relay(threading.Thread):
-    """Listens at an address and connects each client to a server. The delay, in seconds, is one way's."""
+    """Listens at an address and connects each client to a server. The delay, in seconds, is one way's, the rate each way's
+    bytes per second, 0 for any."""
 
-    def __init__(self, address, server, delay):
+    def __init__(self, address, server, delay, rate=0):
         super().__init__(daemon=True)
         self._listener = socket.create_server(address)
         self._server = server
         self._delay = delay
+        self._rate = rate
+        if rate:
+            self._listener.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, SLOW_BUFFER)
 
     def run(self):
         while True:
@@ -38,6 +43,8 @@ class Relay(threading.Thread):
                 piece = source.recv(PIECE)
             except OSError:  # a reset arrives as an end
                 piece = b""
+            if self._rate:
+                time.sleep(len(piece) / self._rate)
             pieces.put((time.monotonic() + self._delay, piece))
 
 

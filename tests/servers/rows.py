@@ -24,6 +24,7 @@ class Row:
     host_keys: tuple[str, ...] = ("rsa", "ecdsa", "ed25519")
     other_port: int = 0
     delay_ms: int = 0  # of the line to the server, one way
+    rate: int = 0  # bytes that the line takes in a second; 0 for any. A slow SFTP server renews its keys at every 4 MiB
 
     @property
     def port(self):
@@ -43,6 +44,7 @@ ROWS = {
     "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",)),
     "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",)),
     "proftpd-sftp": Row(ProFtpd, "sftp", chrooted=True),
+    "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000),
     "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp"),
     "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1"),
     "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME),
