@@ -1,6 +1,7 @@
 #include "host/Archive.h"
 
 #include <archive_entry.h>
+#include <tuple>
 
 namespace {
 

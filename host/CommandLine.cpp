@@ -59,7 +59,8 @@ CLI::App& AddCommand(CLI::App& App, Command enCommand, const char* pName, const 
     AddServerText(Sub, "--user", L"ZDV_USER", Given.Target.sUser, "login name");
     AddServerText(Sub, "--root", L"ZDV_ROOT", Given.Target.sRoot,
                   "folder on the server that holds the backups; created if missing");
-    Sub.add_option("--password-file", Given.sPasswordFile, "take the password from this file's first line, in UTF-8");
+    Sub.add_option("--password-file", Given.sPasswordFile,
+                   "take the password from this file's first line, in UTF-8");
     return Sub;
 }
 

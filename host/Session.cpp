@@ -13,7 +13,8 @@ constexpr const char* PORT_RULE = "The port chooses the protocol: 22 is SFTP, 99
 constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     // by libcurl's number
     {2, "The server does not answer in this port's protocol, or refuses the encryption."},
-    {3, "The server must be a name or an address alone, without \"sftp://\" or \":22\"; neither it nor the root may "
+    {3, "The server must be a name or an address alone, without \"sftp://\" or \":22\"; neither it nor the "
+        "root may "
         "hold odd characters."},
     {6, "The server's name is not known: check its spelling and this computer's network and DNS settings."},
     {7, "Nothing answers at this port: check the port, the server and the firewalls between."},

@@ -25,6 +25,14 @@ void SetAttributes(const Entry& What, const std::wstring& sPath)
         throw FileError(sPath, "cannot be given its attributes", GetLastError());
 }
 
+// Of a folder or a link, not of what that leads to.
+void SetFacts(const Entry& What, const std::wstring& sPath)
+{
+    SetTimes(OpenFile(sPath, FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT).get(), What,
+             sPath);
+    SetAttributes(What, sPath);
+}
+
 } // namespace
 
 TargetFolder::TargetFolder(const std::wstring& sFolder, bool bReplace)
@@ -74,9 +82,11 @@ void TargetFolder::CreateFolder(const Entry& What)
 void TargetFolder::CreateLink(const Entry& What)
 {
     const std::wstring sPath = PrepareFor(What);
-    if (!DeleteFileW(sPath.c_str())) // one that may be replaced; a folder that holds something stays and is told
+    if (!DeleteFileW(
+            sPath.c_str())) // one that may be replaced; a folder that holds something stays and is told
         RemoveDirectoryW(sPath.c_str());
     ::CreateLink(sPath, What.link, What.type == "folderlink");
+    SetFacts(What, sPath);
     m_sEnsured.clear();
 }
 
@@ -86,10 +96,7 @@ bool TargetFolder::FinishFolder()
         return false;
     const Entry What = std::move(m_Folders.back());
     m_Folders.pop_back();
-    const std::wstring sPath = PathIn(m_sFolder, RelativePath(What.path));
-    SetTimes(OpenFile(sPath, FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT).get(), What,
-             sPath);
-    SetAttributes(What, sPath);
+    SetFacts(What, PathIn(m_sFolder, RelativePath(What.path)));
     return true;
 }
 

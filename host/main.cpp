@@ -133,7 +133,7 @@ int wmain(int iCount, wchar_t** pArguments)
     catch (const Interrupted&)
     {
         enCode = ExitCode::Stopped;
-        Complain("Stopped by Ctrl+C; what was begun is not complete.");
+        Complain("Stopped by Ctrl+C: what was under way is not complete.");
     }
     return static_cast<int>(enCode);
 }
