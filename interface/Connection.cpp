@@ -3,6 +3,7 @@
 #include "common/Text.h"
 #include "interface/CurlCalls.h"
 #include "interface/LastError.h"
+#include "interface/ModuleVersion.h"
 #include "interface/zdv.h"
 
 #include <algorithm>
@@ -105,7 +106,7 @@ bool DoInitEx(FtpContext& FC)
         return Failed(FC, Trace, {APP_INIT_FAILURE, L"Failed to initialize cURL"});
     CurlCalls Calls(FC.m_pCurl, Trace);
     // Refused, and so traced, by a libcurl without HTTP.
-    Calls.Try(CURLOPT_USERAGENT, "ZELT/7.2", {L"Set User Agent failed"},
+    Calls.Try(CURLOPT_USERAGENT, "ZELT/" PRODUCT_VERSION, {L"Set User Agent failed"},
               L"curl_easy_setopt(CURLOPT_USERAGENT)");
     if (!SetPort(Calls, Trace, FC.m_uiPort))
         return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.Failure()});

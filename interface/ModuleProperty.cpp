@@ -3,6 +3,7 @@
 #include "interface/Category.h"
 #include "interface/DeviceDescription.h"
 #include "interface/Entry.h"
+#include "interface/ModuleVersion.h"
 
 using quorvel::FunctionTrace;
 
@@ -15,13 +16,13 @@ struct ModuleProperty
     const wchar_t* sAnswer;
 };
 
-// The wide build date: the compiler's macro is narrow.
+// The wide version and build date, whose macros are narrow.
 #define WIDE_TEXT(text) L##text
 #define WIDE(text) WIDE_TEXT(text)
 
 constexpr ModuleProperty PROPERTIES[] = {
     {ZDV_GMP_DESC, L"ZDV_GMP_DESC", DEVICE_DESCRIPTION},
-    {ZDV_GMP_VER, L"ZDV_GMP_VER", L"V 7.1.2"},
+    {ZDV_GMP_VER, L"ZDV_GMP_VER", L"V " WIDE(MODULE_VERSION)},
     {ZDV_GMP_CLASS, L"ZDV_GMP_CLASS", L"FTP Support Module"},
     {ZDV_GMP_DATE, L"ZDV_GMP_DATE", WIDE(__DATE__)},
     {ZDV_GMP_CHANGER_SUPPORT, L"ZDV_GMP_CHANGER_SUPPORT", L"0"},
