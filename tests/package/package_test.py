@@ -52,7 +52,7 @@ class PackageTest(unittest.TestCase):
         shutil.rmtree(log.parent, ignore_errors=True)
         for sample in (self.unpacked / "samples").iterdir():
             shutil.copy(sample, self.unpacked)
-        self.run_zdv("versions")
+        self.run_zdv("check")
         self.assertIn(":[V]:", log.read_text())
 
     def run_here(self, *command):
@@ -70,7 +70,8 @@ class PackageTest(unittest.TestCase):
 
     def test_is_the_same_from_another_folder(self):
         other = self.folder / "another project"
-        shutil.copytree(PROJECT, other, symlinks=True, ignore=lambda folder, _: ["build"] if folder == str(PROJECT) else [])
+        shutil.copytree(PROJECT, other, symlinks=True,
+                        ignore=lambda folder, _: ["build"] if folder == str(PROJECT) else [])
         (other / "build").mkdir()
         (other / "build/libraries").symlink_to((PROJECT / "build/libraries").resolve())
         subprocess.run([other / "tools/package"], check=True)
