@@ -13,7 +13,8 @@ target_link_options(own_code INTERFACE
     LINKER:--high-entropy-va
     LINKER:--build-id) # a crash dump holds it, and so does the file of symbols
 # What is handed out, and its symbols, tell nothing of the folder that it was made in.
-target_compile_options(own_code INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}=zdv-ftp)
+# Without the second option GCC would name the libraries' headers by whichever is shorter, the link or its target.
+target_compile_options(own_code INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}=zdv-ftp -fno-canonical-system-headers)
 
 # Gives a program a version resource, and its symbols a file of their own: FILE.debug beside it.
 function(make_handout target file type description)
