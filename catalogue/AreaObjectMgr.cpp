@@ -1,21 +1,22 @@
 #include "catalogue/AreaObjectMgr.h"
 
 #include "catalogue/Label.h"
-#include "common/Url.h"
-#include "interface/CurlCallback.h"
-#include "interface/CurlError.h"
+#include "catalogue/Listing.h"
+#include "catalogue/ManagerCall.h"
 
 #include <algorithm>
-#include <windows.h>
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
 
 namespace {
 
-void TakeObject(std::wstring& sLine, std::vector<AreaObject>& aObjects)
+// One line for the whole process, as for versions, but a line of its own.
+ListingLine g_Line;
+
+void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<AreaObject>& aObjects)
 {
-    FunctionTrace(L"AreaObjectMgr::WriteFunction").Text(Level::Information, L"sLabel", sLine);
+    Trace.Text(Level::Information, L"sLabel", sLine);
     // A foreign name is kept, so nothing that follows it is recognised, in this directory and any later one
     // until the module is loaded anew: a catalogue that somebody else writes into is not trusted.
     if (!sLine.starts_with(LABEL_PREFIX))
@@ -27,88 +28,47 @@ void TakeObject(std::wstring& sLine, std::vector<AreaObject>& aObjects)
     sLine.clear();
 }
 
-} // namespace
-
-// One line for the whole process, as for versions, but a line of its own.
-ListingLine& AreaObjectMgr::Line()
+void ListObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
-    static ListingLine Unfinished;
-    return Unfinished;
+    // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
+    // empty.
+    Calls.Set(CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE},
+              L"Couldn't unset FTP create missing dirs");
+    Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
+    Calls.Set(CURLOPT_DIRLISTONLY, 1L, L"Couldn't set directory list only option");
+    Calls.Set(CURLOPT_WRITEFUNCTION, &AreaObjectMgr::WriteFunction, L"Couldn't set write function");
+    Calls.Set(CURLOPT_WRITEDATA, &aObjects, L"Couldn't set write function");
+    Calls.Call(PerformListing, L"Couldn't perform operation");
+    Calls.Set(CURLOPT_WRITEFUNCTION, nullptr, L"Couldn't unset write function");
 }
+
+} // namespace
 
 std::size_t AreaObjectMgr::WriteFunction(char* pData, std::size_t uiSize, std::size_t uiCount,
                                          void* pUserData)
 {
-    return GuardedCallback(L"AreaObjectMgr::WriteFunction", [&](const FunctionTrace& Trace) -> std::size_t {
-        Trace.Starting();
-        if (pUserData == nullptr)
-        {
-            Trace.Error(L"... ending(Invalid user data)");
-            return ABORT_TRANSFER;
-        }
-        auto& aObjects = *static_cast<std::vector<AreaObject>*>(pUserData);
-        FeedListing(Line(), std::string_view(pData, uiSize * uiCount),
-                    [&](std::wstring& sComplete) { TakeObject(sComplete, aObjects); });
-        Trace.Ending();
-        return uiSize * uiCount;
-    });
-}
-
-bool AreaObjectMgr::Succeeded(CURLcode enCurlRc, const wchar_t* sFailure)
-{
-    return CurlSucceeded(enCurlRc, sFailure, m_dwLastError, m_sLastError);
-}
-
-bool AreaObjectMgr::ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
-{
-    FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : curl_easy_setopt(CURLOPT_URL)")
-        .Location(L"sPattern", sPattern);
-    // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
-    // empty.
-    return Succeeded(
-               curl_easy_setopt(m_pCurl, CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE}),
-               L"Couldn't unset FTP create missing dirs") &&
-           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sPattern).c_str()),
-                     L"Couldn't set URL") &&
-           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_DIRLISTONLY, 1L),
-                     L"Couldn't set directory list only option") &&
-           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, &AreaObjectMgr::WriteFunction),
-                     L"Couldn't set write function") &&
-           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEDATA, &aObjects),
-                     L"Couldn't set write function") &&
-           Succeeded(PerformListing(m_pCurl), L"Couldn't perform operation") &&
-           Succeeded(curl_easy_setopt(m_pCurl, CURLOPT_WRITEFUNCTION, nullptr),
-                     L"Couldn't unset write function");
+    return ReceiveListing(L"AreaObjectMgr::WriteFunction", g_Line, {pData, uiSize * uiCount}, pUserData,
+                          ABORT_TRANSFER, TakeObject);
 }
 
 bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::wstring& sVersionLabel,
                                       std::vector<AreaObject>& aObjects)
 {
-    const FunctionTrace Trace(L"AreaObjectMgr::GetAreaObjectList");
-    m_dwLastError = ERROR_SUCCESS;
-    m_sLastError.clear();
-    Trace.Starting();
-    Trace.Location(L"sRootURL", sRootURL);
-    Trace.Text(Level::Verbose, L"sVersionLabel", sVersionLabel);
+    ManagerCall Call(*this, L"AreaObjectMgr::GetAreaObjectList", m_pCurl);
+    Call.Trace.Location(L"sRootURL", sRootURL);
+    Call.Trace.Text(L"sVersionLabel", sVersionLabel);
     if (sRootURL.empty())
-        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty URL",
-                              L"... ending(Empty URL supplied)");
-    // The text names the root although the label is tested: it is what support tools look for in logs.
+        return Call.Refuse(L"Empty URL", L"... ending(Empty URL supplied)");
+    // Log text fixed: it names the root although the label is tested.
     if (sVersionLabel.empty())
-        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"Empty Version Label",
-                              L"... ending(Empty root supplied)");
-    if (m_pCurl == nullptr)
-        return RefuseArgument(m_dwLastError, m_sLastError, Trace, L"NULL cURL handle",
-                              L"... ending(Supplied handle is null)");
-    Listing Current(Line());
-    if (!ListObjects(sRootURL + L"/" + sVersionLabel + L"/", aObjects))
-    {
-        FunctionTrace(L"AreaObjectMgr::GetAreaObjectList : ... ending")
-            .Text(Level::Error, L"m_sLastError", m_sLastError);
+        return Call.Refuse(L"Empty Version Label", L"... ending(Empty root supplied)");
+    if (!Call.HasHandle())
         return false;
-    }
+    Listing Current(g_Line);
+    ListObjects(Call.Calls, sRootURL + L"/" + sVersionLabel + L"/", aObjects);
+    if (!Call.Succeeded())
+        return false;
     Current.Complete();
     std::sort(aObjects.begin(), aObjects.end());
-    Trace.Ending();
     return true;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "catalogue/AreaObject.h"
-#include "catalogue/Listing.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <curl/curl.h>
 #include <string>
@@ -26,9 +26,5 @@ public:
     std::wstring m_sLastError;
 
 private:
-    static ListingLine& Line();
-    bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
-    bool ListObjects(const std::wstring& sPattern, std::vector<AreaObject>& aObjects);
-
     CURL* m_pCurl;
 };

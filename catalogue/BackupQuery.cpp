@@ -3,65 +3,65 @@
 #include "catalogue/AreaObjectMgr.h"
 #include "catalogue/ServerUrl.h"
 #include "catalogue/VersionMgr.h"
-#include "common/FunctionTrace.h"
-#include "common/Url.h"
+#include "common/Rollback.h"
+#include "interface/CurlCalls.h"
 #include "interface/LastError.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
+using quorvel::Rollback;
 
 namespace {
 
 constexpr std::int64_t NONE = 0;
 
-void TraceLastError(const FtpContext& FC)
+// Always false.
+bool FailedWithLastError(const FtpContext& FC, const FunctionTrace& Trace)
 {
-    FunctionTrace(L"ObjectQueryBackup : ... ending").Text(Level::Error, L"FC.m_sLastError", FC.m_sLastError);
+    Trace.At(L"... ending").Text(Level::Error, L"FC.m_sLastError", FC.m_sLastError);
+    return false;
 }
 
-bool SetRootUrl(const FtpContext& FC, const std::wstring& sURL)
+bool SetRootUrl(const FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
 {
-    FunctionTrace(L"ObjectQueryBackup : curl_easy_setopt(CURLOPT_URL)").Location(L"sURL", sURL);
-    const CURLcode res = curl_easy_setopt(FC.m_pCurl, CURLOPT_URL, quorvel::NarrowUrl(sURL).c_str());
-    if (res == CURLE_OK)
-        return true;
-    FunctionTrace(L"ObjectQueryBackup : .... ending(Couldn't set URL)")
-        .Number(Level::Error, L"res", static_cast<std::uint32_t>(res));
-    return false;
+    CurlCalls Calls(FC.m_pCurl, Trace);
+    Calls.SetUrl(sURL, L"sURL", L"Couldn't set URL");
+    if (!Calls.Succeeded())
+        Trace.At(L".... ending(Couldn't set URL)").Number(Level::Error, L"res", Calls.Result());
+    return Calls.Succeeded();
 }
 
 bool ListVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
 {
+    Rollback HalfList(FC.m_VersionList);
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
     if (!Manager.GetVersionList(sURL, FC.m_VersionList))
     {
-        FC.m_VersionList.clear(); // half a list is none
         TakeLastError(FC, Manager);
-        Trace.Error(L"... ending(VersionMgr::GetVersionList failed)");
-        return false;
+        return Trace.Failed(L"... ending(VersionMgr::GetVersionList failed)");
     }
-    Trace.Number(Level::Information, L"uiNumVersion", std::uint64_t{FC.m_VersionList.size()});
-    for (const std::int64_t tVersion : FC.m_VersionList)
+    HalfList.Complete();
+    Trace.Number(Level::Information, L"uiNumVersion", FC.m_VersionList.size());
+    if (!FC.m_VersionList.empty())
     {
-        FC.m_tLatestVersion = tVersion;
-        FC.m_CurrentVersion = Version(tVersion);
+        FC.m_tLatestVersion = FC.m_VersionList.back();
+        FC.m_CurrentVersion = Version(FC.m_tLatestVersion);
     }
     return true;
 }
 
-// Traces a date for people to read under sComposite, as sBackupTime; false for a date that has no text, with
-// sReason stored and sFailure traced.
-bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sComposite,
+// Traces a date for people to read at sPlace, as sBackupTime; false for a date that has no text, with sReason
+// stored and sFailure traced.
+bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPlace,
                const wchar_t* sReason, const wchar_t* sFailure)
 {
     std::wstring sBackupTime;
     if (!Version::ConvertDateToString(tDate, sBackupTime))
     {
         AssignLastError(FC, {ERROR_INVALID_PARAMETER, sReason});
-        Trace.Error(sFailure);
-        return false;
+        return Trace.Failed(sFailure);
     }
-    FunctionTrace(sComposite).Text(Level::Verbose, L"sBackupTime", sBackupTime);
+    Trace.At(sPlace).Text(L"sBackupTime", sBackupTime);
     return true;
 }
 
@@ -80,27 +80,28 @@ bool ChooseVersion(FtpContext& FC, const FunctionTrace& Trace, std::int64_t& tCa
     if (FC.m_tBackupTime <= 0)
     {
         tCandidate = FC.m_tLatestVersion;
-        return TraceDate(FC, Trace, FC.m_tLatestVersion, L"ObjectQueryBackup : Looking for version dated",
+        return TraceDate(FC, Trace, FC.m_tLatestVersion, L"Looking for version dated",
                          L"Invalid latest backup date/time to use",
                          L"... ending(Invalid latest backup date/time to use)");
     }
     tCandidate = NewestUpTo(FC.m_VersionList, FC.m_tBackupTime);
-    return TraceDate(FC, Trace, FC.m_tBackupTime,
-                     L"ObjectQueryBackup : Looking for version dated no later than",
+    return TraceDate(FC, Trace, FC.m_tBackupTime, L"Looking for version dated no later than",
                      L"Invalid user selected backup date/time to use",
                      L"... ending(Invalid user selected backup date/time to use)");
 }
 
-bool LoadObjects(FtpContext& FC, const std::wstring& sURL)
+bool LoadObjects(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
 {
-    AreaObjectMgr Manager(FC.m_pCurl);
-    if (Manager.GetAreaObjectList(sURL, FC.m_CurrentVersion.GetLabel(), FC.m_AreaObjectList))
-        return true;
     // A host that wrote behind half of the objects would overwrite the other half.
-    FC.m_AreaObjectList.clear();
-    TakeLastError(FC, Manager);
-    TraceLastError(FC);
-    return false;
+    Rollback HalfList(FC.m_AreaObjectList);
+    AreaObjectMgr Manager(FC.m_pCurl);
+    if (!Manager.GetAreaObjectList(sURL, FC.m_CurrentVersion.GetLabel(), FC.m_AreaObjectList))
+    {
+        TakeLastError(FC, Manager);
+        return FailedWithLastError(FC, Trace);
+    }
+    HalfList.Complete();
+    return true;
 }
 
 bool UseVersion(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL, std::int64_t tCandidate)
@@ -108,14 +109,13 @@ bool UseVersion(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& 
     if (tCandidate == NONE)
     {
         AssignLastError(FC, {ERROR_BAD_ENVIRONMENT, L"No latest/requested Volume Header found"});
-        TraceLastError(FC);
-        return false;
+        return FailedWithLastError(FC, Trace);
     }
-    if (!TraceDate(FC, Trace, tCandidate, L"ObjectQueryBackup : Using version dated",
-                   L"Invalid backup date/time to use", L"... ending(Invalid backup date/time to use)"))
+    if (!TraceDate(FC, Trace, tCandidate, L"Using version dated", L"Invalid backup date/time to use",
+                   L"... ending(Invalid backup date/time to use)"))
         return false;
     FC.m_CurrentVersion = Version(tCandidate);
-    return LoadObjects(FC, sURL);
+    return LoadObjects(FC, Trace, sURL);
 }
 
 } // namespace
@@ -129,7 +129,7 @@ ZDV_STATUS ObjectQueryBackup(FtpContext& FC)
     FC.m_tLatestVersion = NONE;
 
     const std::wstring sURL = RootUrl(FC);
-    if (!SetRootUrl(FC, sURL) || !ListVersions(FC, Trace, sURL))
+    if (!SetRootUrl(FC, Trace, sURL) || !ListVersions(FC, Trace, sURL))
         return ZDV_DEVICE_ERROR;
     if (FC.m_tLatestVersion == NONE)
     {

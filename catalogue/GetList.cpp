@@ -1,7 +1,7 @@
 // ZDV_GetList.
 #include "catalogue/Version.h"
+#include "interface/Category.h"
 #include "interface/Entry.h"
-#include "interface/InvalidCategory.h"
 
 #include <cstddef>
 #include <cstdlib>
@@ -51,14 +51,14 @@ void Append(ZDV_LIST* pList, const std::tm& Time)
     Insert(*pList, pNode);
 }
 
-void AppendVersion(ZDV_LIST* pList, std::int64_t tVersion)
+void AppendVersion(const FunctionTrace& Trace, ZDV_LIST* pList, std::int64_t tVersion)
 {
     std::tm Time{};
     if (const errno_t iError = _localtime64_s(&Time, &tVersion); iError != 0)
     {
-        const FunctionTrace Trace(L"ZDV_GetList : Invalid date/time");
-        Trace.Text(Level::Error, L"sLabel", Version(tVersion).GetLabel());
-        Trace.Number(Level::Error, L"iError", iError);
+        const FunctionTrace Invalid = Trace.At(L"Invalid date/time");
+        Invalid.Text(Level::Error, L"sLabel", Version(tVersion).GetLabel());
+        Invalid.Number(Level::Error, L"iError", iError);
         return;
     }
     Append(pList, Time);
@@ -70,23 +70,23 @@ void AppendVersions(const FtpContext& FC, const FunctionTrace& Trace, ZDV_LIST* 
     if (FC.m_VersionList.empty())
         Trace.Warning(L"No backup versions");
     for (const std::int64_t tVersion : FC.m_VersionList)
-        AppendVersion(pList, tVersion);
-    Trace.Number(Level::Verbose, L"uiListSize", IsList(pList) ? pList->uiCount : ZDV_INVALID_DATE);
+        AppendVersion(Trace, pList, tVersion);
+    Trace.Number(L"uiListSize", IsList(pList) ? pList->uiCount : ZDV_INVALID_DATE);
 }
 
 } // namespace
 
 ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pList)
 {
-    return WithDevice(handle, L"ZDV_GetList", [&](const FtpContext& FC, const FunctionTrace& Trace) {
-        Trace.Starting();
-        Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-        if (uiCategory != ZDV_GL_VERSION_DATE)
-        {
-            Trace.Warning(L"... ending(InvalidCategory)");
-            return InvalidCategory("ZDV_GetList", uiCategory);
-        }
-        AppendVersions(FC, Trace, pList);
-        return Ended(L"ZDV_GetList : ... ending", ZDV_SUCCESS);
-    });
+    return WithDevice(handle, {L"ZDV_GetList"},
+                      [&](const FtpContext& FC, const FunctionTrace& Trace) -> Answer {
+                          Trace.Number(L"uiCategory", uiCategory);
+                          if (uiCategory != ZDV_GL_VERSION_DATE)
+                          {
+                              Trace.Warning(L"... ending(InvalidCategory)");
+                              return {InvalidCategory(Trace, uiCategory), true};
+                          }
+                          AppendVersions(FC, Trace, pList);
+                          return ZDV_SUCCESS;
+                      });
 }

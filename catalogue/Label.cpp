@@ -12,28 +12,23 @@ namespace {
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-bool Fails(const FunctionTrace& Trace, const wchar_t* sReason)
-{
-    Trace.Error(sReason);
-    return false;
-}
-
 } // namespace
 
-bool FormatLocalTime(std::int64_t tDate, const wchar_t* sPattern, const wchar_t* sInvalidDate,
+bool FormatLocalTime(const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPattern,
                      std::wstring& sText)
 {
+    const FunctionTrace Invalid = Trace.At(L"... ending(Invalid date/time supplied)");
     std::tm Time{};
     if (const errno_t iError = _localtime64_s(&Time, &tDate); iError != 0)
     {
-        FunctionTrace(sInvalidDate).Number(Level::Error, L"iError", iError);
+        Invalid.Number(Level::Error, L"iError", iError);
         return false;
     }
     wchar_t aText[21];
     if (wcsftime(aText, std::size(aText), sPattern, &Time) == 0)
     {
         const DWORD dwLastError = GetLastError();
-        FunctionTrace(sInvalidDate).Number(Level::Error, L"dwLastError", dwLastError);
+        Invalid.Number(Level::Error, L"dwLastError", dwLastError);
         return false;
     }
     sText = aText;
@@ -46,7 +41,7 @@ std::int64_t ParseLabelDate(const std::wstring& sRemainder, const FunctionTrace&
     const auto Cut = [&](std::size_t uiLength, const wchar_t* sName) {
         const std::wstring sPart = sRemainder.substr(uiPosition, uiLength);
         uiPosition += uiLength;
-        Trace.Text(Level::Verbose, sName, sPart);
+        Trace.Text(sName, sPart);
         return _wtoi(sPart.c_str());
     };
     std::tm Time{};
@@ -64,17 +59,16 @@ bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPoint
                 const FunctionTrace& Trace, std::wstring& sRemainder)
 {
     if (sLabel.size() != LABEL_PREFIX.size() + uiRemainder)
-        return Fails(Trace, L"... ending(Label is not of expected length)");
+        return Trace.Failed(L"... ending(Label is not of expected length)");
     if (!sLabel.starts_with(LABEL_PREFIX))
-        return Fails(Trace, L"... ending(Label doesn't start with expected prefix)");
+        return Trace.Failed(L"... ending(Label doesn't start with expected prefix)");
     sRemainder = sLabel.substr(LABEL_PREFIX.size());
     for (const wchar_t c : sRemainder)
     {
         if (IsDigit(c) || (bPointAllowed && c == L'.'))
             continue;
-        FunctionTrace((std::wstring(Trace.Name()) + L" : Invalid character").c_str())
-            .Number(Level::Error, L"sRemainder[i]", std::uint32_t{c});
-        return Fails(Trace, L"... ending(Label contains invalid character)");
+        Trace.At(L"Invalid character").Number(Level::Error, L"sRemainder[i]", c);
+        return Trace.Failed(L"... ending(Label contains invalid character)");
     }
     return true;
 }

@@ -21,8 +21,8 @@ inline constexpr std::wstring_view ERROR_LABEL = L"ZELT_ERROR";
 static_assert(ERROR_LABEL.starts_with(LABEL_PREFIX));
 
 // A date (seconds since 1970) in local time, by a pattern of wcsftime that gives at most 20 characters. On
-// failure traces the error number under sInvalidDate, and sText stays as it was.
-bool FormatLocalTime(std::int64_t tDate, const wchar_t* sPattern, const wchar_t* sInvalidDate,
+// failure traces the error number under the function's ending, and sText stays as it was.
+bool FormatLocalTime(const quorvel::FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPattern,
                      std::wstring& sText);
 
 // The date in the first fourteen characters of sRemainder, as the run time makes it of them: month 13 is
@@ -30,7 +30,7 @@ bool FormatLocalTime(std::int64_t tDate, const wchar_t* sPattern, const wchar_t*
 // alone.
 std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::FunctionTrace& Trace);
 
-// The label without its prefix. False, traced under the function's composites, when the label has not
+// The label without its prefix. False, traced, when the label has not
 // LABEL_PREFIX and uiRemainder more characters, or a character is neither a digit nor (if allowed) a point.
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
                 const quorvel::FunctionTrace& Trace, std::wstring& sRemainder);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <windows.h>
 
 namespace {
 
@@ -47,13 +46,4 @@ CURLcode PerformListing(CURL* pCurl)
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 0L);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, nullptr);
     return enCurlRc == CURLE_FTP_COULDNT_RETR_FILE && MeansEmpty(sReply) ? CURLE_OK : enCurlRc;
-}
-
-bool RefuseArgument(std::uint32_t& dwLastError, std::wstring& sLastError, const quorvel::FunctionTrace& Trace,
-                    const wchar_t* sError, const wchar_t* sEnding)
-{
-    dwLastError = ERROR_INVALID_PARAMETER;
-    sLastError = sError;
-    Trace.Error(sEnding);
-    return false;
 }

@@ -1,13 +1,13 @@
 // What the two directory listings share: one name per line, in pieces as libcurl delivers them.
 #pragma once
 
-#include "common/FunctionTrace.h"
+#include "common/Rollback.h"
+#include "interface/CurlCallback.h"
 
-#include <cstdint>
 #include <curl/curl.h>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 // What a listing is gathered in. It lives as long as the process: a line that a listing leaves unfinished, or
 // that was not taken, goes before the first one of the next listing.
@@ -21,20 +21,11 @@ struct ListingLine
 class Listing
 {
 public:
-    explicit Listing(ListingLine& Line) : m_Line(Line), m_Before(Line) { Line.uiStart = Line.sText.size(); }
-    Listing(const Listing&) = delete;
-    Listing& operator=(const Listing&) = delete;
-    ~Listing()
-    {
-        if (!m_bComplete)
-            m_Line = std::move(m_Before);
-    }
-    void Complete() { m_bComplete = true; }
+    explicit Listing(ListingLine& Line) : m_Line(Line) { Line.uiStart = Line.sText.size(); }
+    void Complete() { m_Line.Complete(); }
 
 private:
-    ListingLine& m_Line;
-    ListingLine m_Before;
-    bool m_bComplete = false;
+    quorvel::Rollback<ListingLine> m_Line;
 };
 
 // Feeds one piece of a listing. At each line feed lineEnded(Line.sText) decides what becomes of it. "." and
@@ -61,13 +52,30 @@ void FeedListing(ListingLine& Line, std::string_view sPiece, const LineEnded& li
     }
 }
 
+// The body of a libcurl callback that receives a listing: takeLine decides what becomes of each line and of the
+// list. uiNoList is the answer when there is no list.
+template <typename Entry>
+std::size_t ReceiveListing(const wchar_t* sFunction, ListingLine& Line, std::string_view sPiece, void* pList,
+                           std::size_t uiNoList,
+                           void (*takeLine)(const quorvel::FunctionTrace& Trace, std::wstring& sLine,
+                                            std::vector<Entry>& aList))
+{
+    return GuardedCallback(sFunction, [&](const quorvel::FunctionTrace& Trace) {
+        if (pList == nullptr)
+        {
+            Trace.Error(L"... ending(Invalid user data)");
+            return uiNoList;
+        }
+        auto& aList = *static_cast<std::vector<Entry>*>(pList);
+        FeedListing(Line, sPiece, [&](std::wstring& sLine) { takeLine(Trace, sLine, aList); });
+        Trace.Ending();
+        return sPiece.size();
+    });
+}
+
 // Performs the request for a directory's listing. Old FTP servers refuse to list an empty directory, with 550
 // and words such as "No files found.": that is a success. libcurl itself takes 450 for an empty listing.
 CURLcode PerformListing(CURL* pCurl);
 
 // Whether a server's refusal to list a directory that it has just entered means that nothing is in there.
 bool MeansEmpty(std::string_view sReply);
-
-// Refuses an argument of a listing: sets the manager's error fields, traces sEnding. Always false.
-bool RefuseArgument(std::uint32_t& dwLastError, std::wstring& sLastError, const quorvel::FunctionTrace& Trace,
-                    const wchar_t* sError, const wchar_t* sEnding);

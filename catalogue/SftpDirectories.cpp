@@ -54,25 +54,23 @@ SftpDirectories::SftpDirectories(CURL* pCurl, const std::wstring& sURL) : m_pCur
     if (!sURL.starts_with(L"sftp://"))
         return;
     for (const std::string& sDirectory : DirectoriesOf(sURL))
-        if (!Append("*mkdir " + Quoted(sDirectory))) // "*": a failure, as of one that exists, is passed over
+    {
+        // "*": a failure, as of one that exists, is passed over.
+        curl_slist* const pCommands =
+            curl_slist_append(m_pCommands.get(), ("*mkdir " + Quoted(sDirectory)).c_str());
+        if (pCommands == nullptr)
+        {
+            m_enResult = CURLE_OUT_OF_MEMORY;
             return;
-    m_enResult = curl_easy_setopt(m_pCurl, CURLOPT_QUOTE, m_pCommands);
+        }
+        (void)m_pCommands.release(); // a part of the longer list now
+        m_pCommands.reset(pCommands);
+    }
+    m_enResult = curl_easy_setopt(m_pCurl, CURLOPT_QUOTE, m_pCommands.get());
 }
 
 SftpDirectories::~SftpDirectories()
 {
-    if (m_pCommands == nullptr)
-        return;
-    curl_easy_setopt(m_pCurl, CURLOPT_QUOTE, nullptr);
-    curl_slist_free_all(m_pCommands);
-}
-
-bool SftpDirectories::Append(const std::string& sCommand)
-{
-    curl_slist* const pCommands = curl_slist_append(m_pCommands, sCommand.c_str());
-    if (pCommands == nullptr)
-        m_enResult = CURLE_OUT_OF_MEMORY;
-    else
-        m_pCommands = pCommands;
-    return pCommands != nullptr;
+    if (m_pCommands != nullptr)
+        curl_easy_setopt(m_pCurl, CURLOPT_QUOTE, nullptr);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <curl/curl.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,10 +19,8 @@ public:
     CURLcode Result() const { return m_enResult; }
 
 private:
-    bool Append(const std::string& sCommand);
-
     CURL* m_pCurl;
-    curl_slist* m_pCommands = nullptr;
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> m_pCommands{nullptr, &curl_slist_free_all};
     CURLcode m_enResult = CURLE_OK;
 };
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "catalogue/Listing.h"
 #include "catalogue/Version.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <curl/curl.h>
 #include <string>
@@ -28,13 +28,6 @@ public:
     std::wstring m_sLastError;
 
 private:
-    static ListingLine& Line();
-    bool Succeeded(CURLcode enCurlRc, const wchar_t* sFailure);
-    bool ListVersions(const std::wstring& sPattern, std::vector<std::int64_t>& aVersions);
-    bool RequestDirectory(const std::wstring& sPattern);
-    bool SetDirectoryURL(const wchar_t* sTrace, const std::wstring& sPattern);
-    bool PerformCreatingDirectories(const std::wstring& sPattern);
-
     CURL* m_pCurl;
     std::wstring m_sProtocol;
 };

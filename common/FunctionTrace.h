@@ -4,16 +4,30 @@
 #include "common/Trace.h"
 
 #include <exception>
+#include <type_traits>
 
 namespace quorvel {
 
-// The trace log seen from one function: writes lines under that function's name, or under a composite such
-// as "ZDV_Position : .. ending". Never throws, so that tracing is safe in destructors, worker threads and
+// The trace log seen from one function: writes lines under that function's name, or under that of a place in it,
+// such as "ZDV_Position : .. ending". Never throws, so that tracing is safe in destructors, worker threads and
 // callbacks: a line that there is no memory for is lost, like one that there is no file for.
 class FunctionTrace
 {
 public:
     explicit FunctionTrace(const wchar_t* pFunction) : m_pFunction(pFunction) {}
+
+    static FunctionTrace Started(const wchar_t* pFunction)
+    {
+        const FunctionTrace Trace(pFunction);
+        Trace.Starting();
+        return Trace;
+    }
+    FunctionTrace At(const wchar_t* pPlace) const
+    {
+        FunctionTrace Trace(m_pFunction);
+        Trace.m_pPlace = pPlace;
+        return Trace;
+    }
 
     const wchar_t* Name() const { return m_pFunction; }
 
@@ -21,56 +35,73 @@ public:
     void Ending() const { Verbose(L"... ending"); }
 
     void Error(const wchar_t* pMessage) const { Message(Level::Error, pMessage); }
+    // An early end: always false.
+    bool Failed(const wchar_t* pEnding) const
+    {
+        Error(pEnding);
+        return false;
+    }
     void Warning(const wchar_t* pMessage) const { Message(Level::Warning, pMessage); }
     void Information(const wchar_t* pMessage) const { Message(Level::Information, pMessage); }
     void Verbose(const wchar_t* pMessage) const { Message(Level::Verbose, pMessage); }
 
+    // A variable; verbose unless the level is given.
     template <typename Char> void Text(Level enLevel, const wchar_t* pName, const Char* pValue) const
     {
-        Write([&] { g_Trace.Text(enLevel, m_pFunction, pName, pValue); });
+        Write(enLevel, [&](const wchar_t* pCaller) { g_Trace.Text(enLevel, pCaller, pName, pValue); });
     }
     template <typename Char>
     void Text(Level enLevel, const wchar_t* pName, const std::basic_string<Char>& sValue) const
     {
         Text(enLevel, pName, sValue.c_str());
     }
+    template <typename Value> void Text(const wchar_t* pName, const Value& value) const
+    {
+        Text(Level::Verbose, pName, value);
+    }
     template <typename Value> void Number(Level enLevel, const wchar_t* pName, Value value) const
     {
-        Write([&] { g_Trace.Number(enLevel, m_pFunction, pName, value); });
+        using Widest = std::conditional_t<std::is_signed_v<Value>, std::int64_t, std::uint64_t>;
+        Write(enLevel, [&](const wchar_t* pCaller) {
+            g_Trace.Number(enLevel, pCaller, pName, static_cast<Widest>(value));
+        });
     }
-    void Number(Level enLevel, const wchar_t* pName, std::int32_t iValue) const
+    template <typename Value> void Number(const wchar_t* pName, Value value) const
     {
-        Number(enLevel, pName, static_cast<std::int64_t>(iValue));
-    }
-    void Number(Level enLevel, const wchar_t* pName, DWORD dwValue) const
-    {
-        Number(enLevel, pName, static_cast<std::uint32_t>(dwValue));
+        Number(Level::Verbose, pName, value);
     }
     // A server, a root or a URL, as far as it may be traced.
     template <typename Char> void Location(const wchar_t* pName, const Char* pValue) const
     {
         if (pValue == nullptr)
-            Text(Level::Verbose, pName, pValue);
-        else if (g_Trace.IsEnabled(Level::Verbose))
-            Write([&] { g_Trace.Text(Level::Verbose, m_pFunction, pName, WithoutPassword(pValue).c_str()); });
+            return Text(Level::Verbose, pName, pValue);
+        Write(Level::Verbose, [&](const wchar_t* pCaller) {
+            g_Trace.Text(Level::Verbose, pCaller, pName, WithoutPassword(pValue).c_str());
+        });
     }
     void Location(const wchar_t* pName, const std::wstring& sValue) const { Location(pName, sValue.c_str()); }
     void Status(std::uint32_t uiRc) const
     {
-        Write([&] { g_Trace.Hexadecimal(Level::Verbose, m_pFunction, L"uiRc", uiRc); });
+        Write(Level::Verbose,
+              [&](const wchar_t* pCaller) { g_Trace.Hexadecimal(Level::Verbose, pCaller, L"uiRc", uiRc); });
     }
 
 private:
     void Message(Level enLevel, const wchar_t* pMessage) const
     {
-        Write([&] { g_Trace.Message(enLevel, m_pFunction, pMessage); });
+        Write(enLevel, [&](const wchar_t* pCaller) { g_Trace.Message(enLevel, pCaller, pMessage); });
     }
 
-    template <typename WriteLine> static void Write(const WriteLine& writeLine) noexcept
+    template <typename WriteLine> void Write(Level enLevel, const WriteLine& writeLine) const noexcept
     {
+        if (!g_Trace.IsEnabled(enLevel))
+            return;
         try
         {
-            writeLine();
+            if (m_pPlace == nullptr)
+                writeLine(m_pFunction);
+            else
+                writeLine((std::wstring(m_pFunction) + L" : " + m_pPlace).c_str());
         }
         catch (const std::exception&)
         {
@@ -79,6 +110,7 @@ private:
     }
 
     const wchar_t* m_pFunction;
+    const wchar_t* m_pPlace = nullptr;
 };
 
 } // namespace quorvel

@@ -9,6 +9,7 @@
 #include <locale>
 #include <mutex>
 #include <shlwapi.h>
+#include <utility>
 #include <windows.h>
 #include <ws2tcpip.h>
 
@@ -29,17 +30,13 @@ template <typename... Values> std::wstring Format(const wchar_t* pFormat, Values
 
 const wchar_t* Tag(Level enLevel)
 {
-    switch (enLevel)
-    {
-    case Level::Error:
-        return L":[E]: ";
-    case Level::Warning:
-        return L":[W]: ";
-    case Level::Information:
-        return L":[I]: ";
-    case Level::Verbose:
-        return L":[V]: ";
-    }
+    static constexpr std::pair<Level, const wchar_t*> TAGS[] = {{Level::Error, L":[E]: "},
+                                                                {Level::Warning, L":[W]: "},
+                                                                {Level::Information, L":[I]: "},
+                                                                {Level::Verbose, L":[V]: "}};
+    for (const auto& [enTagged, sTag] : TAGS)
+        if (enTagged == enLevel)
+            return sTag;
     return L"";
 }
 
@@ -54,27 +51,10 @@ std::wstring Header(Level enLevel)
 
 const wchar_t* ControlName(wchar_t c)
 {
-    switch (c)
-    {
-    case 0:
-        return L"<NULL>";
-    case 7:
-        return L"<Alert>";
-    case 8:
-        return L"<BS>";
-    case 9:
-        return L"<Tab>";
-    case 10:
-        return L"<LF>";
-    case 11:
-        return L"<VT>";
-    case 12:
-        return L"<FF>";
-    case 13:
-        return L"<CR>";
-    default:
-        return nullptr;
-    }
+    static constexpr const wchar_t* NAMES[] = {L"<NULL>", nullptr, nullptr,    nullptr, nullptr,
+                                               nullptr,   nullptr, L"<Alert>", L"<BS>", L"<Tab>",
+                                               L"<LF>",   L"<VT>", L"<FF>",    L"<CR>"};
+    return c < std::size(NAMES) ? NAMES[c] : nullptr;
 }
 
 std::wstring Quoted(wchar_t cQuote, std::wstring_view sText)

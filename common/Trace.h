@@ -25,8 +25,8 @@ enum class Level : std::uint32_t
     Verbose = 8
 };
 
-// The product's other modules share this class, so the order of its virtual operations is fixed, and those
-// that this module does not call keep their places.
+// Fixed by the interface: the order of the virtual operations. Those that this module does not call keep their
+// places.
 class CTrace
 {
 public:

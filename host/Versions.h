@@ -2,8 +2,9 @@
 #pragma once
 
 #include "host/Tape.h"
+#include "interface/ModuleVersion.h"
 
-inline constexpr const char* PROGRAM = "zdv 1.0";
+inline constexpr const char* PROGRAM = "zdv " MODULE_VERSION;
 
 std::string ComputerName();
 

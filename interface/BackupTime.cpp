@@ -8,7 +8,6 @@
 #include <string_view>
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
 
@@ -33,14 +32,13 @@ bool InRange(const std::tm& Time)
 
 std::int64_t ParseBackupTime(const std::string& sText)
 {
-    const FunctionTrace Trace(L"ParseBackupTime");
-    Trace.Starting();
+    const FunctionTrace Trace = FunctionTrace::Started(L"ParseBackupTime");
     if (sText.empty())
     {
         Trace.Verbose(L"... ending(Latest version)");
         return LATEST;
     }
-    std::tm Time{}; // daylight-saving flag 0: hosts give standard time
+    std::tm Time{}; // daylight-saving flag 0: the time is standard time, fixed by the interface
     if (FollowsPattern(sText))
     {
         Time.tm_mday = std::stoi(sText.substr(0, 2));
@@ -56,7 +54,7 @@ std::int64_t ParseBackupTime(const std::string& sText)
         return BEFORE_EVERY_BACKUP;
     }
     const std::int64_t tTime = _mktime64(&Time);
-    Trace.Number(Level::Verbose, L"tTime", tTime);
+    Trace.Number(L"tTime", tTime);
     Trace.Ending();
     return std::max(tTime, BEFORE_EVERY_BACKUP); // what the run time cannot represent is not "the latest"
 }

@@ -1,8 +1,9 @@
 #include "interface/Connection.h"
 
-#include "common/FunctionTrace.h"
 #include "common/Text.h"
+#include "interface/CurlCalls.h"
 #include "interface/LastError.h"
+#include "interface/ModuleVersion.h"
 #include "interface/zdv.h"
 
 #include <algorithm>
@@ -14,118 +15,60 @@ namespace {
 
 constexpr DWORD APP_INIT_FAILURE = 575; // ERROR_APP_INIT_FAILURE, which mingw's headers lack
 
-bool Failed(FtpContext& FC, std::uint32_t dwLastError, const wchar_t* sError)
-{
-    StoreLastError(FC, {dwLastError, sError});
-    FunctionTrace(L"DoInitEx : ... ending").Text(Level::Error, L"FC.m_sLastError", sError);
-    return false;
-}
-
-enum class OnFailure
-{
-    Fatal,
-    Traced,
-    Ignored
-};
-
-struct Option
-{
-    const wchar_t* sStep;
-    CURLcode (*Set)(CURL* pCurl, const FtpContext& FC);
-    OnFailure enOnFailure;
-    const wchar_t* sFailure; // the last error's text, or what names a traced option's code; null for none
-    const wchar_t* sLabel;   // under which the code is traced; null for none
-};
-
 // What one read from the connection may bring. libssh2 asks an SFTP server for four times as much ahead, which
 // keeps a long line full.
 constexpr long DOWNLOAD_BUFFER = 1024 * 1024;
 
 constexpr long REPLY_LIMIT = 120; // seconds
 
-template <CURLoption enOption, long lValue> CURLcode SetLong(CURL* pCurl, const FtpContext&)
+bool Failed(FtpContext& FC, const FunctionTrace& Trace, const Failure& Reason)
 {
-    return curl_easy_setopt(pCurl, enOption, lValue);
+    StoreLastError(FC, Reason);
+    Trace.At(L"... ending").Text(Level::Error, L"FC.m_sLastError", Reason.sLastError);
+    return false;
 }
 
-CURLcode SetUserAgent(CURL* pCurl, const FtpContext&)
+bool SetPort(CurlCalls& Calls, const FunctionTrace& Trace, std::uint32_t uiPort)
 {
-    return curl_easy_setopt(pCurl, CURLOPT_USERAGENT, "ZELT/7.2");
+    Trace.At(L"curl_easy_setopt(CURLOPT_PORT)").Number(L"FC.m_uiPort", uiPort);
+    Calls.Set(CURLOPT_PORT, static_cast<long>(uiPort), L"Failed to set Port");
+    if (!Calls.Succeeded())
+        Trace.At(L"CURLOPT_PORT").Number(Level::Error, Calls.Failure(), Calls.Result());
+    return Calls.Succeeded();
 }
 
-CURLcode SetPort(CURL* pCurl, const FtpContext& FC)
+bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
 {
-    FunctionTrace(L"DoInitEx : curl_easy_setopt(CURLOPT_PORT)")
-        .Number(Level::Verbose, L"FC.m_uiPort", FC.m_uiPort);
-    return curl_easy_setopt(pCurl, CURLOPT_PORT, static_cast<long>(FC.m_uiPort));
-}
-
-CURLcode SetUsername(CURL* pCurl, const FtpContext& FC)
-{
-    return curl_easy_setopt(pCurl, CURLOPT_USERNAME, quorvel::ToUtf8(FC.m_sUsername).c_str());
-}
-
-CURLcode SetPassword(CURL* pCurl, const FtpContext& FC)
-{
-    return curl_easy_setopt(pCurl, CURLOPT_PASSWORD, quorvel::ToUtf8(FC.m_sPassword).c_str());
-}
-
-// Refused, and so traced, by a libcurl without HTTP.
-constexpr Option USER_AGENT = {L"curl_easy_setopt(CURLOPT_USERAGENT)", SetUserAgent, OnFailure::Traced,
-                               nullptr, L"DoInitEx : Set User Agent failed"};
-// Traces its own step, with the port's value.
-constexpr Option PORT = {nullptr, SetPort, OnFailure::Fatal, L"Failed to set Port",
-                         L"DoInitEx : CURLOPT_PORT"};
-
-// Certificates and host keys are not verified: a machine that is restored from bare metal has none to
-// compare with. Both refusals of verification fail with one text.
-constexpr Option OPTIONS[] = {
-    {L"curl_easy_setopt(CURLOPT_SSL_VERIFYPEER, FALSE)", SetLong<CURLOPT_SSL_VERIFYPEER, 0>,
-     OnFailure::Traced, L"Failed to set Verify Peer", L"DoInitEx : CURLOPT_SSL_VERIFYPEER"},
-    {L"curl_easy_setopt(CURLOPT_SSL_VERIFYHOST, 0)", SetLong<CURLOPT_SSL_VERIFYHOST, 0>, OnFailure::Traced,
-     L"Failed to set Verify Peer", L"DoInitEx : CURLOPT_SSL_VERIFYHOST"},
-    {L"curl_easy_setopt(CURLOPT_USE_SSL, CURLUSESSL_TRY)", SetLong<CURLOPT_USE_SSL, CURLUSESSL_TRY>,
-     OnFailure::Fatal, L"Failed to set Use SSL", nullptr},
-    {L"curl_easy_setopt(CURLOPT_SSLVERSION, CURL_SSLVERSION_DEFAULT)",
-     SetLong<CURLOPT_SSLVERSION, CURL_SSLVERSION_DEFAULT>, OnFailure::Fatal, L"Failed to set SSL Version",
-     nullptr},
-    {L"curl_easy_setopt(CURLOPT_USERNAME)", SetUsername, OnFailure::Fatal, L"Failed to set Username",
-     nullptr},
-    {L"curl_easy_setopt(CURLOPT_PASSWORD)", SetPassword, OnFailure::Ignored, nullptr, nullptr},
-    {L"curl_easy_setopt(CURLOPT_FTPSSLAUTH, CURLFTPAUTH_DEFAULT)",
-     SetLong<CURLOPT_FTPSSLAUTH, CURLFTPAUTH_DEFAULT>, OnFailure::Fatal,
-     L"Failed to set FTP SSL Authorization", nullptr},
-    {L"curl_easy_setopt(CURLOPT_FTP_FILEMETHOD, CURLFTPMETHOD_MULTICWD)",
-     SetLong<CURLOPT_FTP_FILEMETHOD, CURLFTPMETHOD_MULTICWD>, OnFailure::Fatal,
-     L"Failed to set FTP File Method", nullptr},
-    {L"curl_easy_setopt(CURLOPT_TCP_KEEPALIVE, 1)", SetLong<CURLOPT_TCP_KEEPALIVE, 1>, OnFailure::Traced,
-     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPALIVE"},
-    {L"curl_easy_setopt(CURLOPT_TCP_KEEPIDLE, 120)", SetLong<CURLOPT_TCP_KEEPIDLE, 120>, OnFailure::Traced,
-     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPIDLE"},
-    {L"curl_easy_setopt(CURLOPT_TCP_KEEPINTVL, 60)", SetLong<CURLOPT_TCP_KEEPINTVL, 60>, OnFailure::Traced,
-     nullptr, L"DoInitEx : CURLOPT_TCP_KEEPINTVL"},
-    {nullptr, SetLong<CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER>, OnFailure::Fatal, L"Failed to set Buffer Size",
-     nullptr},
-    // A server may write for long to its disk before it says that an upload is complete: libcurl waits a minute only.
-    {nullptr, SetLong<CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT>, OnFailure::Fatal,
-     L"Failed to set Response Timeout", nullptr},
+    // Certificates and host keys are not verified: a machine that is restored from bare metal has none to
+    // compare with. Both refusals of verification fail with one text.
+    Calls.Try(CURLOPT_SSL_VERIFYPEER, 0L, {L"CURLOPT_SSL_VERIFYPEER", L"Failed to set Verify Peer"},
+              L"curl_easy_setopt(CURLOPT_SSL_VERIFYPEER, FALSE)");
+    Calls.Try(CURLOPT_SSL_VERIFYHOST, 0L, {L"CURLOPT_SSL_VERIFYHOST", L"Failed to set Verify Peer"},
+              L"curl_easy_setopt(CURLOPT_SSL_VERIFYHOST, 0)");
+    Calls.Set(CURLOPT_USE_SSL, long{CURLUSESSL_TRY}, L"Failed to set Use SSL",
+              L"curl_easy_setopt(CURLOPT_USE_SSL, CURLUSESSL_TRY)");
+    Calls.Set(CURLOPT_SSLVERSION, long{CURL_SSLVERSION_DEFAULT}, L"Failed to set SSL Version",
+              L"curl_easy_setopt(CURLOPT_SSLVERSION, CURL_SSLVERSION_DEFAULT)");
+    Calls.Set(CURLOPT_USERNAME, quorvel::ToUtf8(FC.m_sUsername).c_str(), L"Failed to set Username",
+              L"curl_easy_setopt(CURLOPT_USERNAME)");
+    Calls.Try(CURLOPT_PASSWORD, quorvel::ToUtf8(FC.m_sPassword).c_str(), {},
+              L"curl_easy_setopt(CURLOPT_PASSWORD)");
+    Calls.Set(CURLOPT_FTPSSLAUTH, long{CURLFTPAUTH_DEFAULT}, L"Failed to set FTP SSL Authorization",
+              L"curl_easy_setopt(CURLOPT_FTPSSLAUTH, CURLFTPAUTH_DEFAULT)");
+    Calls.Set(CURLOPT_FTP_FILEMETHOD, long{CURLFTPMETHOD_MULTICWD}, L"Failed to set FTP File Method",
+              L"curl_easy_setopt(CURLOPT_FTP_FILEMETHOD, CURLFTPMETHOD_MULTICWD)");
+    Calls.Try(CURLOPT_TCP_KEEPALIVE, 1L, {L"CURLOPT_TCP_KEEPALIVE"},
+              L"curl_easy_setopt(CURLOPT_TCP_KEEPALIVE, 1)");
+    Calls.Try(CURLOPT_TCP_KEEPIDLE, 120L, {L"CURLOPT_TCP_KEEPIDLE"},
+              L"curl_easy_setopt(CURLOPT_TCP_KEEPIDLE, 120)");
+    Calls.Try(CURLOPT_TCP_KEEPINTVL, 60L, {L"CURLOPT_TCP_KEEPINTVL"},
+              L"curl_easy_setopt(CURLOPT_TCP_KEEPINTVL, 60)");
+    Calls.Set(CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER, L"Failed to set Buffer Size");
+    // A server may take long to write an upload to its disk before it says so: libcurl waits a minute there.
+    Calls.Set(CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT, L"Failed to set Response Timeout");
     // The read callback fills the whole buffer, and would lose the end of an object in a larger one.
-    {nullptr, SetLong<CURLOPT_UPLOAD_BUFFERSIZE, ZDV_BLOCK_SIZE>, OnFailure::Fatal,
-     L"Failed to set Upload Buffer Size", nullptr},
-};
-
-bool Apply(FtpContext& FC, const FunctionTrace& Trace, const Option& Step)
-{
-    if (Step.sStep != nullptr)
-        Trace.Verbose(Step.sStep);
-    const CURLcode enCurlRc = Step.Set(FC.m_pCurl, FC);
-    if (enCurlRc == CURLE_OK || Step.enOnFailure == OnFailure::Ignored)
-        return true;
-    if (Step.sLabel != nullptr)
-        FunctionTrace(Step.sLabel)
-            .Number(Level::Error, Step.sFailure != nullptr ? Step.sFailure : L"enCurlRc",
-                    static_cast<std::uint32_t>(enCurlRc));
-    return Step.enOnFailure == OnFailure::Traced || Failed(FC, ERROR_BAD_ENVIRONMENT, Step.sFailure);
+    Calls.Set(CURLOPT_UPLOAD_BUFFERSIZE, long{ZDV_BLOCK_SIZE}, L"Failed to set Upload Buffer Size");
+    return Calls.Succeeded();
 }
 
 const wchar_t* Scheme(std::uint32_t uiPort)
@@ -159,20 +102,22 @@ std::wstring NormalisedRoot(std::wstring sRoot)
 
 bool DoInitEx(FtpContext& FC)
 {
-    const FunctionTrace Trace(L"DoInitEx");
-    Trace.Starting();
+    const FunctionTrace Trace = FunctionTrace::Started(L"DoInitEx");
     Trace.Verbose(L"curl_easy_init()");
     // An earlier handle is replaced, not cleaned up: a transfer that the host left running still uses it.
     FC.m_pCurl = curl_easy_init();
     if (FC.m_pCurl == nullptr)
-        return Failed(FC, APP_INIT_FAILURE, L"Failed to initialize cURL");
-    if (!Apply(FC, Trace, USER_AGENT) || !Apply(FC, Trace, PORT))
-        return false;
+        return Failed(FC, Trace, {APP_INIT_FAILURE, L"Failed to initialize cURL"});
+    CurlCalls Calls(FC.m_pCurl, Trace);
+    // Refused, and so traced, by a libcurl without HTTP.
+    Calls.Try(CURLOPT_USERAGENT, "ZELT/" PRODUCT_VERSION, {L"Set User Agent failed"},
+              L"curl_easy_setopt(CURLOPT_USERAGENT)");
+    if (!SetPort(Calls, Trace, FC.m_uiPort))
+        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.Failure()});
     FC.m_sProtocol = Scheme(FC.m_uiPort);
-    Trace.Text(Level::Verbose, L"FC.m_sProtocol", FC.m_sProtocol);
-    for (const Option& Step : OPTIONS)
-        if (!Apply(FC, Trace, Step))
-            return false;
+    Trace.Text(L"FC.m_sProtocol", FC.m_sProtocol);
+    if (!SetOptions(Calls, FC))
+        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.Failure()});
     FC.m_sRoot = NormalisedRoot(FC.m_sRoot);
     Trace.Location(L"FC.m_sRoot", FC.m_sRoot);
     Trace.Ending();

@@ -10,13 +10,15 @@ inline constexpr std::size_t ABORT_TRANSFER = static_cast<std::size_t>(-1);
 // The body of a libcurl callback: no exception may cross libcurl.
 template <typename Body> std::size_t GuardedCallback(const wchar_t* sFunction, const Body& body) noexcept
 {
+    const quorvel::FunctionTrace Trace(sFunction);
     try
     {
-        return body(quorvel::FunctionTrace(sFunction));
+        Trace.Starting();
+        return body(Trace);
     }
     catch (...)
     {
-        TraceException(sFunction);
+        TraceException(Trace);
         return ABORT_TRANSFER;
     }
 }

@@ -22,8 +22,7 @@ void Attach()
 
 void Detach()
 {
-    const FunctionTrace Trace(L"DllMain");
-    Trace.Starting();
+    const FunctionTrace Trace = FunctionTrace::Started(L"DllMain");
     Trace.Verbose(L"DLL_PROCESS_DETACH");
     Trace.Verbose(L"... tracing terminating");
     Trace.Ending();

@@ -2,7 +2,7 @@
 
 #include <exception>
 
-void TraceException(const wchar_t* sFunction) noexcept
+void TraceException(const quorvel::FunctionTrace& Trace) noexcept
 {
     try
     {
@@ -10,10 +10,10 @@ void TraceException(const wchar_t* sFunction) noexcept
     }
     catch (const std::exception& Exception)
     {
-        quorvel::FunctionTrace(sFunction).Text(quorvel::Level::Error, L"Exception.what()", Exception.what());
+        Trace.Text(quorvel::Level::Error, L"Exception.what()", Exception.what());
     }
     catch (...)
     {
-        quorvel::FunctionTrace(sFunction).Error(L"unknown exception");
+        Trace.Error(L"unknown exception");
     }
 }

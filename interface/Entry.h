@@ -1,4 +1,4 @@
-// What every export does first and last: test the handle, keep exceptions inside, trace the status.
+// What every export does first and last: test the handle, keep exceptions inside, trace beginning and end.
 #pragma once
 
 #include "common/FunctionTrace.h"
@@ -8,40 +8,68 @@
 #include "interface/zdv.h"
 
 // Traces the exception being handled. Call it in a catch block only.
-void TraceException(const wchar_t* sFunction) noexcept;
+void TraceException(const quorvel::FunctionTrace& Trace) noexcept;
 
-// Runs an export's body and turns an exception into uiFailure: none may cross into the host.
+inline constexpr const wchar_t* ENDING = L"... ending";
+
+// The last line of an export: the status under its ending.
+inline ZDV_STATUS Ended(const quorvel::FunctionTrace& Trace, ZDV_STATUS uiRc, const wchar_t* sEnding = ENDING)
+{
+    Trace.At(sEnding).Status(uiRc);
+    return uiRc;
+}
+
+// Runs an export's body(const FunctionTrace&) and turns an exception into uiFailure: none may cross into the
+// host.
 template <typename Body>
 ZDV_STATUS Guarded(const wchar_t* sFunction, ZDV_STATUS uiFailure, const Body& body) noexcept
 {
     quorvel::KeepMemoryReserve();
+    const quorvel::FunctionTrace Trace(sFunction);
     try
     {
-        return body();
+        return body(Trace);
     }
     catch (...)
     {
-        TraceException(sFunction);
+        TraceException(Trace);
         return uiFailure;
     }
 }
 
+// The name of an export that takes a handle, and its ending.
+struct Export
+{
+    const wchar_t* sName;
+    const wchar_t* sEnding = ENDING;
+};
+
+// What such an export's body answers. No ending line follows one that the body has ended by itself.
+struct Answer
+{
+    Answer(ZDV_STATUS uiStatus, bool bIsEnded = false) : uiRc(uiStatus), bEnded(bIsEnded) {}
+
+    ZDV_STATUS uiRc;
+    bool bEnded;
+};
+
 // The entry of every export that takes a handle: body(FtpContext&, const FunctionTrace&) runs only with a
 // device behind the handle.
 template <typename Body>
-ZDV_STATUS WithDevice(ZDV_HANDLE handle, const wchar_t* sFunction, const Body& body) noexcept
+ZDV_STATUS WithDevice(ZDV_HANDLE handle, const Export& Names, const Body& body) noexcept
 {
-    return Guarded(sFunction, ZDV_DEVICE_ERROR, [&]() -> ZDV_STATUS {
-        const quorvel::FunctionTrace Trace(sFunction);
+    return Guarded(Names.sName, ZDV_DEVICE_ERROR, [&](const quorvel::FunctionTrace& Trace) {
         auto* const pFC = reinterpret_cast<FtpContext*>(handle);
         if (pFC == nullptr)
         {
             Trace.Error(L"... ending(Bad handle)");
             return ZDV_INVALID_HANDLE;
         }
+        Trace.Starting();
         try
         {
-            return body(*pFC, Trace);
+            const Answer Given = body(*pFC, Trace);
+            return Given.bEnded ? Given.uiRc : Ended(Trace, Given.uiRc, Names.sEnding);
         }
         catch (...)
         {
@@ -51,18 +79,10 @@ ZDV_STATUS WithDevice(ZDV_HANDLE handle, const wchar_t* sFunction, const Body& b
     });
 }
 
-// The first lines of an export that copies a text into, or takes one from, a buffer of uiSize.
+// The arguments of an export that copies a text into, or takes one from, a buffer of uiSize.
 inline void TraceArguments(const quorvel::FunctionTrace& Trace, std::uint32_t uiCategory,
                            std::uint32_t uiSize)
 {
-    Trace.Starting();
-    Trace.Number(quorvel::Level::Verbose, L"uiCategory", uiCategory);
-    Trace.Number(quorvel::Level::Verbose, L"uiSize", uiSize);
-}
-
-// The last line of an export: the status under the composite name sEnding.
-inline ZDV_STATUS Ended(const wchar_t* sEnding, ZDV_STATUS uiRc)
-{
-    quorvel::FunctionTrace(sEnding).Status(uiRc);
-    return uiRc;
+    Trace.Number(L"uiCategory", uiCategory);
+    Trace.Number(L"uiSize", uiSize);
 }

@@ -8,22 +8,20 @@ using quorvel::Level;
 
 FtpContext::FtpContext()
 {
-    const FunctionTrace Trace(L"FtpContext::FtpContext");
-    Trace.Starting();
+    const FunctionTrace Trace = FunctionTrace::Started(L"FtpContext::FtpContext");
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
     {
         m_dwLastError = ERROR_NOT_READY;
         m_sLastError = L"curl_global_init(CURL_GLOBAL_DEFAULT) failed";
         Trace.Text(Level::Error, L"m_sLastError", m_sLastError);
     }
-    Trace.Text(Level::Verbose, L"sVersions", curl_version());
+    Trace.Text(L"sVersions", curl_version());
     Trace.Ending();
 }
 
 FtpContext::~FtpContext()
 {
-    const FunctionTrace Trace(L"FtpContext::~FtpContext");
-    Trace.Starting();
+    const FunctionTrace Trace = FunctionTrace::Started(L"FtpContext::~FtpContext");
     if (CURL* const pCurl = m_pCurl)
         curl_easy_cleanup(pCurl);
     CloseServerEnd(m_hDownloadRead, Trace, L"Close Pipe(Download->Read)");

@@ -1,65 +1,51 @@
 // ZDV_GetInfo[W] and ZDV_SetInfo[W].
 #include "common/Text.h"
 #include "interface/BackupTime.h"
+#include "interface/Category.h"
 #include "interface/DeviceDescription.h"
 #include "interface/Entry.h"
-#include "interface/InvalidCategory.h"
-#include "interface/LastError.h"
 
 #include <cstdlib>
 #include <optional>
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
+
+constexpr std::uint32_t LAST_IGNORED = 3; // a set of 0 to 3 does nothing
+
+// Fixed by the interface: the device class differs between the two functions.
+const wchar_t* DeviceClass(const char*) { return DEVICE_DESCRIPTION; }
+const wchar_t* DeviceClass(const wchar_t*) { return L"FTP Virtual Tape"; }
 
 std::optional<std::wstring> DeviceInfo(const FtpContext& FC, std::uint32_t uiCategory,
                                        const wchar_t* sDeviceClass)
 {
-    switch (uiCategory)
-    {
-    case ZDV_GI_E:
+    if (uiCategory == ZDV_GI_E)
         return L"";
-    case ZDV_GI_DD:
+    if (uiCategory == ZDV_GI_DD)
         return DEVICE_DESCRIPTION;
-    case ZDV_GI_DC:
+    if (uiCategory == ZDV_GI_DC)
         return sDeviceClass;
-    case ZDV_GI_SPECIFIC_ERROR_MSG:
+    if (uiCategory == ZDV_GI_SPECIFIC_ERROR_MSG)
         return L"ERROR: " + LastErrorText(FC);
-    default:
-        return std::nullopt;
-    }
+    return std::nullopt;
 }
 
-struct InfoNames
-{
-    const wchar_t* sName;
-    const char* sNarrowName;
-    const wchar_t* sEnding;
-    const wchar_t* sDeviceClass;
-};
-
-// The device class differs between the two functions, and hosts show either.
-constexpr InfoNames GET_INFO = {L"ZDV_GetInfo", "ZDV_GetInfo", L"ZDV_GetInfo : ... ending",
-                                DEVICE_DESCRIPTION};
-constexpr InfoNames GET_INFO_WIDE = {L"ZDV_GetInfoW", "ZDV_GetInfoW", L"ZDV_GetInfoW : ... ending",
-                                     L"FTP Virtual Tape"};
-
 template <typename Char>
-ZDV_STATUS GetInfo(const InfoNames& Names, ZDV_HANDLE handle, std::uint32_t uiCategory, Char* pBuffer,
+ZDV_STATUS GetInfo(const Export& Names, ZDV_HANDLE handle, std::uint32_t uiCategory, Char* pBuffer,
                    std::uint32_t uiSize)
 {
-    return WithDevice(handle, Names.sName, [&](const FtpContext& FC, const FunctionTrace& Trace) {
+    return WithDevice(handle, Names, [&](const FtpContext& FC, const FunctionTrace& Trace) {
         TraceArguments(Trace, uiCategory, uiSize);
-        const auto sInfo = DeviceInfo(FC, uiCategory, Names.sDeviceClass);
+        const auto sInfo = DeviceInfo(FC, uiCategory, DeviceClass(pBuffer));
         if (!sInfo)
         {
             Trace.Warning(L"... ending(InvalidCategory)");
-            return Ended(Names.sEnding, InvalidCategory(Names.sNarrowName, uiCategory));
+            return InvalidCategory(Trace, uiCategory);
         }
         quorvel::CopyTruncated(*sInfo, pBuffer, uiSize);
-        return Ended(Names.sEnding, ZDV_SUCCESS);
+        return ZDV_SUCCESS;
     });
 }
 
@@ -74,49 +60,35 @@ std::string GivenText(const wchar_t* pBuffer, std::uint32_t uiSize)
     return quorvel::Narrow(std::wstring_view(pBuffer, wcsnlen(pBuffer, uiSize)));
 }
 
-// Capacity and occupancy are the host's bookkeeping of a real tape; a server has neither.
-void TraceFact(const wchar_t* sFunction, const wchar_t* sVariable, const std::string& sText)
-{
-    FunctionTrace(sFunction).Number(Level::Verbose, sVariable,
-                                    static_cast<std::uint64_t>(_atoi64(sText.c_str())));
-}
-
 void StoreFact(FtpContext& FC, std::uint32_t uiCategory, const std::string& sText)
 {
+    const FunctionTrace Trace(L"ZDV_SetInfo"); // log text fixed: the narrow name from both functions
+    // Capacity and occupancy are the host's bookkeeping of a real tape; a server has neither.
+    const auto ullNumber = static_cast<std::uint64_t>(_atoi64(sText.c_str()));
     if (uiCategory == ZDV_CAPACITY)
-        return TraceFact(L"ZDV_SetInfo : ZDV_CAPACITY", L"ullCapacity", sText);
+        return Trace.At(L"ZDV_CAPACITY").Number(L"ullCapacity", ullNumber);
     if (uiCategory == ZDV_OCCUPANCY)
-        return TraceFact(L"ZDV_SetInfo : ZDV_OCCUPANCY", L"ullOccupancy", sText);
-    FunctionTrace(L"ZDV_SetInfo : ZDV_BACKUP_VERSION").Text(Level::Verbose, L"Buffer", sText);
+        return Trace.At(L"ZDV_OCCUPANCY").Number(L"ullOccupancy", ullNumber);
+    Trace.At(L"ZDV_BACKUP_VERSION").Text(L"Buffer", sText);
     FC.m_tBackupTime = ParseBackupTime(sText);
 }
 
-constexpr InfoNames SET_INFO = {L"ZDV_SetInfo", "ZDV_SetInfo", L"ZDV_SetInfo : ... ending", nullptr};
-constexpr InfoNames SET_INFO_WIDE = {L"ZDV_SetInfoW", "ZDV_SetInfoW", L"ZDV_SetInfoW : ... ending", nullptr};
-
 template <typename Char>
-ZDV_STATUS SetInfo(const InfoNames& Names, ZDV_HANDLE handle, std::uint32_t uiCategory, const Char* pBuffer,
+ZDV_STATUS SetInfo(const Export& Names, ZDV_HANDLE handle, std::uint32_t uiCategory, const Char* pBuffer,
                    std::uint32_t uiSize)
 {
-    return WithDevice(handle, Names.sName, [&](FtpContext& FC, const FunctionTrace& Trace) {
+    return WithDevice(handle, Names, [&](FtpContext& FC, const FunctionTrace& Trace) {
         TraceArguments(Trace, uiCategory, uiSize);
-        switch (uiCategory)
+        if (uiCategory <= LAST_IGNORED)
+            return ZDV_SUCCESS;
+        if (uiCategory != ZDV_BACKUP_VERSION && uiCategory != ZDV_CAPACITY && uiCategory != ZDV_OCCUPANCY)
         {
-        case 0:
-        case 1:
-        case 2:
-        case 3:
-            return Ended(Names.sEnding, ZDV_SUCCESS);
-        case ZDV_BACKUP_VERSION:
-        case ZDV_CAPACITY:
-        case ZDV_OCCUPANCY:
-            if (pBuffer != nullptr && uiSize != 0)
-                StoreFact(FC, uiCategory, GivenText(pBuffer, uiSize));
-            return Ended(Names.sEnding, ZDV_SUCCESS);
-        default:
             Trace.Warning(L"... ending(InvalidCategory)");
-            return Ended(Names.sEnding, InvalidCategory(Names.sNarrowName, uiCategory));
+            return InvalidCategory(Trace, uiCategory);
         }
+        if (pBuffer != nullptr && uiSize != 0)
+            StoreFact(FC, uiCategory, GivenText(pBuffer, uiSize));
+        return ZDV_SUCCESS;
     });
 }
 
@@ -124,21 +96,21 @@ ZDV_STATUS SetInfo(const InfoNames& Names, ZDV_HANDLE handle, std::uint32_t uiCa
 
 ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize)
 {
-    return GetInfo(GET_INFO, handle, uiCategory, pBuffer, uiSize);
+    return GetInfo({L"ZDV_GetInfo"}, handle, uiCategory, pBuffer, uiSize);
 }
 
 ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize)
 {
-    return GetInfo(GET_INFO_WIDE, handle, uiCategory, pBuffer, uiSize);
+    return GetInfo({L"ZDV_GetInfoW"}, handle, uiCategory, pBuffer, uiSize);
 }
 
 ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, const char* pBuffer, std::uint32_t uiSize)
 {
-    return SetInfo(SET_INFO, handle, uiCategory, pBuffer, uiSize);
+    return SetInfo({L"ZDV_SetInfo"}, handle, uiCategory, pBuffer, uiSize);
 }
 
 ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, const wchar_t* pBuffer,
                         std::uint32_t uiSize)
 {
-    return SetInfo(SET_INFO_WIDE, handle, uiCategory, pBuffer, uiSize);
+    return SetInfo({L"ZDV_SetInfoW"}, handle, uiCategory, pBuffer, uiSize);
 }

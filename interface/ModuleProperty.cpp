@@ -1,8 +1,9 @@
 // ZDV_GetModuleProperty and ZDV_GetModulePropertyW.
 #include "common/Text.h"
+#include "interface/Category.h"
 #include "interface/DeviceDescription.h"
 #include "interface/Entry.h"
-#include "interface/InvalidCategory.h"
+#include "interface/ModuleVersion.h"
 
 using quorvel::FunctionTrace;
 
@@ -15,13 +16,13 @@ struct ModuleProperty
     const wchar_t* sAnswer;
 };
 
-// The wide build date: the compiler's macro is narrow.
+// The wide version and build date, whose macros are narrow.
 #define WIDE_TEXT(text) L##text
 #define WIDE(text) WIDE_TEXT(text)
 
 constexpr ModuleProperty PROPERTIES[] = {
     {ZDV_GMP_DESC, L"ZDV_GMP_DESC", DEVICE_DESCRIPTION},
-    {ZDV_GMP_VER, L"ZDV_GMP_VER", L"V 7.1.2"},
+    {ZDV_GMP_VER, L"ZDV_GMP_VER", L"V " WIDE(MODULE_VERSION)},
     {ZDV_GMP_CLASS, L"ZDV_GMP_CLASS", L"FTP Support Module"},
     {ZDV_GMP_DATE, L"ZDV_GMP_DATE", WIDE(__DATE__)},
     {ZDV_GMP_CHANGER_SUPPORT, L"ZDV_GMP_CHANGER_SUPPORT", L"0"},
@@ -30,35 +31,23 @@ constexpr ModuleProperty PROPERTIES[] = {
     {ZDV_GMP_WCHAR, L"ZDV_GMP_WCHAR", L"1"},
 };
 
-// Hosts ask the narrow function whether there are wide ones; whoever calls the wide one knows already, and
-// is told so by a refusal.
+// Only who calls the narrow function has to ask whether there are wide ones: fixed by the interface.
 bool AnswersWideSupport(const char*) { return true; }
 bool AnswersWideSupport(const wchar_t*) { return false; }
 
 template <typename Char>
-ZDV_STATUS Answer(const FunctionTrace& Trace, const char* sNarrowName, std::uint32_t uiCategory,
-                  Char* pBuffer, std::uint32_t uiSize)
+ZDV_STATUS GetModuleProperty(const wchar_t* sName, std::uint32_t uiCategory, Char* pBuffer,
+                             std::uint32_t uiSize)
 {
-    for (const ModuleProperty& Property : PROPERTIES)
-    {
-        if (Property.uiCategory != uiCategory ||
-            (uiCategory == ZDV_GMP_WCHAR && !AnswersWideSupport(pBuffer)))
-            continue;
-        Trace.Information(Property.sName);
-        quorvel::CopyTruncated(Property.sAnswer, pBuffer, uiSize);
-        return ZDV_SUCCESS;
-    }
-    return InvalidCategory(sNarrowName, uiCategory);
-}
-
-template <typename Char>
-ZDV_STATUS GetModuleProperty(const wchar_t* sName, const char* sNarrowName, const wchar_t* sEnding,
-                             std::uint32_t uiCategory, Char* pBuffer, std::uint32_t uiSize)
-{
-    return Guarded(sName, ZDV_DEVICE_ERROR, [&] {
-        const FunctionTrace Trace(sName);
+    return Guarded(sName, ZDV_DEVICE_ERROR, [&](const FunctionTrace& Trace) {
+        Trace.Starting();
         TraceArguments(Trace, uiCategory, uiSize);
-        return Ended(sEnding, Answer(Trace, sNarrowName, uiCategory, pBuffer, uiSize));
+        const ModuleProperty* const pProperty = FindCategory(PROPERTIES, uiCategory);
+        if (pProperty == nullptr || (uiCategory == ZDV_GMP_WCHAR && !AnswersWideSupport(pBuffer)))
+            return Ended(Trace, InvalidCategory(Trace, uiCategory));
+        Trace.Information(pProperty->sName);
+        quorvel::CopyTruncated(pProperty->sAnswer, pBuffer, uiSize);
+        return Ended(Trace, ZDV_SUCCESS);
     });
 }
 
@@ -66,12 +55,10 @@ ZDV_STATUS GetModuleProperty(const wchar_t* sName, const char* sNarrowName, cons
 
 ZDV_STATUS ZDV_GetModuleProperty(std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize)
 {
-    return GetModuleProperty(L"ZDV_GetModuleProperty", "ZDV_GetModuleProperty",
-                             L"ZDV_GetModuleProperty : ... ending", uiCategory, pBuffer, uiSize);
+    return GetModuleProperty(L"ZDV_GetModuleProperty", uiCategory, pBuffer, uiSize);
 }
 
 ZDV_STATUS ZDV_GetModulePropertyW(std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize)
 {
-    return GetModuleProperty(L"ZDV_GetModulePropertyW", "ZDV_GetModulePropertyW",
-                             L"ZDV_GetModulePropertyW : ... ending", uiCategory, pBuffer, uiSize);
+    return GetModuleProperty(L"ZDV_GetModulePropertyW", uiCategory, pBuffer, uiSize);
 }

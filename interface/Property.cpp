@@ -1,10 +1,8 @@
 // ZDV_GetProperty and ZDV_SetProperty.
+#include "interface/Category.h"
 #include "interface/Entry.h"
-#include "interface/InvalidCategory.h"
-#include "interface/LastError.h"
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
 
@@ -28,7 +26,6 @@ constexpr DeviceProperty PROPERTIES[] = {
     {ZDV_P_GOTO, L"ZDV_P_GOTO", Fixed<0>},
     {ZDV_P_ECC_FRAME, L"ZDV_P_ECC_FRAME", Fixed<ZDV_BLOCK_SIZE>},
     {ZDV_P_CHANGER_INFO, L"ZDV_P_CHANGER_INFO", Fixed<0>},
-    // Hosts that see 0 erase instead of initialising, and erasing is what works here.
     {ZDV_P_SUPPORTS_INITIALISE, L"ZDV_P_SUPPORTS_INITIALISE", Fixed<0>},
     {ZDV_P_REMOVABLE, L"ZDV_P_REMOVABLE", Fixed<0>},
     {ZDV_P_GET_CUR_BLK_ADDR, L"ZDV_P_GET_CUR_BLK_ADDR", CurrentBlock},
@@ -41,16 +38,15 @@ constexpr DeviceProperty PROPERTIES[] = {
 ZDV_STATUS ReadProperty(const FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiCategory,
                         std::uint32_t* puiParam)
 {
-    for (const DeviceProperty& Property : PROPERTIES)
+    const DeviceProperty* const pProperty = FindCategory(PROPERTIES, uiCategory);
+    if (pProperty == nullptr)
     {
-        if (Property.uiCategory != uiCategory)
-            continue;
-        Trace.Verbose(Property.sName);
-        *puiParam = Property.Value(FC);
-        return ZDV_SUCCESS;
+        Trace.Verbose(L"InvalidCategory");
+        return InvalidCategory(Trace, uiCategory);
     }
-    Trace.Verbose(L"InvalidCategory");
-    return InvalidCategory("ZDV_GetProperty", uiCategory);
+    Trace.Verbose(pProperty->sName);
+    *puiParam = pProperty->Value(FC);
+    return ZDV_SUCCESS;
 }
 
 ZDV_STATUS Refused(const FunctionTrace& Trace)
@@ -73,7 +69,7 @@ ZDV_STATUS StoreProperty(FtpContext& FC, const FunctionTrace& Trace, std::uint32
         return Refused(Trace);
     case ZDV_P_VT_ALLOW_CREATION:
         Trace.Verbose(L"ZDV_P_VT_ALLOW_CREATION");
-        return InvalidCategory("ZDV_SetProperty", uiCategory);
+        return InvalidCategory(Trace, uiCategory);
     case ZDV_P_UNSUPPORTED_SETTING_100:
     case ZDV_P_UNSUPPORTED_SETTING_101:
         return Refused(Trace);
@@ -87,7 +83,7 @@ ZDV_STATUS StoreProperty(FtpContext& FC, const FunctionTrace& Trace, std::uint32
         return ZDV_SUCCESS;
     default:
         Trace.Verbose(L"InvalidCategory");
-        return InvalidCategory("ZDV_SetProperty", uiCategory);
+        return InvalidCategory(Trace, uiCategory);
     }
 }
 
@@ -95,20 +91,18 @@ ZDV_STATUS StoreProperty(FtpContext& FC, const FunctionTrace& Trace, std::uint32
 
 ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t* puiParam)
 {
-    return WithDevice(handle, L"ZDV_GetProperty", [&](const FtpContext& FC, const FunctionTrace& Trace) {
-        Trace.Starting();
-        Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
+    return WithDevice(handle, {L"ZDV_GetProperty"}, [&](const FtpContext& FC, const FunctionTrace& Trace) {
+        Trace.Number(L"uiCategory", uiCategory);
         const ZDV_STATUS uiRc = ReadProperty(FC, Trace, uiCategory, puiParam);
-        Trace.Number(Level::Verbose, L"(*puiParam)", *puiParam);
-        return Ended(L"ZDV_GetProperty : ... ending", uiRc);
+        Trace.Number(L"(*puiParam)", *puiParam);
+        return uiRc;
     });
 }
 
 ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam)
 {
-    return WithDevice(handle, L"ZDV_SetProperty", [&](FtpContext& FC, const FunctionTrace& Trace) {
-        Trace.Starting();
-        Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-        return Ended(L"ZDV_SetProperty : ... ending", StoreProperty(FC, Trace, uiCategory, uiParam));
+    return WithDevice(handle, {L"ZDV_SetProperty"}, [&](FtpContext& FC, const FunctionTrace& Trace) {
+        Trace.Number(L"uiCategory", uiCategory);
+        return StoreProperty(FC, Trace, uiCategory, uiParam);
     });
 }

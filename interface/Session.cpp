@@ -6,26 +6,23 @@
 #include <new>
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
 
-// A host asks with this value in its handle variable whether the module takes part in something that it
-// does not; only this one value means that.
+// Fixed by the interface: an open with this one value in the handle variable is declined.
 constexpr ZDV_HANDLE DECLINED_REQUEST = 0x8000000000000000;
 
 void TraceVersions(const FunctionTrace& Trace)
 {
-    Trace.Text(Level::Verbose, L"sVersions", curl_version());
+    Trace.Text(L"sVersions", curl_version());
     char szVersion[256] = "";
     if (GetResourceVersionStr("FileVersion", szVersion, sizeof(szVersion), GetModuleHandleA("ZDV_FTP.DLL")))
-        Trace.Text(Level::Verbose, L"szVersion", static_cast<const char*>(szVersion));
+        Trace.Text(L"szVersion", szVersion);
 }
 
-ZDV_STATUS Open(ZDV_HANDLE* pHandle)
+ZDV_STATUS Open(const FunctionTrace& Trace, ZDV_HANDLE* pHandle)
 {
     quorvel::g_Trace.ReadLevel();
-    const FunctionTrace Trace(L"ZDV_Open");
     Trace.Starting();
     TraceVersions(Trace);
     if (*pHandle == DECLINED_REQUEST)
@@ -41,20 +38,20 @@ ZDV_STATUS Open(ZDV_HANDLE* pHandle)
         return ZDV_OPEN_FAILED;
     }
     *pHandle = reinterpret_cast<ZDV_HANDLE>(pFC);
-    return Ended(L"ZDV_Open : ... ending", ZDV_SUCCESS);
+    return Ended(Trace, ZDV_SUCCESS);
 }
 
 } // namespace
 
 ZDV_STATUS ZDV_Open(ZDV_HANDLE* pHandle)
 {
-    return Guarded(L"ZDV_Open", ZDV_OPEN_FAILED, [&] { return Open(pHandle); });
+    return Guarded(L"ZDV_Open", ZDV_OPEN_FAILED,
+                   [&](const FunctionTrace& Trace) { return Open(Trace, pHandle); });
 }
 
 ZDV_STATUS ZDV_Close(ZDV_HANDLE handle)
 {
-    return Guarded(L"ZDV_Close", ZDV_DEVICE_ERROR, [&] {
-        const FunctionTrace Trace(L"ZDV_Close");
+    return Guarded(L"ZDV_Close", ZDV_DEVICE_ERROR, [&](const FunctionTrace& Trace) {
         Trace.Starting();
         auto* const pFC = reinterpret_cast<FtpContext*>(handle);
         if (pFC == nullptr)
@@ -62,8 +59,8 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle)
             Trace.Verbose(L"... ending(ZDV_Open hasn't been called)");
             return ZDV_SUCCESS;
         }
-        ObjectClose(pFC);
+        ObjectClose(*pFC);
         delete pFC;
-        return Ended(L"ZDV_Close : ... ending", ZDV_SUCCESS);
+        return Ended(Trace, ZDV_SUCCESS);
     });
 }

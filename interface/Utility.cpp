@@ -1,15 +1,15 @@
 // ZDV_Utility.
+#include "interface/Category.h"
 #include "interface/Connection.h"
 #include "interface/Entry.h"
-#include "interface/InvalidCategory.h"
 #include "stream/ResetMedia.h"
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
 namespace {
 
-constexpr std::uint32_t FIRST_UNKNOWN_CATEGORY = 5; // 2 to 4 are known to hosts, but not supported here
+constexpr std::uint32_t FIRST_UNKNOWN_CATEGORY =
+    5; // 2 to 4 are refused without a line that says so: log text fixed
 
 ZDV_STATUS MakeUnitReady(FtpContext& FC, const FunctionTrace& Trace)
 {
@@ -20,7 +20,7 @@ ZDV_STATUS MakeUnitReady(FtpContext& FC, const FunctionTrace& Trace)
         return ZDV_DEVICE_ERROR;
     }
     Trace.Verbose(L"ResetMedia");
-    return ResetMedia(&FC);
+    return ResetMedia(FC);
 }
 
 ZDV_STATUS Utility(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiCategory)
@@ -35,16 +35,15 @@ ZDV_STATUS Utility(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiC
     if (uiCategory < FIRST_UNKNOWN_CATEGORY)
         return ZDV_FUNCTION_NOT_SUPPORTED;
     Trace.Warning(L"... ending(InvalidCategory)");
-    return InvalidCategory("ZDV_Utility", uiCategory);
+    return InvalidCategory(Trace, uiCategory);
 }
 
 } // namespace
 
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory)
 {
-    return WithDevice(handle, L"ZDV_Utility", [&](FtpContext& FC, const FunctionTrace& Trace) {
-        Trace.Starting();
-        Trace.Number(Level::Verbose, L"uiCategory", uiCategory);
-        return Ended(L"ZDV_Utility : ... ending", Utility(FC, Trace, uiCategory));
+    return WithDevice(handle, {L"ZDV_Utility"}, [&](FtpContext& FC, const FunctionTrace& Trace) {
+        Trace.Number(L"uiCategory", uiCategory);
+        return Utility(FC, Trace, uiCategory);
     });
 }

@@ -1,8 +1,9 @@
 // ZDV_FTP.DLL: an FTP, FTPS or SFTP server as a tape drive. This header is the manual for hosts.
 //
-// A host loads the library, looks its functions up under the exported symbols given with each of them
-// (several are short: ZDV_WriteData is exported as "ZDV_WD") and calls them through pointers of the types
-// declared here, e.g. decltype(&ZDV_WriteData).
+// A host written in C or C++ loads the library, looks its functions up under the exported symbols given with each
+// of them (several are short: ZDV_WriteData is exported as "ZDV_WD") and calls them through pointers of the types
+// declared here: decltype(&ZDV_WriteData) in C++, typeof(&ZDV_WriteData) in C. Or it is linked with the import
+// library, which knows the functions by the names used here.
 //
 // Calling order
 //   ZDV_Open, ZDV_SetDeviceOptions[W] once per key, ZDV_Utility(ZDV_U_MAKE_UNIT_READY); then data,
@@ -46,149 +47,155 @@
 //   other value must come from ZDV_Open.
 #pragma once
 
+#ifdef __cplusplus
 #include <cstdint>
+#else
+#include <stddef.h>
+#include <stdint.h>
+#endif
 
-using ZDV_HANDLE = std::uint64_t;
-using ZDV_STATUS = std::uint32_t;
+typedef uint64_t ZDV_HANDLE;
+typedef uint32_t ZDV_STATUS;
 
-inline constexpr std::uint32_t ZDV_BLOCK_SIZE = 65536; // bytes
+#define ZDV_BLOCK_SIZE UINT32_C(65536) // bytes
 
 // ------------------------------------------------------------------------------------------- statuses
 
-inline constexpr ZDV_STATUS ZDV_SUCCESS = 0x00000000;
-inline constexpr ZDV_STATUS ZDV_INVALID_HANDLE = 0x40000000;         // null handle
-inline constexpr ZDV_STATUS ZDV_FUNCTION_NOT_SUPPORTED = 0x40000002; // unknown or unsupported category
-inline constexpr ZDV_STATUS ZDV_NO_STRING_EXISTS = 0x40000004;       // no option string at this index
-inline constexpr ZDV_STATUS ZDV_INTERNAL_ERROR = 0x40000008;         // object count inconsistent on a write
-inline constexpr ZDV_STATUS ZDV_DEVICE_ERROR = 0x40000011;           // server, libcurl, pipe or thread failed
-inline constexpr ZDV_STATUS ZDV_OPEN_FAILED = 0x40000402;            // the device could not be created
-inline constexpr ZDV_STATUS ZDV_WRITE_PROTECTED = 0x40000405;        // writing is not allowed here
-inline constexpr ZDV_STATUS ZDV_BLANK_CHECK = 0x40000408;            // a read found no recorded data
-inline constexpr ZDV_STATUS ZDV_FILEMARK_REACHED = 0x40000410;       // the end of the current object
-inline constexpr ZDV_STATUS ZDV_END_OF_MEDIA = 0x40000412;           // a read beyond the last object
-inline constexpr ZDV_STATUS ZDV_INVALID_DATE = 0x40001013;           // only ever traced, never returned
+#define ZDV_SUCCESS UINT32_C(0x00000000)
+#define ZDV_INVALID_HANDLE UINT32_C(0x40000000)         // null handle
+#define ZDV_FUNCTION_NOT_SUPPORTED UINT32_C(0x40000002) // unknown or unsupported category
+#define ZDV_NO_STRING_EXISTS UINT32_C(0x40000004)       // no option string at this index
+#define ZDV_INTERNAL_ERROR UINT32_C(0x40000008)         // object count inconsistent on a write
+#define ZDV_DEVICE_ERROR UINT32_C(0x40000011)           // server, libcurl, pipe or thread failed
+#define ZDV_OPEN_FAILED UINT32_C(0x40000402)            // the device could not be created
+#define ZDV_WRITE_PROTECTED UINT32_C(0x40000405)        // writing is not allowed here
+#define ZDV_BLANK_CHECK UINT32_C(0x40000408)            // a read found no recorded data
+#define ZDV_FILEMARK_REACHED UINT32_C(0x40000410)       // the end of the current object
+#define ZDV_END_OF_MEDIA UINT32_C(0x40000412)           // a read beyond the last object
+#define ZDV_INVALID_DATE UINT32_C(0x40001013)           // only ever traced, never returned
 
 // ------------------------------------------------------------------------------------------- categories
 
 // ZDV_GetModuleProperty[W]
-inline constexpr std::uint32_t ZDV_GMP_DESC = 0;            // "FTP Virtual device for Windows"
-inline constexpr std::uint32_t ZDV_GMP_VER = 1;             // "V 7.1.2"
-inline constexpr std::uint32_t ZDV_GMP_CLASS = 2;           // "FTP Support Module"
-inline constexpr std::uint32_t ZDV_GMP_DATE = 3;            // build date, e.g. "Jul 30 2025"
-inline constexpr std::uint32_t ZDV_GMP_CHANGER_SUPPORT = 4; // "0"
-inline constexpr std::uint32_t ZDV_GMP_SM_CLASS = 7;        // "10"
-inline constexpr std::uint32_t ZDV_GMP_IS_ZDV_REMOTE = 8;   // "0"
-inline constexpr std::uint32_t ZDV_GMP_WCHAR = 9;           // "1"; asked of the narrow function only
+#define ZDV_GMP_DESC UINT32_C(0)            // "FTP Virtual device for Windows"
+#define ZDV_GMP_VER UINT32_C(1)             // "V " and the version, e.g. "V 7.1.2"
+#define ZDV_GMP_CLASS UINT32_C(2)           // "FTP Support Module"
+#define ZDV_GMP_DATE UINT32_C(3)            // build date, e.g. "Jul 30 2025"
+#define ZDV_GMP_CHANGER_SUPPORT UINT32_C(4) // "0"
+#define ZDV_GMP_SM_CLASS UINT32_C(7)        // "10"
+#define ZDV_GMP_IS_ZDV_REMOTE UINT32_C(8)   // "0"
+#define ZDV_GMP_WCHAR UINT32_C(9)           // "1"; asked of the narrow function only
 
 // ZDV_Utility
-inline constexpr std::uint32_t ZDV_U_MAKE_UNIT_READY = 0;
-inline constexpr std::uint32_t ZDV_U_CHECK_DEVICE_STATUS = 1;
+#define ZDV_U_MAKE_UNIT_READY UINT32_C(0)
+#define ZDV_U_CHECK_DEVICE_STATUS UINT32_C(1)
 
 // ZDV_GetInfo[W]
-inline constexpr std::uint32_t ZDV_GI_E = 0;                  // empty text
-inline constexpr std::uint32_t ZDV_GI_DD = 1;                 // device description
-inline constexpr std::uint32_t ZDV_GI_DC = 3;                 // device class
-inline constexpr std::uint32_t ZDV_GI_SPECIFIC_ERROR_MSG = 6; // "ERROR: " and the last error's text
+#define ZDV_GI_E UINT32_C(0)                  // empty text
+#define ZDV_GI_DD UINT32_C(1)                 // device description
+#define ZDV_GI_DC UINT32_C(3)                 // device class
+#define ZDV_GI_SPECIFIC_ERROR_MSG UINT32_C(6) // "ERROR: " and the last error's text
 
 // ZDV_SetInfo[W]; 0 to 3 are accepted and ignored
-inline constexpr std::uint32_t ZDV_BACKUP_VERSION = 257; // "dd/mm/yyyy hh:mm:ss": the backup to read
-inline constexpr std::uint32_t ZDV_CAPACITY = 258;       // a decimal number, only traced
-inline constexpr std::uint32_t ZDV_OCCUPANCY = 259;      // a decimal number, only traced
+#define ZDV_BACKUP_VERSION UINT32_C(257) // "dd/mm/yyyy hh:mm:ss": the backup to read
+#define ZDV_CAPACITY UINT32_C(258)       // a decimal number, only traced
+#define ZDV_OCCUPANCY UINT32_C(259)      // a decimal number, only traced
 
 // ZDV_GetDeviceOptions[W] (2 to 6) and ZDV_SetDeviceOptions[W] (2 to 5 are ignored, 24 to 28 are stored)
-inline constexpr std::int32_t ZDV_INTERFACES = 2; // the server's address, without brackets
-inline constexpr std::int32_t ZDV_INTERFACE_OPTIONS = 3;
-inline constexpr std::int32_t ZDV_ADAPTERS = 4; // this computer's name
-inline constexpr std::int32_t ZDV_ADAPTER_OPTIONS = 5;
-inline constexpr std::int32_t ZDV_UNITS = 6;           // "Default"
-inline constexpr std::int32_t ZDV_FTP_SERVERNAME = 24; // name, IPv4 or IPv6 address
-inline constexpr std::int32_t ZDV_FTP_PORT = 25;       // decimal; 22 means SFTP, 990 FTPS, others FTP
+#define ZDV_INTERFACES INT32_C(2) // the server's address, without brackets
+#define ZDV_INTERFACE_OPTIONS INT32_C(3)
+#define ZDV_ADAPTERS INT32_C(4) // this computer's name
+#define ZDV_ADAPTER_OPTIONS INT32_C(5)
+#define ZDV_UNITS INT32_C(6)           // "Default"
+#define ZDV_FTP_SERVERNAME INT32_C(24) // name, IPv4 or IPv6 address
+#define ZDV_FTP_PORT INT32_C(25)       // decimal; 22 means SFTP, 990 FTPS, others FTP
 // The directory under which the versions lie: relative to the login directory over FTP and FTPS; from the
 // server's top directory over SFTP, unless it begins with "~/". Empty for reading only.
-inline constexpr std::int32_t ZDV_FTP_ROOT = 26;
-inline constexpr std::int32_t ZDV_FTP_USERNAME = 27;
-inline constexpr std::int32_t ZDV_FTP_PASSWORD = 28; // never traced
+#define ZDV_FTP_ROOT INT32_C(26)
+#define ZDV_FTP_USERNAME INT32_C(27)
+#define ZDV_FTP_PASSWORD INT32_C(28) // never traced
 
 // ZDV_GetProperty and ZDV_SetProperty
-inline constexpr std::uint32_t ZDV_P_BLOCKSIZE = 0;                 // get 65,536; a set is ignored
-inline constexpr std::uint32_t ZDV_P_COMP = 1;                      // 0: no compression
-inline constexpr std::uint32_t ZDV_P_PART = 2;                      // 1 partition; a set is refused
-inline constexpr std::uint32_t ZDV_P_URUN = 3;                      // 0
-inline constexpr std::uint32_t ZDV_P_WRPR = 4;                      // 0: no write protection tab
-inline constexpr std::uint32_t ZDV_P_GOTO = 5;                      // 0: cannot seek to a block address
-inline constexpr std::uint32_t ZDV_P_ECC_FRAME = 6;                 // 65,536
-inline constexpr std::uint32_t ZDV_P_CHANGER_INFO = 7;              // 0
-inline constexpr std::uint32_t ZDV_P_SUPPORTS_INITIALISE = 8;       // 0
-inline constexpr std::uint32_t ZDV_P_REMOVABLE = 9;                 // 0
-inline constexpr std::uint32_t ZDV_P_VT_ALLOW_CREATION = 13;        // known to a set only, and refused
-inline constexpr std::uint32_t ZDV_P_GET_CUR_BLK_ADDR = 14;         // blocks passed in the current object
-inline constexpr std::uint32_t ZDV_P_INITIAL_BLOCKSIZE = 18;        // 65,536
-inline constexpr std::uint32_t ZDV_P_SPECIFIC_ERROR_CODE = 32;      // the last error's number, 0 for none
-inline constexpr std::uint32_t ZDV_P_SUPPORTS_VERSIONING = 34;      // 1
-inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_100 = 100; // a set is refused
-inline constexpr std::uint32_t ZDV_P_UNSUPPORTED_SETTING_101 = 101; // a set is refused
-inline constexpr std::uint32_t ZDV_P_RESERVE_BLOCKS = 104;          // get and set; 0 after a media reset
-inline constexpr std::uint32_t ZDV_P_BACKUP_TIME = 105;             // a set is ignored
+#define ZDV_P_BLOCKSIZE UINT32_C(0)                 // get 65,536; a set is ignored
+#define ZDV_P_COMP UINT32_C(1)                      // 0: no compression
+#define ZDV_P_PART UINT32_C(2)                      // 1 partition; a set is refused
+#define ZDV_P_URUN UINT32_C(3)                      // 0
+#define ZDV_P_WRPR UINT32_C(4)                      // 0: no write protection tab
+#define ZDV_P_GOTO UINT32_C(5)                      // 0: cannot seek to a block address
+#define ZDV_P_ECC_FRAME UINT32_C(6)                 // 65,536
+#define ZDV_P_CHANGER_INFO UINT32_C(7)              // 0
+#define ZDV_P_SUPPORTS_INITIALISE UINT32_C(8)       // 0
+#define ZDV_P_REMOVABLE UINT32_C(9)                 // 0
+#define ZDV_P_VT_ALLOW_CREATION UINT32_C(13)        // known to a set only, and refused
+#define ZDV_P_GET_CUR_BLK_ADDR UINT32_C(14)         // blocks passed in the current object
+#define ZDV_P_INITIAL_BLOCKSIZE UINT32_C(18)        // 65,536
+#define ZDV_P_SPECIFIC_ERROR_CODE UINT32_C(32)      // the last error's number, 0 for none
+#define ZDV_P_SUPPORTS_VERSIONING UINT32_C(34)      // 1
+#define ZDV_P_UNSUPPORTED_SETTING_100 UINT32_C(100) // a set is refused
+#define ZDV_P_UNSUPPORTED_SETTING_101 UINT32_C(101) // a set is refused
+#define ZDV_P_RESERVE_BLOCKS UINT32_C(104)          // get and set; 0 after a media reset
+#define ZDV_P_BACKUP_TIME UINT32_C(105)             // a set is ignored
 
 // ZDV_MediaAccess
-inline constexpr std::uint32_t ZDV_MA_WFM = 0; // write filemarks
-inline constexpr std::uint32_t ZDV_MA_I = 1;   // initialise: not supported
-inline constexpr std::uint32_t ZDV_MA_E = 2;   // erase: the next write starts a new version
+#define ZDV_MA_WFM UINT32_C(0) // write filemarks
+#define ZDV_MA_I UINT32_C(1)   // initialise: not supported
+#define ZDV_MA_E UINT32_C(2)   // erase: the next write starts a new version
 
 // ZDV_Position
-inline constexpr std::uint32_t ZDV_SP_RET = 0;  // media reset, the object number is kept
-inline constexpr std::uint32_t ZDV_SP_BOM = 1;  // beginning of media
-inline constexpr std::uint32_t ZDV_SP_EORM = 2; // end of recorded media
-inline constexpr std::uint32_t ZDV_SP_SKIP = 3; // space forward over blocks by reading them
-inline constexpr std::uint32_t ZDV_SP_GOTO = 4; // not supported
-inline constexpr std::uint32_t ZDV_SP_FFM = 5;  // space over filemarks, either way
+#define ZDV_SP_RET UINT32_C(0)  // media reset, the object number is kept
+#define ZDV_SP_BOM UINT32_C(1)  // beginning of media
+#define ZDV_SP_EORM UINT32_C(2) // end of recorded media
+#define ZDV_SP_SKIP UINT32_C(3) // space forward over blocks by reading them
+#define ZDV_SP_GOTO UINT32_C(4) // not supported
+#define ZDV_SP_FFM UINT32_C(5)  // space over filemarks, either way
 
 // ZDV_GetList
-inline constexpr std::uint32_t ZDV_GL_VERSION_DATE = 0;
+#define ZDV_GL_VERSION_DATE UINT32_C(0)
 
 // ------------------------------------------------------------------------------------------- host list
 
 // One version's date in a host list: broken-down local time, as in struct tm.
-struct ZDV_VERSION_DATE
+typedef struct ZDV_VERSION_DATE
 {
-    std::int32_t iSec;   // 0 to 60
-    std::int32_t iMin;   // 0 to 59
-    std::int32_t iHour;  // 0 to 23
-    std::int32_t iMday;  // 1 to 31
-    std::int32_t iMon;   // 0 to 11
-    std::int32_t iYear;  // years since 1900
-    std::int32_t iWday;  // 0 (Sunday) to 6
-    std::int32_t iYday;  // 0 to 365
-    std::int32_t iIsdst; // daylight-saving flag
-};
-static_assert(sizeof(ZDV_VERSION_DATE) == 36);
+    int32_t iSec;   // 0 to 60
+    int32_t iMin;   // 0 to 59
+    int32_t iHour;  // 0 to 23
+    int32_t iMday;  // 1 to 31
+    int32_t iMon;   // 0 to 11
+    int32_t iYear;  // years since 1900
+    int32_t iWday;  // 0 (Sunday) to 6
+    int32_t iYday;  // 0 to 365
+    int32_t iIsdst; // daylight-saving flag
+} ZDV_VERSION_DATE; // 36 bytes
 
 // Allocated by the module with calloc of msvcrt.dll, ZDV_LIST_NODE_SIZE bytes each; the host releases it with
 // free of that library.
-struct ZDV_LIST_NODE
+typedef struct ZDV_LIST_NODE
 {
-    ZDV_LIST_NODE* pNext;
-    ZDV_LIST_NODE* pPrevious;
-    std::uint32_t uiSize; // bytes of payload: 36
+    struct ZDV_LIST_NODE* pNext;
+    struct ZDV_LIST_NODE* pPrevious;
+    uint32_t uiSize; // bytes of payload: 36
     ZDV_VERSION_DATE Date;
-};
-inline constexpr std::uint32_t ZDV_LIST_NODE_SIZE = 59; // bytes
+} ZDV_LIST_NODE;
+#define ZDV_LIST_NODE_SIZE UINT32_C(59) // bytes
 
 // Owned by the host, empty or with nodes of its own in it.
-struct ZDV_LIST
+typedef struct ZDV_LIST
 {
-    std::uint16_t uiSignature; // ZDV_LIST_SIGNATURE
-    std::uint16_t uiFlags;     // ZDV_LIST_NO_ADDITIONS; the other bits are the host's
-    std::uint32_t uiReserved;  // the host's
+    uint16_t uiSignature; // ZDV_LIST_SIGNATURE
+    uint16_t uiFlags;     // ZDV_LIST_NO_ADDITIONS; the other bits are the host's
+    uint32_t uiReserved;  // the host's
     ZDV_LIST_NODE* pLast;
     ZDV_LIST_NODE* pFirst;
     ZDV_LIST_NODE* pCurrent; // may be null
-    std::uint32_t uiCount;   // nodes
-};
-inline constexpr std::uint16_t ZDV_LIST_SIGNATURE = 0x4C4C; // "LL"
-inline constexpr std::uint16_t ZDV_LIST_NO_ADDITIONS = 0x0001;
+    uint32_t uiCount;        // nodes
+} ZDV_LIST;
+#define ZDV_LIST_SIGNATURE UINT16_C(0x4C4C) // "LL"
+#define ZDV_LIST_NO_ADDITIONS UINT16_C(0x0001)
 
+#ifdef __cplusplus
 extern "C" {
+#endif
 
 // ------------------------------------------------------------------------------------------- module
 
@@ -196,8 +203,8 @@ extern "C" {
 // uiSize characters with the terminating zero (bytes for the narrow function, UTF-16 units for the wide
 // one). Statuses: ZDV_SUCCESS, also for a text that was cut; ZDV_FUNCTION_NOT_SUPPORTED for an unknown
 // category (for the wide function that includes ZDV_GMP_WCHAR), the buffer is then untouched.
-ZDV_STATUS ZDV_GetModuleProperty(std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize);
-ZDV_STATUS ZDV_GetModulePropertyW(std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetModuleProperty(uint32_t uiCategory, char* pBuffer, uint32_t uiSize);
+ZDV_STATUS ZDV_GetModulePropertyW(uint32_t uiCategory, wchar_t* pBuffer, uint32_t uiSize);
 
 // ------------------------------------------------------------------------------------------- session
 
@@ -218,7 +225,7 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 // that failed while a transfer was running); ZDV_FUNCTION_NOT_SUPPORTED for another category. Position after
 // making ready: the object number is kept (0 after ZDV_Open), writing allowed; the same on failure of the
 // listing, with no versions or objects known; unchanged when the connection could not be set up.
-ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
+ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, uint32_t uiCategory);
 
 // ------------------------------------------------------------------------------------------- options
 
@@ -228,16 +235,16 @@ ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, std::uint32_t uiCategory);
 // ZDV_NO_STRING_EXISTS; no category has more than one string. Statuses: ZDV_SUCCESS, also for a text that
 // was cut (a size of 0 leaves the buffer untouched); ZDV_NO_STRING_EXISTS, the buffer is untouched;
 // ZDV_FUNCTION_NOT_SUPPORTED for an unknown category, and for a computer name that does not fit or cannot be read.
-ZDV_STATUS ZDV_GetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
-                                char* pOptions, std::uint32_t uiSize);
-ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, std::uint32_t uiIndex,
-                                 wchar_t* pOptions, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetDeviceOptions(ZDV_HANDLE handle, int32_t uiCategory, uint32_t uiIndex, char* pOptions,
+                                uint32_t uiSize);
+ZDV_STATUS ZDV_GetDeviceOptionsW(ZDV_HANDLE handle, int32_t uiCategory, uint32_t uiIndex, wchar_t* pOptions,
+                                 uint32_t uiSize);
 
 // Exported as "ZDV_SDO" and "ZDV_SetDeviceOptionsW". Stores an option; pOptions is zero-terminated and not
 // null. Values are not checked here; a port is read as atoi does, and a server with a ":" is taken for an
 // IPv6 address. Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED for a category that is no option.
-ZDV_STATUS ZDV_SetDeviceOptions(ZDV_HANDLE handle, std::int32_t uiCategory, const char* pOptions);
-ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, const wchar_t* pOptions);
+ZDV_STATUS ZDV_SetDeviceOptions(ZDV_HANDLE handle, int32_t uiCategory, const char* pOptions);
+ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, int32_t uiCategory, const wchar_t* pOptions);
 
 // ------------------------------------------------------------------------------------------- queries
 
@@ -245,31 +252,29 @@ ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, std::int32_t uiCategory, con
 // characters with the terminating zero. ZDV_GI_DC is "FTP Virtual device for Windows" from the narrow
 // function and "FTP Virtual Tape" from the wide one. Statuses: ZDV_SUCCESS, also for a text that was cut;
 // ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
-ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, char* pBuffer, std::uint32_t uiSize);
-ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, wchar_t* pBuffer, std::uint32_t uiSize);
+ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, uint32_t uiCategory, char* pBuffer, uint32_t uiSize);
+ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, wchar_t* pBuffer, uint32_t uiSize);
 
 // Exported under their own names. Tells the device a fact, given as a text of at most uiSize characters.
 // ZDV_BACKUP_VERSION takes local standard time (a time in daylight-saving time is given one hour earlier)
 // and takes effect at the next media reset; an empty text asks for the newest version, a text that is no
 // date for one that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so
 // nothing is done; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
-ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, std::uint32_t uiCategory, const char* pBuffer,
-                       std::uint32_t uiSize);
-ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, std::uint32_t uiCategory, const wchar_t* pBuffer,
-                        std::uint32_t uiSize);
+ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, uint32_t uiCategory, const char* pBuffer, uint32_t uiSize);
+ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, const wchar_t* pBuffer, uint32_t uiSize);
 
 // Exported as "ZDV_GP" and "ZDV_SP". Reads a property into *puiParam (not null), or sets one. Statuses:
 // ZDV_SUCCESS, also for a setting that is ignored; ZDV_FUNCTION_NOT_SUPPORTED for an unknown property,
 // *puiParam is then untouched, and for a setting that is refused.
-ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t* puiParam);
-ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
+ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t* puiParam);
+ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiParam);
 
 // Exported as "ZDV_GetList". Adds the date of each version that the last media reset found, or that was
 // written through this handle since, to the list, oldest first, after its current node (after its last node
 // when there is none); the last one added becomes the current node. A null list, one without its signature
 // and one that forbids additions are left alone. Statuses: ZDV_SUCCESS;
 // ZDV_FUNCTION_NOT_SUPPORTED for a category other than ZDV_GL_VERSION_DATE.
-ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pList);
+ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, uint32_t uiCategory, ZDV_LIST* pList);
 
 // ------------------------------------------------------------------------------------------- data
 
@@ -282,7 +287,7 @@ ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pL
 // Position: in the object (its number is raised by the write that opens it, also when that fails); the block
 // number is raised by the blocks asked for, also when the data could not be passed on, but not when the
 // transfer could not be started.
-ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, std::uint32_t uiBytes, const void* buffer);
+ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer);
 
 // Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
 // read after a filemark or a positioning starts the next object.
@@ -294,7 +299,7 @@ ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, std::uint32_t uiBytes, const void* b
 // Position: the block number grows by the whole request; a read that meets the filemark sets it to the
 // request, one that only reports a filemark to 0. The object number is raised by the read that starts an
 // object, also when that fails.
-ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, std::uint32_t uiBytes, void* buffer);
+ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, uint32_t uiBytes, void* buffer);
 
 // Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits for
 // its upload. ZDV_MA_E forgets the loaded version; nothing is deleted on the server.
@@ -304,7 +309,7 @@ ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, std::uint32_t uiBytes, void* buffer);
 // filemark at a time: each further one leaves out an object number, empties the object behind it in the
 // middle of a version and makes none at its end, and forgets the last error; 0 is taken as 4,294,967,295
 // more.
-ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uint32_t uiParam);
+ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiParam);
 
 // Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative:
 // backwards). ZDV_SP_RET, _BOM, _EORM and _FFM end the current object first.
@@ -316,6 +321,8 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, std::uint32_t uiCategory, std::uin
 // for each block read. ZDV_SP_FFM is pure arithmetic and not compared with the recorded objects: forward
 // leaves the position just past a filemark, backward just before one; 0 leaves it behind the current object,
 // with no filemark to report.
-ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, std::uint32_t uiCategory, std::int32_t iBlocks);
+ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, uint32_t uiCategory, int32_t iBlocks);
 
+#ifdef __cplusplus
 } // extern "C"
+#endif

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
+#include "interface/zdv.h"
 
-// The blocks of a byte count: whole ones, but always at least one. Hosts pass a header's real size and a full
-// block's buffer.
+// The blocks of a byte count: whole ones, but always at least one.
 constexpr unsigned WholeBlocks(std::uint32_t uiBytes)
 {
-    const unsigned uiBlocks = uiBytes >> 16;
+    const unsigned uiBlocks = uiBytes / ZDV_BLOCK_SIZE;
     return uiBlocks == 0 ? 1 : uiBlocks;
 }

@@ -5,17 +5,13 @@
 #include "stream/WriteData.h"
 
 using quorvel::FunctionTrace;
-using quorvel::Level;
 
-void ObjectClose(FtpContext* pFC)
+void ObjectClose(FtpContext& FC)
 {
-    const FunctionTrace Trace(L"ObjectClose");
-    Trace.Starting();
-    FtpContext& FC = *pFC;
-    EndTransfer(FC, UPLOAD);
-    EndTransfer(FC, DOWNLOAD);
-    Trace.Number(Level::Verbose, L"FC.m_ullBytesRead", FC.m_ullBytesRead);
-    Trace.Number(Level::Verbose, L"FC.m_ullBytesWritten", FC.m_ullBytesWritten);
+    const FunctionTrace Trace = FunctionTrace::Started(L"ObjectClose");
+    EndTransfers(FC);
+    Trace.Number(L"FC.m_ullBytesRead", FC.m_ullBytesRead);
+    Trace.Number(L"FC.m_ullBytesWritten", FC.m_ullBytesWritten);
     FC.m_uiCurrentBlock = 0;
     FC.m_ullBytesRead = 0;
     FC.m_ullBytesWritten = 0;
@@ -23,17 +19,16 @@ void ObjectClose(FtpContext* pFC)
     Trace.Ending();
 }
 
-ZDV_STATUS ObjectCreateFM(FtpContext* pFC)
+ZDV_STATUS ObjectCreateFM(FtpContext& FC)
 {
-    const FunctionTrace Trace(L"ObjectCreateFM");
-    Trace.Starting();
-    if (WriteData(pFC, 0, nullptr) != ZDV_SUCCESS)
+    const FunctionTrace Trace = FunctionTrace::Started(L"ObjectCreateFM");
+    if (WriteData(&FC, 0, nullptr) != ZDV_SUCCESS)
     {
         Trace.Error(L"... ending(WriteData failed)");
         return ZDV_DEVICE_ERROR;
     }
     Trace.Verbose(L"ObjectClose");
-    ObjectClose(pFC);
+    ObjectClose(FC);
     Trace.Ending();
     return ZDV_SUCCESS;
 }

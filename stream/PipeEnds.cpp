@@ -24,16 +24,48 @@ void CloseClientEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, cons
     CloseHandle(hPipe.exchange(INVALID_HANDLE_VALUE));
 }
 
-PipeReadThunk::~PipeReadThunk()
+bool ReadPipe(const FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, DWORD dwBytes,
+              std::uint64_t& ullBytesRead)
 {
-    if (m_pFC != nullptr)
-        CloseClientEnd(m_pFC->m_hUploadRead, FunctionTrace(L"PipeReadThunk::~PipeReadThunk"),
-                       L"Close Pipe(Upload->Read)");
+    while (dwBytes != 0)
+    {
+        Trace.Number(L"dwBytesToRead", dwBytes);
+        DWORD dwBytesRead = 0;
+        if (!ReadFile(hPipe, pBuffer, dwBytes, &dwBytesRead, nullptr))
+            return false;
+        Trace.Number(L"dwBytesRead", dwBytesRead);
+        pBuffer += dwBytesRead;
+        dwBytes -= dwBytesRead;
+        ullBytesRead += dwBytesRead;
+    }
+    return true;
 }
 
-PipeWriteThunk::~PipeWriteThunk()
+bool WritePipe(const FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWORD dwBytes,
+               std::uint64_t& ullBytesWritten)
 {
-    if (m_pFC != nullptr)
-        CloseClientEnd(m_pFC->m_hDownloadWrite, FunctionTrace(L"PipeWriteThunk::~PipeWriteThunk"),
-                       L"Close Pipe(Download->Write)");
+    while (dwBytes != 0)
+    {
+        Trace.Number(L"dwBytesToWrite", dwBytes);
+        DWORD dwBytesWritten = 0;
+        if (!WriteFile(hPipe, pData, dwBytes, &dwBytesWritten, nullptr))
+            return false;
+        Trace.Number(L"dwBytesWritten", dwBytesWritten);
+        pData += dwBytesWritten;
+        dwBytes -= dwBytesWritten;
+        ullBytesWritten += dwBytesWritten;
+    }
+    return true;
+}
+
+void CloseUploadRead::operator()(FtpContext* pFC) const
+{
+    CloseClientEnd(pFC->m_hUploadRead, FunctionTrace(L"PipeReadThunk::~PipeReadThunk"),
+                   L"Close Pipe(Upload->Read)");
+}
+
+void CloseDownloadWrite::operator()(FtpContext* pFC) const
+{
+    CloseClientEnd(pFC->m_hDownloadWrite, FunctionTrace(L"PipeWriteThunk::~PipeWriteThunk"),
+                   L"Close Pipe(Download->Write)");
 }

@@ -3,6 +3,8 @@
 #include "common/FunctionTrace.h"
 
 #include <atomic>
+#include <cstdint>
+#include <memory>
 #include <windows.h>
 
 class FtpContext;
@@ -13,28 +15,21 @@ class FtpContext;
 void CloseServerEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText);
 void CloseClientEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText);
 
-// Closes the worker's end of the upload pipe when the worker ends.
-class PipeReadThunk
+// Move dwBytes through one end, in as many calls as that takes, and add them to the count. False at the first
+// call that fails, with its error in GetLastError.
+bool ReadPipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, DWORD dwBytes,
+              std::uint64_t& ullBytesRead);
+bool WritePipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWORD dwBytes,
+               std::uint64_t& ullBytesWritten);
+
+// Close the worker's end of the upload or the download pipe when the worker ends.
+struct CloseUploadRead
 {
-public:
-    explicit PipeReadThunk(FtpContext* pFC) : m_pFC(pFC) {}
-    PipeReadThunk(const PipeReadThunk&) = delete;
-    PipeReadThunk& operator=(const PipeReadThunk&) = delete;
-    ~PipeReadThunk();
-
-private:
-    FtpContext* m_pFC;
+    void operator()(FtpContext* pFC) const;
 };
-
-// Closes the worker's end of the download pipe when the worker ends.
-class PipeWriteThunk
+struct CloseDownloadWrite
 {
-public:
-    explicit PipeWriteThunk(FtpContext* pFC) : m_pFC(pFC) {}
-    PipeWriteThunk(const PipeWriteThunk&) = delete;
-    PipeWriteThunk& operator=(const PipeWriteThunk&) = delete;
-    ~PipeWriteThunk();
-
-private:
-    FtpContext* m_pFC;
+    void operator()(FtpContext* pFC) const;
 };
+using PipeReadThunk = std::unique_ptr<FtpContext, CloseUploadRead>;
+using PipeWriteThunk = std::unique_ptr<FtpContext, CloseDownloadWrite>;

@@ -1,7 +1,6 @@
 #include "stream/ResetMedia.h"
 
 #include "catalogue/BackupQuery.h"
-#include "common/FunctionTrace.h"
 #include "interface/Entry.h"
 #include "stream/ObjectClose.h"
 
@@ -16,37 +15,33 @@ ZDV_STATUS QueryBackup(FtpContext& FC)
     }
     catch (...)
     {
-        TraceException(L"ObjectQueryBackup");
+        TraceException(quorvel::FunctionTrace(L"ObjectQueryBackup"));
         AssignLastError(FC, ExceptionFailure());
-        FC.m_VersionList.clear(); // half a list is none
-        FC.m_AreaObjectList.clear();
         return ZDV_DEVICE_ERROR;
     }
 }
 
 } // namespace
 
-ZDV_STATUS ResetMedia(FtpContext* pFC)
+ZDV_STATUS ResetMedia(FtpContext& FC)
 {
-    const quorvel::FunctionTrace Trace(L"ResetMedia");
-    Trace.Starting();
+    const quorvel::FunctionTrace Trace = quorvel::FunctionTrace::Started(L"ResetMedia");
     Trace.Verbose(L"ObjectClose");
-    const bool bUpload = pFC->m_bSendData;
-    ObjectClose(pFC);
+    const bool bUpload = FC.m_bSendData;
+    ObjectClose(FC);
     // After a failed upload the query fails too, and its own reason is not the one to tell.
-    const bool bUploadFailed = bUpload && pFC->m_dwLastError != ERROR_SUCCESS;
-    const std::uint32_t dwLastError = pFC->m_dwLastError;
-    const std::wstring sLastError = pFC->m_sLastError;
+    const bool bUploadFailed = bUpload && FC.m_dwLastError != ERROR_SUCCESS;
+    const std::uint32_t dwLastError = FC.m_dwLastError;
+    const std::wstring sLastError = FC.m_sLastError;
     Trace.Verbose(L"FtpContext::Reset");
-    pFC->m_uiReserveBlocks = 0;
-    pFC->m_bOkToWrite = true;
+    FC.m_uiReserveBlocks = 0;
+    FC.m_bOkToWrite = true;
     Trace.Verbose(L"ObjectQueryBackup");
-    const ZDV_STATUS uiRc = QueryBackup(*pFC);
-    pFC->m_bFileMarkPending = false;
-    pFC->m_bAtFileMark = true;
-    pFC->m_bOkToWrite = true;
+    const ZDV_STATUS uiRc = QueryBackup(FC);
+    FC.m_bFileMarkPending = false;
+    FC.m_bAtFileMark = true;
     if (bUploadFailed)
-        AssignLastError(*pFC, {dwLastError, sLastError.c_str()});
+        AssignLastError(FC, {dwLastError, sLastError.c_str()});
     Trace.Verbose(L".. ending");
     return uiRc;
 }

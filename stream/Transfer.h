@@ -3,6 +3,9 @@
 //   upload     WriteData -> m_hUploadWrite | m_hUploadRead -> ReadCallback -> libcurl -> server
 //   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
 //
+// Transfer.cpp starts and ends it on the host's thread, Meeting.cpp lets the two threads find each other, and all of
+// the worker's thread is in Worker.cpp.
+//
 // The pipes' names are one for the machine, and other accounts may open them. So each thread makes sure that
 // this process is at the other end before a byte moves: the host turns strangers away and waits on for the
 // worker, the worker leaves a stranger's pipe alone and looks for the host's. It gives up after a while, and
@@ -32,8 +35,6 @@
 #include "interface/LastError.h"
 #include "interface/zdv.h"
 
-#include <span>
-
 // What the two directions do differently, side by side.
 struct TransferDirection
 {
@@ -43,20 +44,17 @@ struct TransferDirection
     std::atomic<HANDLE> FtpContext::*hServer;
     std::atomic<HANDLE> FtpContext::*hClient;
     bool FtpContext::*bRunning;
+    std::atomic<const FtpContext*>*
+        pOwner; // the device that has the process's one transfer of this direction
     LPTHREAD_START_ROUTINE Worker;
 
     // Texts of the host's thread that starts a transfer.
-    const wchar_t* sSetUrl;
-    const wchar_t* sEnding;
-    const wchar_t* sCreatePipeFailed;
+    const wchar_t* sHostFunction;
     const wchar_t* sCouldNotCreate;
-    const wchar_t* sConnectFailed;
     const wchar_t* sCouldNotConnect;
 
     // Texts of the worker.
     const wchar_t* sWorkerFunction;
-    const wchar_t* sWorkerEnding;
-    const wchar_t* sOpenFailed;
     const wchar_t* sCouldNotOpen;
 
     // Texts of ObjectClose.
@@ -70,31 +68,9 @@ extern const TransferDirection UPLOAD;
 extern const TransferDirection DOWNLOAD;
 
 // Starts the transfer of object m_uiCurrentObject: URL, pipe, worker, connection. ZDV_DEVICE_ERROR with the
-// last error set on failure; what a failed connection leaves is ended by EndTransfer.
+// last error set on failure; what a failed connection leaves is ended by EndTransfers.
 ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction);
 
-// Ends a transfer of this direction, if there is one: closes the host's end of the pipe, which is the other
-// side's end of data, and waits for the worker for as long as it takes.
-void EndTransfer(FtpContext& FC, const TransferDirection& Direction);
-
-// Releases a host's thread that still waits for this worker. Nothing when they have met.
-void LeaveHost(FtpContext& FC);
-
-// Stores why a worker has failed, unless the host has given it up: then the error fields are the host's.
-void StoreWorkerError(FtpContext& FC, const Failure& Reason) noexcept;
-
-// One libcurl call of a worker.
-struct WorkerStep
-{
-    const wchar_t* sTrace; // null for nothing
-    const wchar_t* sFailure;
-    CURLcode (*Run)(CURL* pCurl, FtpContext* pFC);
-};
-
-inline constexpr DWORD WORKER_FAILED = 0xFFFFFFFF;
-
-// A worker's body: opens its end of the pipe and runs the steps up to the first that fails. The exit code.
-DWORD RunWorker(FtpContext* pFC, const TransferDirection& Direction, std::span<const WorkerStep> Steps);
-
-// A worker's entry test: false, traced and stored, for a context that no transfer can run on.
-bool HasSession(FtpContext* pFC, const TransferDirection& Direction);
+// Ends what there is of a transfer: closes the host's end of the pipe, which is the other side's end of data, and
+// waits for the worker for as long as it takes. False when there was nothing.
+bool EndTransfers(FtpContext& FC);

@@ -1,5 +1,6 @@
 // The line that a listing leaves unfinished is one for the process: every test here leaves it empty.
 #include "catalogue/AreaObjectMgr.h"
+#include "catalogue/Listing.h"
 #include "catalogue/VersionMgr.h"
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "common/FunctionTrace.h"
+#include "interface/CurlCalls.h"
+
+#include <string>
+#include <windows.h>
+
+// One call of a catalogue manager. It forgets what the manager has failed with before; why it fails itself is in
+// the manager's two error fields, and in the trace.
+template <typename Manager> class ManagerCall
+{
+public:
+    ManagerCall(Manager& manager, const wchar_t* sFunction, CURL* pCurl)
+        : Trace(sFunction), Calls(pCurl, Trace), m_Manager(manager), m_bHasHandle(pCurl != nullptr)
+    {
+        m_Manager.m_dwLastError = ERROR_SUCCESS;
+        m_Manager.m_sLastError.clear();
+        Trace.Starting();
+    }
+
+    // Always false.
+    bool Refuse(const wchar_t* sError, const wchar_t* sEnding)
+    {
+        m_Manager.m_dwLastError = ERROR_INVALID_PARAMETER;
+        m_Manager.m_sLastError = sError;
+        return Trace.Failed(sEnding);
+    }
+    bool HasHandle()
+    {
+        return m_bHasHandle || Refuse(L"NULL cURL handle", L"... ending(Supplied handle is null)");
+    }
+
+    bool Succeeded()
+    {
+        if (Calls.Succeeded(m_Manager))
+            Trace.Ending();
+        else
+            Trace.At(L"... ending").Text(quorvel::Level::Error, L"m_sLastError", m_Manager.m_sLastError);
+        return Calls.Succeeded();
+    }
+
+    const quorvel::FunctionTrace Trace;
+    CurlCalls Calls;
+
+private:
+    Manager& m_Manager;
+    const bool m_bHasHandle;
+};

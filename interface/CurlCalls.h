@@ -1,0 +1,83 @@
+#pragma once
+
+#include "common/FunctionTrace.h"
+#include "interface/CurlError.h"
+
+#include <cstdint>
+#include <curl/curl.h>
+#include <string>
+#include <type_traits>
+
+// Where and as what the code of a refused option is traced. No place: nowhere.
+struct RefusalTrace
+{
+    const wchar_t* sPlace = nullptr;
+    const wchar_t* sName = L"enCurlRc";
+};
+
+// libcurl calls on one handle, in the order in which they are written. The first that fails is the last: those
+// behind it are neither made nor traced.
+class CurlCalls
+{
+public:
+    CurlCalls(CURL* pCurl, const quorvel::FunctionTrace& Trace) : m_pCurl(pCurl), m_Trace(Trace) {}
+
+    // Any call: call(CURL*) gives libcurl's result. sFailure is the last error's text; sStep is traced before
+    // the call.
+    template <typename Function>
+    void Call(const Function& call, const wchar_t* sFailure, const wchar_t* sStep = nullptr)
+    {
+        if (!Succeeded())
+            return;
+        if (sStep != nullptr)
+            m_Trace.Verbose(sStep);
+        m_enCurlRc = call(m_pCurl);
+        m_sFailure = sFailure;
+    }
+
+    template <typename Value>
+    void Set(CURLoption enOption, Value value, const wchar_t* sFailure, const wchar_t* sStep = nullptr)
+    {
+        // libcurl reads what it is given as one of these, whatever it is.
+        static_assert(std::is_same_v<Value, long> || std::is_pointer_v<Value> ||
+                      std::is_null_pointer_v<Value>);
+        Call([&](CURL* pCurl) { return curl_easy_setopt(pCurl, enOption, value); }, sFailure, sStep);
+    }
+
+    // The URL of the request, traced as sName.
+    void SetUrl(const std::wstring& sURL, const wchar_t* sName, const wchar_t* sFailure);
+
+    // An option that the calls behind it can do without.
+    template <typename Value>
+    void Try(CURLoption enOption, Value value, const RefusalTrace& Refusal, const wchar_t* sStep)
+    {
+        if (!Succeeded())
+            return;
+        CurlCalls Own(m_pCurl, m_Trace);
+        Own.Set(enOption, value, nullptr, sStep);
+        if (!Own.Succeeded() && Refusal.sPlace != nullptr)
+            m_Trace.At(Refusal.sPlace).Number(quorvel::Level::Error, Refusal.sName, Own.Result());
+    }
+
+    // True when all calls have succeeded. Otherwise the holder's two error fields say which one failed: its code,
+    // and its text with libcurl's own added.
+    template <typename Holder> bool Succeeded(Holder& holder) const
+    {
+        if (Succeeded())
+            return true;
+        holder.m_dwLastError = Result();
+        holder.m_sLastError = m_sFailure;
+        CurlError(m_enCurlRc, holder.m_sLastError);
+        return false;
+    }
+
+    bool Succeeded() const { return m_enCurlRc == CURLE_OK; }
+    std::uint32_t Result() const { return static_cast<std::uint32_t>(m_enCurlRc); }
+    const wchar_t* Failure() const { return m_sFailure; }
+
+private:
+    CURL* m_pCurl;
+    quorvel::FunctionTrace m_Trace;
+    CURLcode m_enCurlRc = CURLE_OK;
+    const wchar_t* m_sFailure = nullptr;
+};

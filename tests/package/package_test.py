@@ -1,0 +1,83 @@
+#!/usr/bin/python3
+"""The package as those meet it who are given it, on the server that tests/with-server has started."""
+
+import filecmp
+import os
+import shutil
+import subprocess
+import tempfile
+import unittest
+import zipfile
+from pathlib import Path
+
+PROJECT = Path(__file__).resolve().parents[2]
+WINE = PROJECT / "tools/wine"
+COMPILER = "x86_64-w64-mingw32-gcc-win32"
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def packages(project):
+    return sorted((project / "build").glob("zdv-ftp-*.zip"))
+
+
+def setUpModule():
+    for old in packages(PROJECT):
+        old.unlink()
+    subprocess.run([PROJECT / "tools/package"], check=True)
+
+
+class PackageTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.unpacked = self.folder / "unpacked"
+        zipfile.ZipFile(packages(PROJECT)[-1]).extractall(self.unpacked)
+
+    def run_zdv(self, *arguments):
+        test = {name: os.environ["ZDV_TEST_" + name] for name in ("SERVER", "USER", "PORT", "PASSWORD", "HOME")}
+        settings = {"ZDV_" + name: value for name, value in test.items()} | {"ZDV_ROOT": test["HOME"] + "/package"}
+        subprocess.run([WINE, self.unpacked / "zdv.exe", *arguments], check=True, env=os.environ | settings)
+
+    def test_backs_up_and_restores_from_an_empty_folder(self):
+        self.run_here("sha256sum", "--check", "--strict", "--quiet", "SHA256SUMS")
+        shutil.copytree(PROJECT / "interface", self.folder / "source")
+        self.run_zdv("backup", windows_path(self.folder / "source"))
+        self.run_zdv("restore", "--into", windows_path(self.folder / "target"))
+        subprocess.run(["diff", "-r", self.folder / "source", self.folder / "target/source"], check=True)
+
+    def test_samples_set_the_logs_level_and_folder(self):
+        log = PROJECT / "build/wine/drive_c/ZDV_Logfiles/ZDV_FTP_trace.log"
+        shutil.rmtree(log.parent, ignore_errors=True)
+        for sample in (self.unpacked / "samples").iterdir():
+            shutil.copy(sample, self.unpacked)
+        self.run_zdv("check")
+        self.assertIn(":[V]:", log.read_text())
+
+    def run_here(self, *command):
+        subprocess.run(command, cwd=self.unpacked, check=True)
+
+    def test_hosts_link_with_either_library(self):
+        kernel = subprocess.check_output([COMPILER, "-print-file-name=libkernel32.a"], text=True).strip()
+        for language in ("c", "c++"):
+            self.run_here(COMPILER, "-Wall", "-Wextra", "-pedantic", "-Werror", "-O2", "-x", language,
+                          f"-std={language}11", "-I", "sdk", "-c", Path(__file__).with_name("host.c"), "-o", "host.o")
+            for linker in ([COMPILER, "-nostdlib", "-Wl,-e,Start", "-o", "host.exe", "host.o", "sdk/libZDV_FTP.dll.a"],
+                           ["lld-link", "-entry:Start", "-subsystem:console", "host.o", "sdk/ZDV_FTP.lib"]):
+                self.run_here(*linker, kernel)
+                self.run_here(WINE, "host.exe")
+
+    def test_is_the_same_from_another_folder(self):
+        other = self.folder / "another project"
+        shutil.copytree(PROJECT, other, symlinks=True,
+                        ignore=lambda folder, _: ["build"] if folder == str(PROJECT) else [])
+        (other / "build").mkdir()
+        (other / "build/libraries").symlink_to((PROJECT / "build/libraries").resolve())
+        subprocess.run([other / "tools/package"], check=True)
+        for mine, others in zip(packages(PROJECT), packages(other), strict=True):
+            self.assertTrue(filecmp.cmp(mine, others, shallow=False), mine.name)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
