@@ -10,15 +10,15 @@
 
 namespace {
 
-HMODULE Load()
+Module Load()
 {
     std::wstring sPath(MAX_LONG_PATH, L'\0');
     sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
     sPath.replace(sPath.find_last_of(L'\\') + 1, sPath.npos, L"ZDV_FTP.DLL");
     const HMODULE hLibrary = LoadLibraryW(sPath.c_str());
     if (hLibrary == nullptr)
-        throw CommandFailure{ExitCode::NoModule, FileError(sPath, "cannot be loaded", GetLastError()).what()};
-    return hLibrary;
+        throw FileError(sPath, "cannot be loaded", GetLastError());
+    return Module(hLibrary);
 }
 
 std::time_t ToTime(const ZDV_VERSION_DATE& Date)
@@ -38,10 +38,10 @@ std::time_t ToTime(const ZDV_VERSION_DATE& Date)
 } // namespace
 
 Device::Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion)
-    : m_hLibrary(Load(), FreeLibrary)
+    : m_Module(Phase(ExitCode::NoModule, "", Load))
 {
     constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
-    Check(m_pOpen(&m_Handle), "opening the device");
+    Check(m_Module.Open(&m_Handle), "opening the device");
     const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
     const std::pair<std::int32_t, std::wstring> OPTIONS[] = {{ZDV_FTP_SERVERNAME, FromUtf8(Target.sName)},
                                                              {ZDV_FTP_PORT, std::to_wstring(Target.uiPort)},
@@ -49,28 +49,21 @@ Device::Device(const Server& Target, const std::wstring& sPassword, std::optiona
                                                              {ZDV_FTP_USERNAME, FromUtf8(Target.sUser)},
                                                              {ZDV_FTP_PASSWORD, sPassword}};
     for (const auto& [iKey, sValue] : OPTIONS)
-        Check(m_pSetDeviceOptionsW(m_Handle, iKey, sValue.c_str()), "setting an option");
-    Check(m_pSetInfoW(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(), static_cast<std::uint32_t>(sTime.size())),
+        Check(m_Module.SetDeviceOptions(m_Handle, iKey, sValue.c_str()), "setting an option");
+    Check(m_Module.SetInfo(m_Handle, ZDV_BACKUP_VERSION, sTime.c_str(),
+                           static_cast<std::uint32_t>(sTime.size())),
           "choosing a version");
-    const ZDV_STATUS uiStatus = m_pUtility(m_Handle, ZDV_U_MAKE_UNIT_READY);
+    const ZDV_STATUS uiStatus = m_Module.Utility(m_Handle, ZDV_U_MAKE_UNIT_READY);
     if (LastErrorCode() != NO_SUCH_VERSION)
         Check(uiStatus, "making the unit ready");
 }
 
-Device::~Device() { m_pClose(m_Handle); }
-
-Device::Address Device::Export(const char* pSymbol) const
-{
-    const FARPROC pFunction = GetProcAddress(m_hLibrary.get(), pSymbol);
-    if (pFunction == nullptr)
-        throw CommandFailure{ExitCode::NoModule, fmt::format("ZDV_FTP.DLL does not export {}.", pSymbol)};
-    return {pFunction};
-}
+Device::~Device() { m_Module.Close(m_Handle); }
 
 std::uint32_t Device::LastErrorCode() const
 {
     std::uint32_t uiCode = 0;
-    m_pGetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode);
+    m_Module.GetProperty(m_Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiCode);
     return uiCode;
 }
 
@@ -80,7 +73,7 @@ void Device::Check(ZDV_STATUS uiStatus, const char* pAction) const
     if (uiStatus == ZDV_SUCCESS)
         return;
     std::array<wchar_t, 1024> aText{};
-    m_pGetInfoW(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(), aText.size());
+    m_Module.GetInfo(m_Handle, ZDV_GI_SPECIFIC_ERROR_MSG, aText.data(), aText.size());
     std::string sReason = ToUtf8(aText.data());
     if (sReason.starts_with(PREFIX))
         sReason.erase(0, PREFIX.size());
@@ -102,7 +95,7 @@ std::vector<std::time_t> Device::Versions() const
 {
     ZDV_LIST List{};
     List.uiSignature = ZDV_LIST_SIGNATURE;
-    const ZDV_STATUS uiStatus = m_pGetList(m_Handle, ZDV_GL_VERSION_DATE, &List);
+    const ZDV_STATUS uiStatus = m_Module.GetList(m_Handle, ZDV_GL_VERSION_DATE, &List);
     std::vector<std::time_t> Dates;
     for (ZDV_LIST_NODE* pNode = List.pFirst; pNode != nullptr; std::free(std::exchange(pNode, pNode->pNext)))
         Dates.push_back(ToTime(pNode->Date));
@@ -113,12 +106,12 @@ std::vector<std::time_t> Device::Versions() const
 void Device::Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction)
 {
     m_bBegun = false;
-    Check(m_pPosition(m_Handle, uiMode, iCount), pAction);
+    Check(m_Module.Position(m_Handle, uiMode, iCount), pAction);
 }
 
 void Device::BeginVersion()
 {
-    Check(m_pMediaAccess(m_Handle, ZDV_MA_E, 0), "beginning a version");
+    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_E, 0), "beginning a version");
     m_uiObject = 0;
     m_bBegun = false;
 }
@@ -154,19 +147,20 @@ void Device::MoveToEnd()
 
 void Device::Write(std::span<const std::byte> Blocks)
 {
-    Check(m_pWriteData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data()), "uploading");
+    Check(m_Module.WriteData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data()),
+          "uploading");
 }
 
 void Device::WriteFilemark()
 {
-    Check(m_pMediaAccess(m_Handle, ZDV_MA_WFM, 1), "writing a filemark");
+    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_WFM, 1), "writing a filemark");
     CheckTransfer("completing the upload");
 }
 
 ReadResult Device::Read(std::span<std::byte> Blocks)
 {
     const ZDV_STATUS uiStatus =
-        m_pReadData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data());
+        m_Module.ReadData(m_Handle, static_cast<std::uint32_t>(Blocks.size()), Blocks.data());
     if (uiStatus == ZDV_END_OF_MEDIA || uiStatus == ZDV_BLANK_CHECK)
         return ReadResult::EndOfMedia;
     if (!std::exchange(m_bBegun, true) && m_uiObject)

@@ -2,17 +2,15 @@
 // normal outcome is thrown.
 #pragma once
 
-#include "interface/zdv.h"
+#include "host/Module.h"
 
 #include <cstddef>
 #include <ctime>
-#include <memory>
 #include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
-#include <windows.h>
 
 // A verb failed. The text says which one, and why in the module's own words.
 struct DeviceError : std::runtime_error
@@ -66,36 +64,12 @@ public:
     ReadResult Read(std::span<std::byte> Blocks);
 
 private:
-    // It takes the type of the pointer it is stored in.
-    struct Address
-    {
-        FARPROC pFunction;
-        template <typename Function> operator Function*() const
-        {
-            return reinterpret_cast<Function*>(reinterpret_cast<void*>(pFunction));
-        }
-    };
-
-    Address Export(const char* pSymbol) const;
     void Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction);
     void Check(ZDV_STATUS uiStatus, const char* pAction) const;
     void CheckTransfer(const char* pAction) const;
     std::uint32_t LastErrorCode() const;
 
-    std::unique_ptr<std::remove_pointer_t<HMODULE>, decltype(&FreeLibrary)> m_hLibrary;
-    decltype(&ZDV_Open) m_pOpen = Export("ZDV_O");
-    decltype(&ZDV_Close) m_pClose = Export("ZDV_C");
-    decltype(&ZDV_Utility) m_pUtility = Export("ZDV_U");
-    decltype(&ZDV_SetDeviceOptionsW) m_pSetDeviceOptionsW = Export("ZDV_SetDeviceOptionsW");
-    decltype(&ZDV_GetInfoW) m_pGetInfoW = Export("ZDV_GetInfoW");
-    decltype(&ZDV_SetInfoW) m_pSetInfoW = Export("ZDV_SetInfoW");
-    decltype(&ZDV_GetProperty) m_pGetProperty = Export("ZDV_GP");
-    decltype(&ZDV_GetList) m_pGetList = Export("ZDV_GetList");
-    decltype(&ZDV_WriteData) m_pWriteData = Export("ZDV_WD");
-    decltype(&ZDV_ReadData) m_pReadData = Export("ZDV_RD");
-    decltype(&ZDV_MediaAccess) m_pMediaAccess = Export("ZDV_MA");
-    decltype(&ZDV_Position) m_pPosition = Export("ZDV_P");
-
+    Module m_Module;
     ZDV_HANDLE m_Handle = 0;
     std::optional<std::uint32_t> m_uiObject = 0; // the one that was begun last, if known
     bool m_bBegun = false;                       // nothing was positioned since

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/tape/Module.h"
+#include "host/Module.h"
 
 #include <string>
 #include <vector>
@@ -51,6 +51,6 @@ public:
     std::vector<std::wstring> Versions();
 
 private:
-    Module m_Module;
+    Module m_Module{LoadLibraryW(L"ZDV_FTP.DLL")};
     ZDV_HANDLE m_Handle = 0;
 };

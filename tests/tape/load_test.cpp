@@ -1,5 +1,5 @@
 // A host may load and unload the module as often as it likes.
-#include "tests/tape/Module.h"
+#include "host/Module.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -88,7 +88,7 @@ void LoadOpenCloseUnload(int iCycles)
 {
     for (int i = 0; i < iCycles; ++i)
     {
-        const Module module;
+        const Module module(LoadLibraryW(L"ZDV_FTP.DLL"));
         ZDV_HANDLE handle = 0;
         ASSERT_EQ(module.Open(&handle), ZDV_SUCCESS);
         ASSERT_EQ(module.Close(handle), ZDV_SUCCESS);
