@@ -4,6 +4,34 @@
 
 using quorvel::FunctionTrace;
 
+namespace {
+
+struct Names
+{
+    const wchar_t* sLeft;
+    const wchar_t* sMoved;
+};
+
+// Calls the pipe until all bytes are through. What has moved is counted at once: the count is right after a failure.
+template <typename Function>
+bool MoveAll(const FunctionTrace& Trace, const Names& Traced, DWORD dwLeft, std::uint64_t& ullCount,
+             const Function& call)
+{
+    while (dwLeft != 0)
+    {
+        Trace.Number(Traced.sLeft, dwLeft);
+        DWORD dwMoved = 0;
+        if (!call(dwLeft, dwMoved))
+            return false;
+        Trace.Number(Traced.sMoved, dwMoved);
+        dwLeft -= dwMoved;
+        ullCount += dwMoved;
+    }
+    return true;
+}
+
+} // namespace
+
 void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText)
 {
     if (hPipe == INVALID_HANDLE_VALUE)
@@ -27,35 +55,19 @@ void CloseClientEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, cons
 bool ReadPipe(const FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, DWORD dwBytes,
               std::uint64_t& ullBytesRead)
 {
-    while (dwBytes != 0)
-    {
-        Trace.Number(L"dwBytesToRead", dwBytes);
-        DWORD dwBytesRead = 0;
-        if (!ReadFile(hPipe, pBuffer, dwBytes, &dwBytesRead, nullptr))
-            return false;
-        Trace.Number(L"dwBytesRead", dwBytesRead);
-        pBuffer += dwBytesRead;
-        dwBytes -= dwBytesRead;
-        ullBytesRead += dwBytesRead;
-    }
-    return true;
+    const auto Read = [&](DWORD dwLeft, DWORD& dwRead) {
+        return ReadFile(hPipe, pBuffer + (dwBytes - dwLeft), dwLeft, &dwRead, nullptr);
+    };
+    return MoveAll(Trace, {L"dwBytesToRead", L"dwBytesRead"}, dwBytes, ullBytesRead, Read);
 }
 
 bool WritePipe(const FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWORD dwBytes,
                std::uint64_t& ullBytesWritten)
 {
-    while (dwBytes != 0)
-    {
-        Trace.Number(L"dwBytesToWrite", dwBytes);
-        DWORD dwBytesWritten = 0;
-        if (!WriteFile(hPipe, pData, dwBytes, &dwBytesWritten, nullptr))
-            return false;
-        Trace.Number(L"dwBytesWritten", dwBytesWritten);
-        pData += dwBytesWritten;
-        dwBytes -= dwBytesWritten;
-        ullBytesWritten += dwBytesWritten;
-    }
-    return true;
+    const auto Write = [&](DWORD dwLeft, DWORD& dwWritten) {
+        return WriteFile(hPipe, pData + (dwBytes - dwLeft), dwLeft, &dwWritten, nullptr);
+    };
+    return MoveAll(Trace, {L"dwBytesToWrite", L"dwBytesWritten"}, dwBytes, ullBytesWritten, Write);
 }
 
 void CloseUploadRead::operator()(FtpContext* pFC) const
