@@ -1,6 +1,7 @@
 #include "host/Session.h"
 
 #include <array>
+#include <curl/curl.h> // its error numbers, which the module hands on
 
 namespace {
 
@@ -11,24 +12,29 @@ constexpr const char* PORT_RULE = "The port chooses the protocol: 22 is SFTP, 99
                                   "other port is FTP (with TLS if the server offers it).";
 
 constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
-    // by libcurl's number
-    {2, "The server does not answer in this port's protocol, or refuses the encryption."},
-    {3, "The server must be a name or an address alone, without \"sftp://\" or \":22\"; neither it nor the "
-        "root may "
-        "hold odd characters."},
-    {6, "The server's name is not known: check its spelling and this computer's network and DNS settings."},
-    {7, "Nothing answers at this port: check the port, the server and the firewalls between."},
-    {8, "What answers at this port does not speak FTP: check the port."},
-    {9, "The root cannot be entered or created: check its name and the user's rights."},
-    {28, "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
-         "between."},
-    {35, "No TLS connection came about: check that the server speaks TLS at this port."},
-    {52, "The server closed the connection without a word: check the port."},
-    {55, "The connection broke while sending: check the network."},
-    {56, "The server closed the connection: check the port, and whether the server demands TLS."},
-    {67, "The server refuses the login: check the user name and the password."},
-    {78, "The root does not exist and was not created: check its name and the user's rights."},
-    {79, "No SSH connection came about: check that the server speaks SFTP at this port."},
+    {CURLE_FAILED_INIT, "The server does not answer in this port's protocol, or refuses the encryption."},
+    {CURLE_URL_MALFORMAT,
+     "The server must be a name or an address alone, without \"sftp://\" or \":22\"; neither it nor the "
+     "root may hold odd characters."},
+    {CURLE_COULDNT_RESOLVE_HOST,
+     "The server's name is not known: check its spelling and this computer's network and DNS settings."},
+    {CURLE_COULDNT_CONNECT,
+     "Nothing answers at this port: check the port, the server and the firewalls between."},
+    {CURLE_WEIRD_SERVER_REPLY, "What answers at this port does not speak FTP: check the port."},
+    {CURLE_REMOTE_ACCESS_DENIED,
+     "The root cannot be entered or created: check its name and the user's rights."},
+    {CURLE_OPERATION_TIMEDOUT,
+     "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
+     "between."},
+    {CURLE_SSL_CONNECT_ERROR, "No TLS connection came about: check that the server speaks TLS at this port."},
+    {CURLE_GOT_NOTHING, "The server closed the connection without a word: check the port."},
+    {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
+    {CURLE_RECV_ERROR,
+     "The server closed the connection: check the port, and whether the server demands TLS."},
+    {CURLE_LOGIN_DENIED, "The server refuses the login: check the user name and the password."},
+    {CURLE_REMOTE_FILE_NOT_FOUND,
+     "The root does not exist and was not created: check its name and the user's rights."},
+    {CURLE_SSH, "No SSH connection came about: check that the server speaks SFTP at this port."},
 };
 
 } // namespace

@@ -5,8 +5,6 @@
 #include "host/Device.h"
 #include "host/Errors.h"
 
-inline constexpr std::uint32_t LOGIN_DENIED = 67; // libcurl's
-
 std::string Describe(const Server& Target); // ftp://server:21, root "backups", user "tape"
 std::string Explain(const Server& Target,
                     const DeviceError& Error); // what was tried, what failed, what may help

@@ -5,6 +5,7 @@
 #include "host/Restore.h"
 #include "host/Versions.h"
 
+#include <curl/curl.h> // its error numbers, which the module hands on
 #include <fstream>
 
 namespace {
@@ -82,7 +83,7 @@ void Connect(Session& Server, const std::string& sPasswordFile)
         catch (const DeviceError& Error)
         {
             const std::string sText = Explain(Server.Target(), Error);
-            if (!bAsk || iTry == Session::MAX_TRIES || Error.uiCode != LOGIN_DENIED)
+            if (!bAsk || iTry == Session::MAX_TRIES || Error.uiCode != CURLE_LOGIN_DENIED)
                 throw CommandFailure{ExitCode::NotReady, sText};
             Complain("{}", sText);
         }
