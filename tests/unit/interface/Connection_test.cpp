@@ -3,21 +3,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(Connection, IsRefusedForAPortThatNoneCanBe)
-{
-    for (const std::uint32_t uiPort : {70000u, 4294967295u})
-    {
-        const OpenDevice Device;
-        Device->m_uiPort = uiPort;
-        Device->m_sRoot = L"/a";
-        EXPECT_EQ(ZDV_Utility(Device, ZDV_U_MAKE_UNIT_READY), ZDV_DEVICE_ERROR);
-        EXPECT_EQ(Device->m_dwLastError, 10u);
-        EXPECT_EQ(Device->m_sLastError, L"Failed to set Port");
-        EXPECT_EQ(Device->m_sRoot, L"/a");
-        EXPECT_FALSE(Device->m_bOkToWrite);
-    }
-}
-
 TEST(Connection, NormalisesTheRoot)
 {
     const std::pair<const wchar_t*, const wchar_t*> CASES[] = {
