@@ -416,7 +416,7 @@ class HostTest(unittest.TestCase):
         self.assertIn(b"refuses the login", shown)
         self.assertNotIn(os.environ["ZDV_TEST_PASSWORD"].encode(), shown)
 
-    @unittest.skipUnless(os.environ["ZDV_TEST_ROW"].startswith("proftpd"), "needs a server that can hide folders")
+    @unittest.skipUnless(os.environ["ZDV_TEST_PROGRAM"] == "ProFtpd", "needs a server that can hide folders")
     def test_a_listing_that_names_no_folders(self):
         self.run_host(DONE, "check")
         (STORE / self.root / ".ftpaccess").write_text("HideFiles ^ZELT_\n")

@@ -25,28 +25,34 @@ class Row:
     other_port: int = 0
     delay_ms: int = 0  # of the line to the server, one way
     rate: int = 0  # bytes that the line takes in a second; 0 for any. A slow SFTP server renews its keys at every 4 MiB
+    tests: str = "-*Stranger.*:TwoAtOnce.*:WrongPort.*:Memory.*:Stalled.*"  # of tape_tests, as GoogleTest filters them
 
     @property
     def port(self):
         return self.other_port or PORTS[self.scheme]
 
 
+# For rows that differ from another one in an address, a TLS version or a host key
+STORY = "Story.BackupIs*:*IPv6*"
+# What depends on the line's length
+FAR = "Flight.*:Story.ClosingEnds*:Story.OptionsTake*:*FullDisk*:*KilledServer*"
+
 ROWS = {
     "proftpd-ftp": Row(ProFtpd, "ftp", chrooted=True),
     "proftpd-ftp-unchrooted": Row(ProFtpd, "ftp"),
-    "proftpd-ftp-ipv6": Row(ProFtpd, "ftp", address="::1"),
+    "proftpd-ftp-ipv6": Row(ProFtpd, "ftp", address="::1", tests=STORY),
     "proftpd-ftp-names": Row(ProFtpd, "ftp", user=UNUSUAL_NAME),
     "proftpd-ftpes": Row(ProFtpd, "ftpes", chrooted=True),
-    "proftpd-ftpes-ipv6": Row(ProFtpd, "ftpes", address="::1"),
-    "proftpd-ftpes-tls12": Row(ProFtpd, "ftpes", tls=("TLSv1.2",)),
-    "proftpd-ftpes-tls13": Row(ProFtpd, "ftpes", tls=("TLSv1.3",)),
+    "proftpd-ftpes-ipv6": Row(ProFtpd, "ftpes", address="::1", tests=STORY),
+    "proftpd-ftpes-tls12": Row(ProFtpd, "ftpes", tls=("TLSv1.2",), tests=STORY),
+    "proftpd-ftpes-tls13": Row(ProFtpd, "ftpes", tls=("TLSv1.3",), tests=STORY),
     "proftpd-ftps": Row(ProFtpd, "ftps", chrooted=True),
-    "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",)),
-    "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",)),
+    "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",), tests=STORY),
+    "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",), tests=STORY),
     "proftpd-sftp": Row(ProFtpd, "sftp", chrooted=True),
-    "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000),
+    "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000, tests="Flight.EverySize*"),
     "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp"),
-    "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1"),
+    "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1", tests=STORY),
     "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME),
     "vsftpd-ftp": Row(Vsftpd, "ftp"),
     "vsftpd-ftpes": Row(Vsftpd, "ftpes"),
@@ -55,8 +61,8 @@ ROWS = {
     "pureftpd-ftpes": Row(PureFtpd, "ftpes"),
     "inetutils-ftp": Row(Inetutils, "ftp"),
     "openssh-sftp": Row(OpenSsh, "sftp"),
-    "openssh-sftp-far": Row(OpenSsh, "sftp", delay_ms=25),
-    "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",)),
-    "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",)),
-    "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",)),
+    "openssh-sftp-far": Row(OpenSsh, "sftp", delay_ms=25, tests=FAR),
+    "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",), tests=STORY),
+    "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",), tests=STORY),
+    "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",), tests=STORY),
 }
