@@ -9,7 +9,7 @@ from pathlib import Path
 from .server import ServerError
 
 ROOT = Path("/run/zelt")
-CAN_MOUNT = os.environ.get("ZDV_SANDBOX") == "namespaces"
+CAN_MOUNT = os.environ.get("ZDV_SANDBOX") != "container"
 PASSWORD = "Band & 7%41@:/?"
 SMALL_FOLDER_SIZE = 1 << 20
 
