@@ -18,7 +18,7 @@ void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<Are
 {
     Trace.Text(Level::Information, L"sLabel", sLine);
     // A foreign name is kept, so nothing that follows it is recognised, in this directory and any later one
-    // until the module is loaded anew: a catalogue that somebody else writes into is not trusted.
+    // until the module is loaded anew: fixed by the interface.
     if (!sLine.starts_with(LABEL_PREFIX))
         return;
     std::int64_t tDate = 0;
@@ -30,11 +30,11 @@ void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<Are
 
 void ListObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
+    Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
     // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
     // empty.
     Calls.Set(CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE},
               L"Couldn't unset FTP create missing dirs");
-    Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
     Calls.Set(CURLOPT_DIRLISTONLY, 1L, L"Couldn't set directory list only option");
     Calls.Set(CURLOPT_WRITEFUNCTION, &AreaObjectMgr::WriteFunction, L"Couldn't set write function");
     Calls.Set(CURLOPT_WRITEDATA, &aObjects, L"Couldn't set write function");
@@ -66,9 +66,10 @@ bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::w
         return false;
     Listing Current(g_Line);
     ListObjects(Call.Calls, sRootURL + L"/" + sVersionLabel + L"/", aObjects);
-    if (!Call.Succeeded())
-        return false;
-    Current.Complete();
-    std::sort(aObjects.begin(), aObjects.end());
-    return true;
+    if (Call.Calls.Succeeded())
+    {
+        Current.Complete();
+        std::sort(aObjects.begin(), aObjects.end());
+    }
+    return Call.Succeeded();
 }

@@ -87,11 +87,12 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
         return false;
     Listing Current(g_Line);
     ListVersions(Call.Calls, sRootURL + L"/", aVersions);
-    if (!Call.Succeeded())
-        return false;
-    Current.Complete();
-    std::sort(aVersions.begin(), aVersions.end());
-    return true;
+    if (Call.Calls.Succeeded())
+    {
+        Current.Complete();
+        std::sort(aVersions.begin(), aVersions.end());
+    }
+    return Call.Succeeded();
 }
 
 bool VersionMgr::CreateVersion(const std::wstring& sServer, const std::wstring& sRoot, const Version& version)
