@@ -24,7 +24,7 @@ constexpr long REPLY_LIMIT = 120; // seconds
 bool Failed(FtpContext& FC, const FunctionTrace& Trace, const Failure& Reason)
 {
     StoreLastError(FC, Reason);
-    Trace.At(L"... ending").Text(Level::Error, L"FC.m_sLastError", Reason.sLastError);
+    Trace.At(quorvel::ENDING).Text(Level::Error, L"FC.m_sLastError", Reason.sLastError);
     return false;
 }
 
@@ -63,9 +63,9 @@ bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
               L"curl_easy_setopt(CURLOPT_TCP_KEEPIDLE, 120)");
     Calls.Try(CURLOPT_TCP_KEEPINTVL, 60L, {L"CURLOPT_TCP_KEEPINTVL"},
               L"curl_easy_setopt(CURLOPT_TCP_KEEPINTVL, 60)");
-    Calls.Set(CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER, L"Failed to set Buffer Size");
+    Calls.Try(CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER);
     // A server may take long to write an upload to its disk before it says so: libcurl waits a minute there.
-    Calls.Set(CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT, L"Failed to set Response Timeout");
+    Calls.Try(CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT);
     // The read callback fills the whole buffer, and would lose the end of an object in a larger one.
     Calls.Set(CURLOPT_UPLOAD_BUFFERSIZE, long{ZDV_BLOCK_SIZE}, L"Failed to set Upload Buffer Size");
     return Calls.Succeeded();

@@ -49,7 +49,8 @@ public:
 
     // An option that the calls behind it can do without.
     template <typename Value>
-    void Try(CURLoption enOption, Value value, const RefusalTrace& Refusal, const wchar_t* sStep)
+    void Try(CURLoption enOption, Value value, const RefusalTrace& Refusal = {},
+             const wchar_t* sStep = nullptr)
     {
         if (!Succeeded())
             return;
@@ -74,6 +75,7 @@ public:
     bool Succeeded() const { return m_enCurlRc == CURLE_OK; }
     std::uint32_t Result() const { return static_cast<std::uint32_t>(m_enCurlRc); }
     const wchar_t* Failure() const { return m_sFailure; }
+    const quorvel::FunctionTrace& Trace() const { return m_Trace; }
 
 private:
     CURL* m_pCurl;
