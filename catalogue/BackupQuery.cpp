@@ -18,7 +18,7 @@ constexpr std::int64_t NONE = 0;
 // Always false.
 bool FailedWithLastError(const FtpContext& FC, const FunctionTrace& Trace)
 {
-    Trace.At(L"... ending").Text(Level::Error, L"FC.m_sLastError", FC.m_sLastError);
+    Trace.At(quorvel::ENDING).Text(Level::Error, L"FC.m_sLastError", FC.m_sLastError);
     return false;
 }
 

@@ -30,7 +30,7 @@ bool FormatLocalTime(const quorvel::FunctionTrace& Trace, std::int64_t tDate, co
 // alone.
 std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::FunctionTrace& Trace);
 
-// The label without its prefix. False, traced, when the label has not
-// LABEL_PREFIX and uiRemainder more characters, or a character is neither a digit nor (if allowed) a point.
+// The label without its prefix. False, traced, when the label has not LABEL_PREFIX and uiRemainder more
+// characters, or a character is neither a digit nor (if allowed) a point.
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
                 const quorvel::FunctionTrace& Trace, std::wstring& sRemainder);

@@ -38,7 +38,7 @@ bool MeansEmpty(std::string_view sReply)
 
 CURLcode PerformListing(CURL* pCurl)
 {
-    std::string sReply;
+    std::string sReply; // stays empty if libcurl refuses one of these: then the server's refusal stays one
     curl_easy_setopt(pCurl, CURLOPT_DEBUGFUNCTION, &KeepReply);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, &sReply);
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 1L);

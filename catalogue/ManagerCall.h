@@ -36,7 +36,7 @@ public:
         if (Calls.Succeeded(m_Manager))
             Trace.Ending();
         else
-            Trace.At(L"... ending").Text(quorvel::Level::Error, L"m_sLastError", m_Manager.m_sLastError);
+            Trace.At(quorvel::ENDING).Text(quorvel::Level::Error, L"m_sLastError", m_Manager.m_sLastError);
         return Calls.Succeeded();
     }
 

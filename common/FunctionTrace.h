@@ -8,6 +8,8 @@
 
 namespace quorvel {
 
+inline constexpr const wchar_t* ENDING = L"... ending";
+
 // The trace log seen from one function: writes lines under that function's name, or under that of a place in it,
 // such as "ZDV_Position : .. ending". Never throws, so that tracing is safe in destructors, worker threads and
 // callbacks: a line that there is no memory for is lost, like one that there is no file for.
@@ -32,7 +34,7 @@ public:
     const wchar_t* Name() const { return m_pFunction; }
 
     void Starting() const { Verbose(L"starting ..."); }
-    void Ending() const { Verbose(L"... ending"); }
+    void Ending() const { Verbose(ENDING); }
 
     void Error(const wchar_t* pMessage) const { Message(Level::Error, pMessage); }
     // An early end: always false.
@@ -61,9 +63,10 @@ public:
     }
     template <typename Value> void Number(Level enLevel, const wchar_t* pName, Value value) const
     {
-        using Widest = std::conditional_t<std::is_signed_v<Value>, std::int64_t, std::uint64_t>;
+        using Unsigned = std::conditional_t<sizeof(Value) == 4, std::uint32_t, std::uint64_t>;
+        using Traced = std::conditional_t<std::is_signed_v<Value>, std::int64_t, Unsigned>;
         Write(enLevel, [&](const wchar_t* pCaller) {
-            g_Trace.Number(enLevel, pCaller, pName, static_cast<Widest>(value));
+            g_Trace.Number(enLevel, pCaller, pName, static_cast<Traced>(value));
         });
     }
     template <typename Value> void Number(const wchar_t* pName, Value value) const

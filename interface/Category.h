@@ -16,4 +16,4 @@ const Entry* FindCategory(const Entry (&aTable)[uiEntries], Category uiCategory)
 }
 
 // The one answer to a category that the export of this trace does not know.
-ZDV_STATUS InvalidCategory(const quorvel::FunctionTrace& Export, std::uint32_t uiCategory);
+ZDV_STATUS InvalidCategory(const quorvel::FunctionTrace& Caller, std::uint32_t uiCategory);

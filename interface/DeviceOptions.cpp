@@ -15,7 +15,7 @@ constexpr std::uint32_t ONLY_INDEX = 0; // no category has more than one string
 // What a get answers.
 enum class Get
 {
-    Refusal,
+    Refused,
     NoString,
     ServerAddress,
     ComputerName,
@@ -57,14 +57,14 @@ constexpr DeviceOption OPTIONS[] = {
     {ZDV_ADAPTERS, L"ZDV_ADAPTERS", Get::ComputerName, Set::Nowhere},
     {ZDV_ADAPTER_OPTIONS, L"ZDV_ADAPTER_OPTIONS", Get::NoString, Set::Nowhere},
     {ZDV_UNITS, L"ZDV_UNITS", Get::Default, Set::Refused},
-    {ZDV_FTP_SERVERNAME, L"ZDV_FTP_SERVERNAME", Get::Refusal, Set::Server, Shown::Masked,
+    {ZDV_FTP_SERVERNAME, L"ZDV_FTP_SERVERNAME", Get::Refused, Set::Server, Shown::Masked,
      &FtpContext::m_sServer, L"pFC->m_sServer"},
-    {ZDV_FTP_PORT, L"ZDV_FTP_PORT", Get::Refusal, Set::Port},
-    {ZDV_FTP_ROOT, L"ZDV_FTP_ROOT", Get::Refusal, Set::Text, Shown::Masked, &FtpContext::m_sRoot,
+    {ZDV_FTP_PORT, L"ZDV_FTP_PORT", Get::Refused, Set::Port},
+    {ZDV_FTP_ROOT, L"ZDV_FTP_ROOT", Get::Refused, Set::Text, Shown::Masked, &FtpContext::m_sRoot,
      L"pFC->m_sRoot"},
-    {ZDV_FTP_USERNAME, L"ZDV_FTP_USERNAME", Get::Refusal, Set::Text, Shown::InFull, &FtpContext::m_sUsername,
+    {ZDV_FTP_USERNAME, L"ZDV_FTP_USERNAME", Get::Refused, Set::Text, Shown::InFull, &FtpContext::m_sUsername,
      L"pFC->m_sUsername"},
-    {ZDV_FTP_PASSWORD, L"ZDV_FTP_PASSWORD", Get::Refusal, Set::Text, Shown::Never, &FtpContext::m_sPassword},
+    {ZDV_FTP_PASSWORD, L"ZDV_FTP_PASSWORD", Get::Refused, Set::Text, Shown::Never, &FtpContext::m_sPassword},
 };
 
 // What the narrow and the wide functions do differently, by the type of the host's buffer. A size is in bytes
@@ -143,7 +143,7 @@ ZDV_STATUS GetDeviceOptions(const Export& Names, ZDV_HANDLE handle, std::int32_t
         Trace.Number(L"uiIndex", uiIndex);
         Trace.Number(L"uiSize", uiSize);
         const DeviceOption* const pOption = FindCategory(OPTIONS, uiCategory);
-        if (pOption == nullptr || pOption->enGet == Get::Refusal)
+        if (pOption == nullptr || pOption->enGet == Get::Refused)
         {
             Trace.Warning(L"InvalidCategory");
             return {InvalidCategory(Trace, static_cast<std::uint32_t>(uiCategory)), true};

@@ -10,10 +10,9 @@
 // Traces the exception being handled. Call it in a catch block only.
 void TraceException(const quorvel::FunctionTrace& Trace) noexcept;
 
-inline constexpr const wchar_t* ENDING = L"... ending";
-
 // The last line of an export: the status under its ending.
-inline ZDV_STATUS Ended(const quorvel::FunctionTrace& Trace, ZDV_STATUS uiRc, const wchar_t* sEnding = ENDING)
+inline ZDV_STATUS Ended(const quorvel::FunctionTrace& Trace, ZDV_STATUS uiRc,
+                        const wchar_t* sEnding = quorvel::ENDING)
 {
     Trace.At(sEnding).Status(uiRc);
     return uiRc;
@@ -41,7 +40,7 @@ ZDV_STATUS Guarded(const wchar_t* sFunction, ZDV_STATUS uiFailure, const Body& b
 struct Export
 {
     const wchar_t* sName;
-    const wchar_t* sEnding = ENDING;
+    const wchar_t* sEnding = quorvel::ENDING;
 };
 
 // What such an export's body answers. No ending line follows one that the body has ended by itself.

@@ -31,7 +31,7 @@ constexpr ModuleProperty PROPERTIES[] = {
     {ZDV_GMP_WCHAR, L"ZDV_GMP_WCHAR", L"1"},
 };
 
-// Only who calls the narrow function has to ask whether there are wide ones: fixed by the interface.
+// Only a caller of the narrow function has to ask whether there are wide ones: fixed by the interface.
 bool AnswersWideSupport(const char*) { return true; }
 bool AnswersWideSupport(const wchar_t*) { return false; }
 

@@ -8,8 +8,8 @@ using quorvel::FunctionTrace;
 
 namespace {
 
-constexpr std::uint32_t FIRST_UNKNOWN_CATEGORY =
-    5; // 2 to 4 are refused without a line that says so: log text fixed
+// Categories 2 to 4 are refused without a line that says so: log text fixed.
+constexpr std::uint32_t FIRST_UNKNOWN_CATEGORY = 5;
 
 ZDV_STATUS MakeUnitReady(FtpContext& FC, const FunctionTrace& Trace)
 {

@@ -224,7 +224,7 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 // ZDV_SUCCESS, also for a root without versions; ZDV_DEVICE_ERROR with the last error set (not for a set-up
 // that failed while a transfer was running); ZDV_FUNCTION_NOT_SUPPORTED for another category. Position after
 // making ready: the object number is kept (0 after ZDV_Open), writing allowed; the same on failure of the
-// listing, with no versions or objects known; unchanged when the connection could not be set up.
+// listing, with no objects known; unchanged when the connection could not be set up.
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, uint32_t uiCategory);
 
 // ------------------------------------------------------------------------------------------- options

@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr DWORD WAIT_STEP = 5000;      // milliseconds
+constexpr DWORD LOOK_STEP = 5000;      // milliseconds until the host is looked at again
 constexpr DWORD CONNECT_LIMIT = 30000; // milliseconds that a worker looks for its host among strangers
 
 bool Decide(FtpContext& FC, Connection enDecision)
@@ -91,7 +91,7 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
     while (dwLastError == ERROR_PIPE_BUSY && GetTickCount64() < ullLimit &&
            FC.m_enConnection != Connection::GivenUpByHost)
     {
-        WaitNamedPipeW(Direction.sPipeName, WAIT_STEP);
+        WaitNamedPipeW(Direction.sPipeName, LOOK_STEP);
         const HANDLE hClient = OpenPipe(Direction);
         if (hClient == INVALID_HANDLE_VALUE)
         {

@@ -6,7 +6,7 @@ using quorvel::FunctionTrace;
 
 namespace {
 
-struct Names
+struct Texts
 {
     const wchar_t* sLeft;
     const wchar_t* sMoved;
@@ -14,7 +14,7 @@ struct Names
 
 // Calls the pipe until all bytes are through. What has moved is counted at once: the count is right after a failure.
 template <typename Function>
-bool MoveAll(const FunctionTrace& Trace, const Names& Traced, DWORD dwLeft, std::uint64_t& ullCount,
+bool MoveAll(const FunctionTrace& Trace, const Texts& Traced, DWORD dwLeft, std::uint64_t& ullCount,
              const Function& call)
 {
     while (dwLeft != 0)

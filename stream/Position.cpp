@@ -32,7 +32,6 @@ ZDV_STATUS EndOfRecordedMedia(FtpContext& FC, const FunctionTrace& Trace, std::i
     Trace.At(L"pFC->m_uiCurrentObject").Number(L"pFC->m_AreaObjectList.size()", uiObjects);
     FC.m_uiCurrentObject = static_cast<std::uint32_t>(uiObjects);
     Trace.Number(L"pFC->m_uiCurrentObject", FC.m_uiCurrentObject);
-    FC.m_bAtFileMark = true;
     return uiRc;
 }
 
@@ -57,18 +56,12 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
 
 // The object numbers that a request of iBlocks filemarks passes: in the data of an object the first filemark
 // forward is its own end, and just past a filemark the first one back is that one.
-std::int32_t ObjectsPassed(FtpContext& FC, std::int32_t iBlocks)
+std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
 {
-    if (iBlocks > 0)
-    {
-        FC.m_bFileMarkPending = false;
-        return FC.m_bAtFileMark ? iBlocks : iBlocks - 1;
-    }
-    if (iBlocks < 0 && FC.m_bAtFileMark)
-    {
-        FC.m_bAtFileMark = false;
+    if (iBlocks > 0 && !bAtFileMark)
+        return iBlocks - 1;
+    if (iBlocks < 0 && bAtFileMark)
         return iBlocks + 1;
-    }
     return iBlocks;
 }
 
@@ -78,7 +71,7 @@ ZDV_STATUS SpaceFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::int32
     Trace.At(L"ZDV_Position(ZDV_SP_FFM)").Verbose(L"ObjectClose");
     ObjectClose(FC);
     Trace.Number(L"iBlocks", iBlocks);
-    const std::int32_t iObjects = ObjectsPassed(FC, iBlocks);
+    const std::int32_t iObjects = ObjectsPassed(FC.m_bAtFileMark, iBlocks);
     Trace.Verbose(L"pFC->m_uiCurrentObject += iBlocks");
     FC.m_uiCurrentObject += static_cast<std::uint32_t>(iObjects);
     Trace.Number(L"iBlocks", iObjects);

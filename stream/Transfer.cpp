@@ -75,7 +75,7 @@ ZDV_STATUS SetObjectUrl(FtpContext& FC, const FunctionTrace& Trace)
         if (Calls.Succeeded(FC))
             return ZDV_SUCCESS;
     }
-    Trace.At(L"... ending").Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
+    Trace.At(quorvel::ENDING).Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
     return ZDV_DEVICE_ERROR;
 }
 

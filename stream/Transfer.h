@@ -13,7 +13,8 @@
 // Within the process a direction has one transfer at a time, also where a stranger's pipe of the same name would
 // let there be several.
 //
-// The threads share the FtpContext without a lock. What orders them is the pipe and the thread's life:
+// The threads share the FtpContext without a lock (the one in Meeting.cpp guards nothing: it is there for a thread to
+// sleep behind). What orders them is the pipe and the thread's life:
 //   before the worker    everything the worker reads (the libcurl handle and the URL set on it) is written
 //                        before CreateThread.
 //   m_pCurl              read by the worker while the host waits in ConnectNamedPipe. The worker keeps that

@@ -48,21 +48,21 @@ std::size_t ReadCallback(char* buffer, std::size_t size, std::size_t nitems, voi
         const std::size_t uiSize = size * nitems;
         if (!ReadPipe(Trace, hPipe, buffer, static_cast<DWORD>(uiSize), pFC->m_ullBytesRead))
             return UploadReadFailed(*pFC, Trace);
-        Trace.At(L"... ending").Number(L"size * nitems", uiSize);
+        Trace.At(quorvel::ENDING).Number(L"size * nitems", uiSize);
         return uiSize;
     });
 }
 
-CURLcode PerformUpload(CURL* pCurl)
+CURLcode PerformUpload(CURL* pCurl, const FunctionTrace& Trace)
 {
     const CURLcode enCurlRc = curl_easy_perform(pCurl);
     if (enCurlRc == CURLE_OK)
-        FunctionTrace(L"ThreadWriter").Verbose(L"EOF");
+        Trace.Verbose(L"EOF");
     return enCurlRc;
 }
 
-// After a failed transfer the handle stays in upload mode, so that listings fail: the host has to make the
-// device ready anew, and learns what became of the version.
+// After a failed transfer the handle stays in upload mode, so that listings fail until the device is made ready
+// anew: fixed by the interface.
 void Upload(CurlCalls& Calls, FtpContext* pFC)
 {
     Calls.Set(CURLOPT_DIRLISTONLY, 0L, L"Set directory list only option failed",
@@ -71,7 +71,8 @@ void Upload(CurlCalls& Calls, FtpContext* pFC)
               L"curl_easy_setopt(CURLOPT_READFUNCTION)");
     Calls.Set(CURLOPT_READDATA, pFC, L"Set read data option failed", L"curl_easy_setopt(CURLOPT_READDATA)");
     Calls.Set(CURLOPT_UPLOAD, 1L, L"Set upload option failed", L"curl_easy_setopt(CURLOPT_UPLOAD, TRUE)");
-    Calls.Call(PerformUpload, L"Perform operation failed", L"curl_easy_perform");
+    Calls.Call([&](CURL* pCurl) { return PerformUpload(pCurl, Calls.Trace()); }, L"Perform operation failed",
+               L"curl_easy_perform");
     Calls.Set(CURLOPT_UPLOAD, 0L, L"Unset upload option failed", L"curl_easy_setopt(CURLOPT_UPLOAD, FALSE)");
 }
 
@@ -92,7 +93,7 @@ std::size_t DownloadWriteFailed(const FtpContext& FC, const FunctionTrace& Trace
         Trace.At(L"... ending(WriteFile failed)").Number(Level::Error, L"dwLastError", dwLastError);
         return ABORT_TRANSFER;
     }
-    // The host holds its end open: the object goes on, be it without this piece.
+    // The host holds its end open: the object goes on, without this piece.
     Trace.Error(L"WriteFile failed(No Data)");
     return uiSize;
 }
@@ -145,9 +146,8 @@ std::size_t HeaderCallback(char* data, std::size_t size, std::size_t nitems, voi
     });
 }
 
-CURLcode PerformDownload(CURL* pCurl, const FtpContext& FC)
+CURLcode PerformDownload(CURL* pCurl, const FunctionTrace& Trace, const FtpContext& FC)
 {
-    const FunctionTrace Trace(L"ThreadReader");
     CURLcode enCurlRc = curl_easy_perform(pCurl);
     if (enCurlRc == CURLE_WRITE_ERROR && FC.m_hDownloadRead == INVALID_HANDLE_VALUE)
     {
@@ -174,8 +174,8 @@ void Download(CurlCalls& Calls, FtpContext* pFC)
               L"curl_easy_setopt(CURLOPT_WRITEDATA)");
     // A failed upload leaves the handle in upload mode, and that would empty the object to be read.
     Calls.Set(CURLOPT_UPLOAD, 0L, L"Unset upload option failed");
-    Calls.Call([&](CURL* pCurl) { return PerformDownload(pCurl, *pFC); }, L"Perform operation failed",
-               L"curl_easy_perform");
+    Calls.Call([&](CURL* pCurl) { return PerformDownload(pCurl, Calls.Trace(), *pFC); },
+               L"Perform operation failed", L"curl_easy_perform");
 }
 
 // ------------------------------------------------------------------------------------------- thread
@@ -212,7 +212,7 @@ DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDir
     transfer(Calls, pFC);
     if (!Calls.Succeeded(*pFC))
     {
-        Trace.At(L"... ending").Text(Level::Error, L"pFC->m_sLastError", pFC->m_sLastError);
+        Trace.At(quorvel::ENDING).Text(Level::Error, L"pFC->m_sLastError", pFC->m_sLastError);
         return WORKER_FAILED;
     }
     Trace.Ending();
