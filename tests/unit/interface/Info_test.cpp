@@ -1,5 +1,6 @@
 // What the module and its device tell the host, and what the host tells them.
 #include "interface/BackupTime.h"
+#include "interface/ModuleVersion.h"
 #include "tests/unit/BothWidths.h"
 #include "tests/unit/OpenDevice.h"
 
@@ -23,7 +24,7 @@ TYPED_TEST_SUITE(Info, BothWidths);
 
 TYPED_TEST(Info, GivesTheModulesPropertiesCutToFit)
 {
-    for (const auto& [uiSize, sText] : {std::pair(64u, "V 7.1.2"), {4u, "V 7"}})
+    for (const auto& [uiSize, sText] : {std::pair(64u, "V " MODULE_VERSION), {4u, "V 7"}})
     {
         Buffer<typename TypeParam::Char> Answer;
         EXPECT_EQ(TypeParam::GetModuleProperty(ZDV_GMP_VER, Answer, uiSize), ZDV_SUCCESS);
