@@ -6,6 +6,8 @@ export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly project
 readonly apt_patience_s=1800
+# Folders that windres or CMake cannot read, or that tests/sandbox lays others over
+readonly unfit='['\''"\\&$;()*?<>|`]|^/(usr|etc|run)/'
 readonly unreachable='(Temporary failure resolving|Could not resolve|Could not connect|Cannot initiate the connection|Network is unreachable|Connection (failed|refused|timed out)).*'
 
 say() { echo "${0##*/}: $*" >&2; }
@@ -52,7 +54,7 @@ cache_folder() {
   local home=""
   [ ! -d "${HOME:-}" ] || home=$HOME/.cache
   [[ ${XDG_CACHE_HOME:-} != /* ]] || home=$XDG_CACHE_HOME
-  if [ -n "$home" ] && is_usable "$home/zdv-ftp"; then
+  if [ -n "$home" ] && [[ ! $home =~ $unfit ]] && is_usable "$home/zdv-ftp"; then
     echo "$home/zdv-ftp"
   elif is_usable "$project/build/cache"; then
     echo "$project/build/cache"
@@ -85,7 +87,10 @@ apt_failed() {
 system_apt() {
   local log=$cache/apt-$1.log told="" deadline=$((SECONDS + apt_patience_s))
   ask_for_root
-  until as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y "$@" >"$log" 2>&1 </dev/null; do
+  # sudo takes the addresses of proxies away.
+  until as_root env DEBIAN_FRONTEND=noninteractive ${http_proxy:+"http_proxy=$http_proxy"} \
+    ${https_proxy:+"https_proxy=$https_proxy"} ${no_proxy:+"no_proxy=$no_proxy"} \
+    apt-get -q -y "$@" >"$log" 2>&1 </dev/null; do
     grep -qE 'Could not get lock|Unable to (lock|acquire)' "$log" || apt_failed "$log" "$cache/apt-update.log"
     [ "$SECONDS" -lt "$deadline" ] || fail "another program keeps apt busy, for $((apt_patience_s / 60)) minutes now"
     [ -n "$told" ] || say "another program uses apt: waiting for it"
