@@ -19,21 +19,27 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
-def packages(project):
-    return sorted((project / "build").glob("zdv-ftp-*.zip"))
-
-
-def setUpModule():
-    for old in packages(PROJECT):
-        old.unlink()
-    subprocess.run([PROJECT / "tools/package"], check=True)
+def make_packages(project):
+    """In a copy, so that what was made to be handed out stays."""
+    shutil.copytree(PROJECT, project, symlinks=True,
+                    ignore=lambda folder, _: ["build"] if folder == str(PROJECT) else [])
+    (project / "build").mkdir()
+    (project / "build/libraries").symlink_to((PROJECT / "build/libraries").resolve())
+    subprocess.run([project / "tools/package"], check=True)
+    return sorted((project / "build").glob("zdv-ftp-*.zip"))  # the symbols, and what is handed out
 
 
 class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        # Where programs may be run, which /tmp need not be.
+        cls.copies = Path(cls.enterClassContext(tempfile.TemporaryDirectory(dir=PROJECT / "build")))
+        cls.packages = make_packages(cls.copies / "project")
+
     def setUp(self):
-        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        self.folder = Path(self.enterContext(tempfile.TemporaryDirectory(dir=self.copies)))
         self.unpacked = self.folder / "unpacked"
-        zipfile.ZipFile(packages(PROJECT)[-1]).extractall(self.unpacked)
+        zipfile.ZipFile(self.packages[1]).extractall(self.unpacked)
 
     def run_zdv(self, *arguments):
         test = {name: os.environ["ZDV_TEST_" + name] for name in ("SERVER", "USER", "PORT", "PASSWORD", "HOME")}
@@ -51,7 +57,8 @@ class PackageTest(unittest.TestCase):
         log = PROJECT / "build/wine/drive_c/ZDV_Logfiles/ZDV_FTP_trace.log"
         shutil.rmtree(log.parent, ignore_errors=True)
         for sample in (self.unpacked / "samples").iterdir():
-            shutil.copy(sample, self.unpacked)
+            text = sample.read_text()
+            (self.unpacked / sample.name).write_text(text.replace("TraceLevel=3", "TraceLevel=4"))
         self.run_zdv("check")
         self.assertIn(":[V]:", log.read_text())
 
@@ -69,14 +76,9 @@ class PackageTest(unittest.TestCase):
                 self.run_here(WINE, "host.exe")
 
     def test_is_the_same_from_another_folder(self):
-        other = self.folder / "another project"
-        shutil.copytree(PROJECT, other, symlinks=True,
-                        ignore=lambda folder, _: ["build"] if folder == str(PROJECT) else [])
-        (other / "build").mkdir()
-        (other / "build/libraries").symlink_to((PROJECT / "build/libraries").resolve())
-        subprocess.run([other / "tools/package"], check=True)
-        for mine, others in zip(packages(PROJECT), packages(other), strict=True):
-            self.assertTrue(filecmp.cmp(mine, others, shallow=False), mine.name)
+        others = make_packages(self.copies / "another project")
+        for mine, other in zip(self.packages, others, strict=True):
+            self.assertTrue(filecmp.cmp(mine, other, shallow=False), mine.name)
 
 
 if __name__ == "__main__":
