@@ -6,7 +6,7 @@ export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly project
 readonly apt_patience_s=1800
-# Folders that windres or CMake cannot read, or that tests/sandbox lays others over
+# Folders that windres or CMake cannot read, or that tools/sandbox lays others over
 readonly unfit='['\''"\\&$;()*?<>|`]|^/(usr|etc|run)/'
 readonly unreachable='(Temporary failure resolving|Could not resolve|Could not connect|Cannot initiate the connection|Network is unreachable|Connection (failed|refused|timed out)).*'
 

@@ -1,1 +1,1 @@
-"""Real servers for the tests, one row per server and scheme. They run inside tests/sandbox."""
+"""Real servers for the tests, one row per server and scheme. They run inside tools/sandbox."""
