@@ -6,8 +6,8 @@ export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly project
 readonly apt_patience_s=1800
-# Folders that windres or CMake cannot read, or that tools/sandbox lays others over
-readonly unfit='['\''"\\&$;()*?<>|`]|^/(usr|etc|run)/'
+readonly unreadable_sign='['\''"\\&$;()*?<>|`]' # in a folder's name, by windres or CMake
+readonly hidden_folder='^/(usr|etc|run)/'        # tools/sandbox lays others over these
 readonly unreachable='(Temporary failure resolving|Could not resolve|Could not connect|Cannot initiate the connection|Network is unreachable|Connection (failed|refused|timed out)).*'
 
 say() { echo "${0##*/}: $*" >&2; }
@@ -54,7 +54,7 @@ cache_folder() {
   local home=""
   [ ! -d "${HOME:-}" ] || home=$HOME/.cache
   [[ ${XDG_CACHE_HOME:-} != /* ]] || home=$XDG_CACHE_HOME
-  if [ -n "$home" ] && [[ ! $home =~ $unfit ]] && is_usable "$home/zdv-ftp"; then
+  if [ -n "$home" ] && [[ ! $home =~ $unreadable_sign|$hidden_folder ]] && is_usable "$home/zdv-ftp"; then
     echo "$home/zdv-ftp"
   elif is_usable "$project/build/cache"; then
     echo "$project/build/cache"
