@@ -5,7 +5,7 @@
 #include "catalogue/VersionMgr.h"
 #include "common/Rollback.h"
 #include "interface/CurlCalls.h"
-#include "interface/LastError.h"
+#include "interface/Entry.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
@@ -118,11 +118,8 @@ bool UseVersion(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& 
     return LoadObjects(FC, Trace, sURL);
 }
 
-} // namespace
-
-ZDV_STATUS ObjectQueryBackup(FtpContext& FC)
+ZDV_STATUS Query(FtpContext& FC, const FunctionTrace& Trace)
 {
-    const FunctionTrace Trace(L"ObjectQueryBackup");
     Trace.Verbose(L"starting...");
     FC.m_VersionList.clear();
     FC.m_AreaObjectList.clear();
@@ -141,4 +138,21 @@ ZDV_STATUS ObjectQueryBackup(FtpContext& FC)
         return ZDV_DEVICE_ERROR;
     Trace.Verbose(L"...ending");
     return ZDV_SUCCESS;
+}
+
+} // namespace
+
+ZDV_STATUS ObjectQueryBackup(FtpContext& FC)
+{
+    const FunctionTrace Trace(L"ObjectQueryBackup");
+    try
+    {
+        return Query(FC, Trace);
+    }
+    catch (...)
+    {
+        TraceException(Trace);
+        AssignLastError(FC, ExceptionFailure());
+        return ZDV_DEVICE_ERROR;
+    }
 }

@@ -18,7 +18,7 @@ public:
 
     void SetPassword(const std::wstring& sPassword) { m_sPassword = sPassword; }
 
-    // Without a version all are listed and none is loaded. Without any as old as the one asked for that is so, too.
+    // Without a version all are listed and none is loaded; so they are when none is as old as the one asked for.
     void Open(std::optional<std::time_t> tVersion = {});
 
     // After a broken connection: opens the same version again, in a few tries with growing pauses. What it throws

@@ -1,27 +1,9 @@
 #include "stream/ResetMedia.h"
 
 #include "catalogue/BackupQuery.h"
-#include "interface/Entry.h"
+#include "common/FunctionTrace.h"
+#include "interface/LastError.h"
 #include "stream/ObjectClose.h"
-
-namespace {
-
-// An exception is a failed query: the position is reset all the same.
-ZDV_STATUS QueryBackup(FtpContext& FC)
-{
-    try
-    {
-        return ObjectQueryBackup(FC);
-    }
-    catch (...)
-    {
-        TraceException(quorvel::FunctionTrace(L"ObjectQueryBackup"));
-        AssignLastError(FC, ExceptionFailure());
-        return ZDV_DEVICE_ERROR;
-    }
-}
-
-} // namespace
 
 ZDV_STATUS ResetMedia(FtpContext& FC)
 {
@@ -37,7 +19,7 @@ ZDV_STATUS ResetMedia(FtpContext& FC)
     FC.m_uiReserveBlocks = 0;
     FC.m_bOkToWrite = true;
     Trace.Verbose(L"ObjectQueryBackup");
-    const ZDV_STATUS uiRc = QueryBackup(FC);
+    const ZDV_STATUS uiRc = ObjectQueryBackup(FC);
     FC.m_bFileMarkPending = false;
     FC.m_bAtFileMark = true;
     if (bUploadFailed)

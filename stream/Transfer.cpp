@@ -143,7 +143,7 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 
 ZDV_STATUS ConnectWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirection& Direction)
 {
-    // Made before the worker is: it could not do without, and then nobody could call this thread.
+    // Made before the worker, which could not call this thread without it.
     if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &FC.m_hHostThread,
                          THREAD_TERMINATE, FALSE, 0))
         return FailConnection(FC, Trace, Direction, GetLastError());
