@@ -32,8 +32,10 @@ def make_packages(project):
 class PackageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        # Where programs may be run, which /tmp need not be.
-        cls.copies = Path(cls.enterClassContext(tempfile.TemporaryDirectory(dir=PROJECT / "build")))
+        cls.copies = PROJECT / "build/package test"  # where programs may be run, which /tmp need not be
+        shutil.rmtree(cls.copies, ignore_errors=True)  # of a run that was killed
+        cls.copies.mkdir()
+        cls.addClassCleanup(shutil.rmtree, cls.copies)
         cls.packages = make_packages(cls.copies / "project")
 
     def setUp(self):
