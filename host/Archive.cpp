@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
 constexpr std::uint64_t MAX_SHIFTED_SIZE = std::uint64_t{3} << 30; // one call asks for less than 4 GiB
 constexpr int NS_PER_TICK = 100;
 

@@ -6,6 +6,8 @@
 #include <archive.h>
 #include <exception>
 
+inline constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20; // bytes that go from step to step at a time
+
 using ArchiveHandle = std::unique_ptr<archive, int (*)(archive*)>;
 
 class ArchiveWriter

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
 constexpr std::uint64_t EXPECTED_AREAS = 300; // leaves some for those that broken connections cost
 constexpr std::uint64_t ENTRY_SIZE = 2048;    // of an entry's headers in the archive, about
 

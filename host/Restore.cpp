@@ -6,8 +6,13 @@
 
 namespace {
 
-constexpr std::size_t PIECE_SIZE = std::size_t{1} << 20;
 constexpr const char* LOST_AREA = "its manifest, which names its files, is missing or damaged";
+
+// No pattern means everything.
+bool IsNamed(const std::vector<std::string>& Patterns, const Entry& What)
+{
+    return Patterns.empty() || MatchesAny(Patterns, What.path);
+}
 
 class Restore
 {
@@ -46,10 +51,7 @@ public:
     }
 
 private:
-    bool IsWanted(const Entry& What) const
-    {
-        return What.state != "skipped" && (m_Patterns.empty() || MatchesAny(m_Patterns, What.path));
-    }
+    bool IsWanted(const Entry& What) const { return What.state != "skipped" && IsNamed(m_Patterns, What); }
 
     void Report(const std::string& sWhat, const std::string& sProblem)
     {
@@ -180,7 +182,7 @@ ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::st
         }
         for (const Entry& What : From.Manifest.Entries)
         {
-            if (!Patterns.empty() && !MatchesAny(Patterns, What.path))
+            if (!IsNamed(Patterns, What))
                 continue;
             bAny = true;
             ShowEntry(What);
