@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr std::uint64_t MAX_SHIFTED_SIZE = std::uint64_t{3} << 30; // one call asks for less than 4 GiB
 constexpr int NS_PER_TICK = 100;
 
 using EntryHandle = std::unique_ptr<archive_entry, decltype(&archive_entry_free)>;
@@ -17,16 +16,18 @@ EntryHandle ToArchive(const Entry& What)
     };
     EntryHandle Filled(archive_entry_new(), archive_entry_free);
     archive_entry* const pEntry = Filled.get();
-    archive_entry_set_pathname(pEntry, (What.path + (What.type == "folder" ? "/" : "")).c_str());
+    archive_entry_set_pathname(pEntry, (What.path + (What.type == Kind::Folder ? "/" : "")).c_str());
     archive_entry_set_mtime(pEntry, What.mtime / TICKS_PER_SECOND, Nanoseconds(What.mtime));
     archive_entry_set_birthtime(pEntry, What.created / TICKS_PER_SECOND, Nanoseconds(What.created));
     archive_entry_set_fflags(pEntry, What.attributes, 0);
-    archive_entry_set_perm(pEntry, What.type == "folder" ? 0755 : 0644);
+    archive_entry_set_perm(pEntry, What.type == Kind::Folder ? 0755 : 0644);
     archive_entry_set_size(pEntry, static_cast<la_int64_t>(What.size));
-    archive_entry_set_filetype(pEntry, What.type == "file" ? AE_IFREG : What.IsLink() ? AE_IFLNK : AE_IFDIR);
+    archive_entry_set_filetype(pEntry, What.type == Kind::File ? AE_IFREG
+                                       : What.IsLink()         ? AE_IFLNK
+                                                               : AE_IFDIR);
     if (What.IsLink())
     {
-        const bool bFile = What.type == "link";
+        const bool bFile = What.type == Kind::FileLink;
         archive_entry_set_symlink(pEntry, What.link.c_str());
         archive_entry_set_symlink_type(pEntry, bFile ? AE_SYMLINK_TYPE_FILE : AE_SYMLINK_TYPE_DIRECTORY);
     }
@@ -107,7 +108,6 @@ void ArchiveWriter::Take(std::span<const std::byte> Data)
 void ArchiveWriter::Flush(std::size_t uiSize)
 {
     m_Drive.Write(std::span(m_Buffer).first(uiSize));
-    m_uiFlushed += uiSize;
     m_Buffer.erase(m_Buffer.begin(), m_Buffer.begin() + static_cast<std::ptrdiff_t>(uiSize));
 }
 
@@ -149,16 +149,7 @@ ArchiveReader::ArchiveReader(Session& Server, const Area& From)
 
 void ArchiveReader::Open()
 {
-    std::uint64_t uiSize = ZDV_BLOCK_SIZE;
-    if (IsHeader(m_Area.uiData))
-    {
-        // An object before it is missing. The module reads what stands in a header's place with one call.
-        uiSize = m_Area.Manifest.First.data;
-        if (uiSize == 0 || uiSize > MAX_SHIFTED_SIZE)
-            throw UnreadableObject(
-                "an object before it is missing, so it cannot be read; put an empty file in its place");
-    }
-    m_Block.resize(uiSize);
+    m_Block.resize(ZDV_BLOCK_SIZE);
     m_uiBlockStart = 0;
     m_uiBlockSize = 0;
     m_bEnded = false;

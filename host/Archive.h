@@ -18,7 +18,6 @@ public:
     ArchiveWriter& operator=(const ArchiveWriter&) = delete;
 
     std::uint64_t Size() const; // of the archive so far
-    std::uint64_t ObjectSize() const { return m_uiFlushed; }
 
     void Begin(const Entry& What);
     void Write(std::span<const std::byte> Data); // of the entry that was begun
@@ -33,7 +32,6 @@ private:
 
     Device& m_Drive;
     Block m_Buffer;
-    std::uint64_t m_uiFlushed = 0;
     std::exception_ptr m_pError;
     ArchiveHandle m_Archive;
 };

@@ -29,8 +29,8 @@ class Backup
 {
 public:
     Backup(Session& Server, const CommandLine& Given, SourceTree Tree)
-        : m_Server(Server), m_Paths(Given.Paths), m_uiAreaSize(Given.uiAreaSize << 20),
-          m_bVerify(Given.bVerify), m_Tree(std::move(Tree))
+        : m_Server(Server), m_Paths(Given.Paths), m_Excluded(Given.Excluded),
+          m_uiAreaSize(Given.uiAreaSize << 20), m_bVerify(Given.bVerify), m_Tree(std::move(Tree))
     {
         constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
         if (fmt::format("{}", fmt::join(m_Paths, "   ")).size() > MAX_PATHS_SIZE)
@@ -39,7 +39,7 @@ public:
         for (SourceTree Ahead = m_Tree; const std::optional<DiskEntry> Found = Ahead.Next(); ++uiEntries)
         {
             CheckInterrupt();
-            m_Expected.files += Found->What.type == "file";
+            m_Expected.files += Found->What.type == Kind::File;
             m_Expected.bytes += Found->What.size;
         }
         // Two areas in a row hold more than one area's size.
@@ -75,10 +75,10 @@ private:
     // Throws when the version is not complete; not when the user stopped it.
     void Write()
     {
-        m_Expected.zdv = "volume";
+        m_Expected.zdv = RecordKind::Volume;
         m_Expected.id = m_Saved.id;
         m_Expected.paths = m_Paths;
-        m_Expected.areas = static_cast<std::uint32_t>(m_Expected.bytes / m_uiAreaSize) + 1;
+        m_Expected.excludes = m_Excluded;
         m_tVersion = BeginVersion(m_Server, m_Expected);
         m_Server.Drive().MoveToEnd();
         bool bBroken = false;
@@ -126,19 +126,18 @@ private:
         ++m_uiObject;
     }
 
-    void WriteManifest(const char* pState)
+    void WriteManifest(AreaState enState)
     {
-        m_Saved.state = pState;
+        m_Saved.state = enState;
         m_Saved.area = Area();
         m_Saved.abandoned.assign(m_Abandoned.begin(), m_Abandoned.end());
-        m_Saved.data = m_Archive ? m_Archive->ObjectSize() : 0;
         WriteObject(ToLine(m_Saved) + m_sEntries);
     }
 
     bool HasRoomFor(const Entry& What) const
     {
         return m_Archive->Size() == 0 ||
-               (m_Archive->Size() + What.size <= m_uiAreaSize && m_sEntries.size() < MAX_RECORD_SIZE / 2);
+               (m_Archive->Size() + What.size <= m_uiAreaSize && m_sEntries.size() < MANIFEST_SIZE);
     }
 
     void WriteArea()
@@ -149,7 +148,7 @@ private:
                             "larger --area-size",
                             MAX_AREAS));
         m_sEntries.clear();
-        WriteObject(ToLine(Head{.zdv = "area", .id = m_Saved.id, .paths = m_Paths, .area = Area()}));
+        WriteObject(ToLine(Head{.zdv = RecordKind::Area, .id = m_Saved.id, .area = Area()}));
         m_Archive.emplace(m_Server.Drive());
         try
         {
@@ -167,7 +166,7 @@ private:
             m_Archive->CutOff();
         }
         ++m_uiObject;
-        WriteManifest(m_bStopped ? "stopped" : m_Next ? "partial" : "complete");
+        WriteManifest(m_bStopped ? AreaState::Stopped : m_Next ? AreaState::Partial : AreaState::Complete);
     }
 
     void WriteEntry(DiskEntry& Found)
@@ -176,24 +175,24 @@ private:
         Entry& What = Found.What;
         m_Progress.Begin(What.path);
         const FileHandle hFile = Open(Found);
-        if (What.state.empty())
+        if (What.state == State::Saved)
         {
             What.offset = m_Archive->Size();
             m_Archive->Begin(What);
             if (hFile)
                 WriteData(hFile.get(), Found);
             m_Archive->End(); // fills up what a damaged file lacks
-            m_Saved.files += What.type == "file";
-            m_Saved.folders += What.type == "folder";
+            m_Saved.files += What.type == Kind::File;
+            m_Saved.folders += What.type == Kind::Folder;
             m_Saved.links += What.IsLink();
             m_Saved.bytes += What.size;
             m_uiEncrypted += Found.bEncrypted;
-            m_uiWithStreams += What.type == "file" && HasStreams(Found.sFile);
+            m_uiWithStreams += What.type == Kind::File && HasStreams(Found.sFile);
         }
-        if (!What.state.empty())
+        if (What.state != State::Saved)
         {
             ++m_Saved.problems;
-            Complain("Not saved as it is ({}): {}: {}", What.state, Quoted(What.path), What.problem);
+            Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path), What.problem);
         }
         m_sEntries += ToLine(What);
     }
@@ -202,7 +201,7 @@ private:
     static FileHandle Open(DiskEntry& Found)
     {
         Entry& What = Found.What;
-        if (!What.state.empty() || What.type != "file")
+        if (What.state != State::Saved || What.type != Kind::File)
             return nullptr;
         try
         {
@@ -214,7 +213,7 @@ private:
         }
         catch (const FileError& Error)
         {
-            What.state = "skipped";
+            What.state = State::Skipped;
             What.problem = Error.what();
             return nullptr;
         }
@@ -223,8 +222,8 @@ private:
     void WriteData(HANDLE hFile, DiskEntry& Found)
     {
         Entry& What = Found.What;
-        const auto Tell = [&](const char* pState, const FileError& Error) {
-            What.state = pState;
+        const auto Tell = [&](State enState, const FileError& Error) {
+            What.state = enState;
             What.problem = Error.what();
         };
         Sha256 Hash;
@@ -233,10 +232,10 @@ private:
             DWORD dwRead = 0;
             const auto dwWanted = static_cast<DWORD>(std::min<std::uint64_t>(uiLeft, PIECE_SIZE));
             if (!ReadFile(hFile, m_Piece.data(), dwWanted, &dwRead, nullptr))
-                return Tell("damaged",
+                return Tell(State::Damaged,
                             FileError(Found.sFile, "could not be read to its end", GetLastError()));
             if (dwRead == 0)
-                return Tell("damaged", FileError(Found.sFile, "shrank while it was being read"));
+                return Tell(State::Damaged, FileError(Found.sFile, "shrank while it was being read"));
             const std::span<const std::byte> Read = std::span(m_Piece).first(dwRead);
             Hash.Add(Read);
             m_Archive->Write(Read);
@@ -247,7 +246,7 @@ private:
         What.sha256 = Hash.Finish();
         const Entry Now = FactsOf(hFile, Found.sFile);
         if (Now.size != What.size || Now.mtime != What.mtime)
-            Tell("changed", FileError(Found.sFile, "was changed while it was being read"));
+            Tell(State::Changed, FileError(Found.sFile, "was changed while it was being read"));
     }
 
     // What the server has kept of the object that failed is not known: nothing, a part or all of it.
@@ -271,17 +270,18 @@ private:
             ++m_uiObject;
         }
         if (!IsHeader(m_uiObject))
-            WriteManifest("abandoned");
+            WriteManifest(AreaState::Abandoned);
     }
 
     Session& m_Server;
     std::vector<std::string> m_Paths;
+    std::vector<std::string> m_Excluded;
     std::uint64_t m_uiAreaSize;
     bool m_bVerify;
     SourceTree m_Tree;
     std::optional<DiskEntry> m_Next;
     Head m_Expected;
-    Head m_Saved{.zdv = "manifest", .id = RandomId(), .computer = ComputerName()};
+    Head m_Saved{.zdv = RecordKind::Manifest, .id = RandomId(), .computer = ComputerName()};
     Progress m_Progress;
 
     std::time_t m_tVersion = 0;

@@ -35,7 +35,7 @@ std::int64_t Since1970(FILETIME Time)
 template <typename Info> Entry FactsFrom(const Info& Data)
 {
     const bool bFolder = (Data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    return {.type = bFolder ? "folder" : "file",
+    return {.type = bFolder ? Kind::Folder : Kind::File,
             .size = bFolder ? 0 : Join(Data.nFileSizeHigh, Data.nFileSizeLow),
             .mtime = Since1970(Data.ftLastWriteTime),
             .created = Since1970(Data.ftCreationTime),
@@ -59,7 +59,7 @@ DiskEntry ToEntry(const std::wstring& sFile, const WIN32_FIND_DATAW& Data)
                     .What = FactsFrom(Data)};
     Found.What.path = ToUtf8(Data.cFileName);
     if (IsLink(Data))
-        Found.What.type = Found.What.type == "folder" ? "folderlink" : "link";
+        Found.What.type = Found.What.type == Kind::Folder ? Kind::FolderLink : Kind::FileLink;
     if (Found.What.IsLink())
         Found.What.size = 0;
     return Found;

@@ -23,14 +23,33 @@ bool IsSafePart(std::wstring_view sPart)
     return sPart.size() <= MAX_LENGTH && std::regex_match(sPart.begin(), sPart.end(), SAFE);
 }
 
+// After a mismatch the last star takes one character more; those before it need not be tried again.
 bool Matches(std::wstring_view sPattern, std::wstring_view sText)
 {
-    if (sPattern.empty())
-        return sText.empty();
-    if (sPattern.front() == L'*')
-        return Matches(sPattern.substr(1), sText) || (!sText.empty() && Matches(sPattern, sText.substr(1)));
-    return !sText.empty() && (sPattern.front() == L'?' || sPattern.front() == sText.front()) &&
-           Matches(sPattern.substr(1), sText.substr(1));
+    std::size_t uiPattern = 0;
+    std::size_t uiText = 0;
+    std::size_t uiStar = sPattern.npos;
+    std::size_t uiStarText = 0;
+    while (uiText < sText.size())
+        if (uiPattern < sPattern.size() && sPattern[uiPattern] == L'*')
+        {
+            uiStar = uiPattern++;
+            uiStarText = uiText;
+        }
+        else if (uiPattern < sPattern.size() &&
+                 (sPattern[uiPattern] == L'?' || sPattern[uiPattern] == sText[uiText]))
+        {
+            ++uiPattern;
+            ++uiText;
+        }
+        else if (uiStar != sPattern.npos)
+        {
+            uiPattern = uiStar + 1;
+            uiText = ++uiStarText;
+        }
+        else
+            return false;
+    return sPattern.find_first_not_of(L'*', uiPattern) == sPattern.npos;
 }
 
 } // namespace
@@ -55,22 +74,42 @@ std::wstring CaseFolded(const std::string& sText)
     return sFolded;
 }
 
-bool MatchesAny(const std::vector<std::string>& Patterns, const std::string& sTapeName)
+Patterns::Patterns(const std::vector<std::string>& Given)
+{
+    for (const std::string& sGiven : Given)
+    {
+        std::wstring sFolded = CaseFolded(sGiven);
+        std::ranges::replace(sFolded, L'\\', L'/');
+        sFolded.erase(sFolded.find_last_not_of(L'/') + 1);
+        const bool bWhole = sFolded.find(L'/') != sFolded.npos;
+        m_All.push_back({sGiven, sFolded, bWhole, false});
+    }
+}
+
+bool Patterns::Match(const std::string& sTapeName)
 {
     const std::wstring sName = CaseFolded(sTapeName);
-    for (const std::string& sGiven : Patterns)
+    bool bAny = false;
+    for (std::size_t uiStart = 0, uiEnd = 0; uiEnd < sName.size(); uiStart = uiEnd + 1)
     {
-        std::wstring sPattern = CaseFolded(sGiven);
-        std::ranges::replace(sPattern, L'\\', L'/');
-        sPattern.erase(sPattern.find_last_not_of(L'/') + 1);
-        const bool bWhole = sPattern.find(L'/') != sPattern.npos;
-        for (std::size_t uiStart = 0, uiEnd = 0; uiEnd < sName.size(); uiStart = uiEnd + 1)
+        uiEnd = std::min(sName.find(L'/', uiStart), sName.size());
+        for (Pattern& Each : m_All) // all of them, since each is told whether it has matched
         {
-            uiEnd = std::min(sName.find(L'/', uiStart), sName.size());
-            const std::size_t uiFrom = bWhole ? 0 : uiStart;
-            if (Matches(sPattern, std::wstring_view(sName).substr(uiFrom, uiEnd - uiFrom)))
-                return true;
+            const std::size_t uiFrom = Each.bWhole ? 0 : uiStart;
+            const bool bMatch =
+                Matches(Each.sFolded, std::wstring_view(sName).substr(uiFrom, uiEnd - uiFrom));
+            Each.bMatched = Each.bMatched || bMatch;
+            bAny = bAny || bMatch;
         }
     }
-    return false;
+    return bAny;
+}
+
+std::vector<std::string> Patterns::Unmatched() const
+{
+    std::vector<std::string> Found;
+    for (const Pattern& Each : m_All)
+        if (!Each.bMatched)
+            Found.push_back(Each.sGiven);
+    return Found;
 }

@@ -10,7 +10,25 @@ std::wstring RelativePath(const std::string& sTapeName);
 
 std::wstring CaseFolded(const std::string& sText);
 
-// Whether a name, or a folder that it lies in, is meant by one of the patterns: "*" and "?" as everywhere, in any
-// case, "/" or "\" between folders. A pattern with several parts is that of a whole name, one without is that of
-// a last part: "*.tmp", "Documents/Letters", "C/Users/*/AppData".
-bool MatchesAny(const std::vector<std::string>& Patterns, const std::string& sTapeName);
+// What a user typed: "*" and "?" in any case, "/" or "\" between folders. A pattern with several parts is that of a
+// whole name, and its "*" and "?" mean any character, "/" too; one without is that of a last part: "*.tmp",
+// "Documents/Letters", "C/Users/*/AppData".
+class Patterns
+{
+public:
+    explicit Patterns(const std::vector<std::string>& Given);
+
+    bool Empty() const { return m_All.empty(); }
+    bool Match(const std::string& sTapeName);   // the name, or a folder that it lies in
+    std::vector<std::string> Unmatched() const; // those that no name has matched so far
+
+private:
+    struct Pattern
+    {
+        std::string sGiven;
+        std::wstring sFolded;
+        bool bWhole;
+        bool bMatched;
+    };
+    std::vector<Pattern> m_All;
+};

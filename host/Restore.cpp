@@ -9,17 +9,13 @@ namespace {
 constexpr const char* LOST_AREA = "its manifest, which names its files, is missing or damaged";
 
 // No pattern means everything.
-bool IsNamed(const std::vector<std::string>& Patterns, const Entry& What)
-{
-    return Patterns.empty() || MatchesAny(Patterns, What.path);
-}
+bool IsNamed(Patterns& Wanted, const Entry& What) { return Wanted.Empty() || Wanted.Match(What.path); }
 
 class Restore
 {
 public:
-    Restore(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns,
-            TargetFolder* pTarget)
-        : m_Server(Server), m_Tape(Tape), m_Patterns(Patterns), m_pTarget(pTarget)
+    Restore(Session& Server, const Volume& Tape, const std::vector<std::string>& Given, TargetFolder* pTarget)
+        : m_Server(Server), m_Tape(Tape), m_Wanted(Given), m_pTarget(pTarget)
     {
     }
 
@@ -42,7 +38,7 @@ public:
                 Report(fmt::format("area {}", uiArea), LOST_AREA);
         for (bool bMore = m_pTarget != nullptr; bMore;)
             Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(); });
-        if (!m_Patterns.empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
+        if (!m_Wanted.Empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
             Report("anything", "no name in this backup matches");
         Say("{} {} and {} folders and links, {}{}.", m_pTarget == nullptr ? "Compared" : "Restored",
             CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
@@ -51,7 +47,7 @@ public:
     }
 
 private:
-    bool IsWanted(const Entry& What) const { return What.state != "skipped" && IsNamed(m_Patterns, What); }
+    bool IsWanted(const Entry& What) { return What.state != State::Skipped && IsNamed(m_Wanted, What); }
 
     void Report(const std::string& sWhat, const std::string& sProblem)
     {
@@ -93,13 +89,13 @@ private:
         const auto Read = [&] {
             m_Progress.GoBack(uiBefore);
             Archive.Find(What);
-            if (m_pTarget != nullptr && What.state == "damaged")
+            if (m_pTarget != nullptr && What.state == State::Damaged)
                 throw TapeError("when it was backed up, " + What.problem);
-            if (What.type == "file")
+            if (What.type == Kind::File)
                 ReadFile(Archive, What);
             else if (m_pTarget != nullptr)
                 What.IsLink() ? m_pTarget->CreateLink(What) : m_pTarget->CreateFolder(What);
-            ++(What.type == "file" ? m_uiFiles : m_uiOthers);
+            ++(What.type == Kind::File ? m_uiFiles : m_uiOthers);
         };
         Attempt(Quoted(What.path), [&] {
             if (!sLost.empty())
@@ -140,7 +136,7 @@ private:
 
     Session& m_Server;
     const Volume& m_Tape;
-    const std::vector<std::string>& m_Patterns;
+    Patterns m_Wanted;
     TargetFolder* m_pTarget;
     Progress m_Progress;
     Block m_Piece = Block(PIECE_SIZE);
@@ -151,28 +147,31 @@ private:
 
 void ShowEntry(const Entry& What)
 {
-    const bool bSkipped = What.state == "skipped";
-    const std::string sSize = bSkipped ? "" : What.type == "file" ? std::to_string(What.size) : What.type;
+    const bool bSkipped = What.state == State::Skipped;
+    const std::string sSize = bSkipped                  ? ""
+                              : What.type == Kind::File ? std::to_string(What.size)
+                                                        : TextOf(What.type);
     std::string sLine =
         fmt::format("{:<19} {:>16}  {}", bSkipped ? "not saved" : VersionText(What.mtime / TICKS_PER_SECOND),
                     sSize, What.path + (What.link.empty() ? "" : " -> " + What.link));
-    if (!What.state.empty())
-        sLine += fmt::format("  ({}: {})", What.state, What.problem);
+    if (What.state != State::Saved)
+        sLine += fmt::format("  ({}: {})", TextOf(What.state), What.problem);
     Say("{}", Printable(sLine));
 }
 
 } // namespace
 
-ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns,
+ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
                      TargetFolder* pTarget)
 {
-    return Restore(Server, Tape, Patterns, pTarget).Run();
+    return Restore(Server, Tape, Given, pTarget).Run();
 }
 
-ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns)
+ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given)
 {
     ExitCode enCode = ExitCode::Done;
-    bool bAny = Patterns.empty();
+    Patterns Wanted(Given);
+    bool bAny = Wanted.Empty();
     for (const auto& [uiArea, From] : FindAreas(Server, Tape))
     {
         if (!From.Manifest.Intact())
@@ -182,7 +181,7 @@ ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::st
         }
         for (const Entry& What : From.Manifest.Entries)
         {
-            if (!IsNamed(Patterns, What))
+            if (!IsNamed(Wanted, What))
                 continue;
             bAny = true;
             ShowEntry(What);

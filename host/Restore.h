@@ -6,8 +6,8 @@
 #include "host/Target.h"
 
 // Without a target nothing is written. Throws when nothing further can be read.
-ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns,
+ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
                      TargetFolder* pTarget);
 
 // Shows the entries from the manifests alone.
-ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Patterns);
+ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given);

@@ -1,6 +1,5 @@
 #include "host/Source.h"
 
-#include "host/Names.h"
 #include "host/Text.h"
 
 #include <algorithm>
@@ -31,12 +30,12 @@ void SourceTree::AddNamed(const std::string& sPath, bool bAlone)
     {
         if (bAlone)
             return AddContent(sFile, "");
-        Found = {.sFile = sFile, .What = {.type = "folder"}};
+        Found = {.sFile = sFile, .What = {.type = Kind::Folder}};
     }
     if (!Found || sFile.find_first_of(L"*?", sFile.find_last_of(L'\\')) != sFile.npos)
         throw FileError(sFile, "cannot be found");
-    if (Found->What.type == "folderlink" && (sPath.ends_with('\\') || sPath.ends_with('/')))
-        Found->What.type = "folder"; // what it leads to is meant
+    if (Found->What.type == Kind::FolderLink && (sPath.ends_with('\\') || sPath.ends_with('/')))
+        Found->What.type = Kind::Folder; // what it leads to is meant
     const std::wstring sName = sFile.substr(0, sFile.find_last_not_of(LR"(:\)") + 1);
     Found->What.path = ToUtf8(sName.substr(sName.find_last_of(L'\\') + 1));
     m_Ahead.push_back(*std::move(Found));
@@ -52,7 +51,7 @@ void SourceTree::AddContent(const std::wstring& sFolder, const std::string& sPat
 
 std::optional<DiskEntry> SourceTree::Next()
 {
-    const auto IsExcluded = [&] { return MatchesAny(m_Excluded, m_Ahead.back().What.path); };
+    const auto IsExcluded = [&] { return m_Excluded.Match(m_Ahead.back().What.path); };
     while (!m_Ahead.empty() && IsExcluded())
         m_Ahead.pop_back();
     if (m_Ahead.empty())
@@ -69,12 +68,12 @@ std::optional<DiskEntry> SourceTree::Next()
             throw FileError(Found.sFile, "has a name that is not Unicode");
         if (What.IsLink())
             What.link = ReadLink(Found.sFile);
-        else if (What.type == "folder")
+        else if (What.type == Kind::Folder)
             AddContent(Found.sFile, What.path);
     }
     catch (const std::exception& Error)
     {
-        What.state = "skipped";
+        What.state = State::Skipped;
         What.problem = Error.what();
     }
     return Found;

@@ -8,9 +8,32 @@
 
 using Json = nlohmann::json;
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Head, zdv, id, state, computer, program, started, format,
-                                                zone, paths, areas, area, abandoned, data, files, folders,
-                                                links, bytes, problems)
+// What has no name here is read as the first one.
+NLOHMANN_JSON_SERIALIZE_ENUM(Kind, {{Kind::Unknown, nullptr},
+                                    {Kind::File, "file"},
+                                    {Kind::Folder, "folder"},
+                                    {Kind::FileLink, "link"},
+                                    {Kind::FolderLink, "folderlink"}})
+NLOHMANN_JSON_SERIALIZE_ENUM(State, {{State::Unknown, nullptr},
+                                     {State::Saved, ""},
+                                     {State::Changed, "changed"},
+                                     {State::Damaged, "damaged"},
+                                     {State::Skipped, "skipped"},
+                                     {State::NotHere, "not here"},
+                                     {State::Noted, "noted"}})
+NLOHMANN_JSON_SERIALIZE_ENUM(RecordKind, {{RecordKind::Unknown, nullptr},
+                                          {RecordKind::Volume, "volume"},
+                                          {RecordKind::Area, "area"},
+                                          {RecordKind::Manifest, "manifest"},
+                                          {RecordKind::Check, "check"}})
+NLOHMANN_JSON_SERIALIZE_ENUM(AreaState, {{AreaState::Unknown, nullptr},
+                                         {AreaState::Partial, "partial"},
+                                         {AreaState::Complete, "complete"},
+                                         {AreaState::Stopped, "stopped"},
+                                         {AreaState::Abandoned, "abandoned"}})
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Head, zdv, id, state, computer, program, format, paths,
+                                                excludes, area, abandoned, files, folders, links, bytes,
+                                                problems)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, created, attributes, link,
                                                 offset, sha256, state, problem)
 
@@ -80,7 +103,7 @@ Record Parse(std::string_view sText)
 std::optional<Area> FindArea(Session& Server, std::uint32_t uiFirst, const std::string& sId)
 {
     const auto IsManifest = [&](const std::optional<Record>& Read) {
-        return Read && Read->First.zdv == "manifest" && (sId.empty() || Read->First.id == sId);
+        return Read && Read->First.zdv == RecordKind::Manifest && (sId.empty() || Read->First.id == sId);
     };
     std::uint32_t uiObject = uiFirst + 2;
     std::optional<Record> Manifest = ReadRecord(Server, uiObject);
@@ -94,6 +117,15 @@ std::optional<Area> FindArea(Session& Server, std::uint32_t uiFirst, const std::
 
 std::string ToLine(const Head& First) { return WithoutDefaults(First); }
 std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
+
+std::string TextOf(Kind enKind)
+{
+    return Json(enKind).is_null() ? "unknown" : Json(enKind).get<std::string>();
+}
+std::string TextOf(State enState)
+{
+    return Json(enState).is_null() ? "unknown" : Json(enState).get<std::string>();
+}
 
 void WriteRecord(Device& Drive, std::string sLines)
 {
@@ -126,10 +158,10 @@ Volume LookAt(Session& Server)
 {
     Volume Found{.Header = ReadRecord(Server, VOLUME_HEADER).value_or(Record()),
                  .Last = ReadRecord(Server, LAST_OBJECT).value_or(Record())};
-    const std::string& sKind = Found.Header.First.zdv;
-    if (Found.Header.Intact() && sKind != "volume" && sKind != "check")
+    const RecordKind enKind = Found.Header.First.zdv;
+    if (Found.Header.Intact() && enKind != RecordKind::Volume && enKind != RecordKind::Check)
         Found.Header = {};
-    if (Found.Last.First.zdv != "manifest")
+    if (Found.Last.First.zdv != RecordKind::Manifest)
         Found.Last = {};
     return Found;
 }

@@ -11,12 +11,10 @@
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
 // which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that
 // are 0 or empty are left out.
-//   "volume"    format, program, computer, started (local time), zone (minutes east of UTC), paths, and what the
-//               backup is expected to hold: files, bytes, areas
-//   "area"      area (its number), paths
-//   "manifest"  the trailer: area, state, data (bytes of the area data); computer, files, folders, links, bytes,
-//               problems: of the backup so far; abandoned: the areas that do not count. Then a line for each
-//               entry, in the order of the archive.
+//   "volume"    format, program, computer, paths, excludes, and what the backup is expected to hold: files, bytes
+//   "area"      area (its number)
+//   "manifest"  the trailer: area, state; computer, files, folders, links, bytes, problems: of the backup so far;
+//               abandoned: the areas that do not count. Then a line for each entry, in the order of the archive.
 //   "check"     in object 1, alone in its version: a test of the server
 //
 // An area counts when its manifest is there; a backup is complete when the last one's state says "complete"
@@ -34,28 +32,44 @@
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
 inline constexpr std::uint32_t LAST_OBJECT = 0;
 inline constexpr std::uint32_t MAX_AREAS = 332; // an object's number has three digits
-inline constexpr std::size_t MAX_RECORD_SIZE = std::size_t{1} << 30;
+inline constexpr std::size_t MAX_RECORD_SIZE = std::size_t{512} << 20;
+inline constexpr std::size_t MANIFEST_SIZE = std::size_t{32} << 20; // of lines, at which an area is ended
 
 constexpr std::uint32_t HeaderObject(std::uint32_t uiArea) { return 3 * uiArea - 1; }
 constexpr std::uint32_t AreaOf(std::uint32_t uiObject) { return (uiObject + 1) / 3; }
 constexpr bool IsHeader(std::uint32_t uiObject) { return uiObject % 3 == 2; }
 
+enum class RecordKind
+{
+    Unknown,
+    Volume,
+    Area,
+    Manifest,
+    Check,
+};
+
+enum class AreaState
+{
+    Unknown,
+    Partial,
+    Complete,
+    Stopped,
+    Abandoned,
+};
+
 // A record's first line: its members have the names that they have there.
 struct Head
 {
-    std::string zdv{};
+    RecordKind zdv = RecordKind::Unknown;
     std::string id{};
-    std::string state{};
+    AreaState state = AreaState::Unknown;
     std::string computer{};
     std::string program{};
-    std::string started{};
     int format = 0;
-    int zone = 0;
     std::vector<std::string> paths{};
-    std::uint32_t areas = 0;
+    std::vector<std::string> excludes{};
     std::uint32_t area = 0;
     std::vector<std::uint32_t> abandoned{};
-    std::uint64_t data = 0;
     std::uint64_t files = 0;
     std::uint64_t folders = 0;
     std::uint64_t links = 0;
@@ -66,6 +80,10 @@ struct Head
 // As JSON, with its line feed. What is 0 or empty is left out.
 std::string ToLine(const Head& First);
 std::string ToLine(const Entry& What);
+
+// As on the tape: "folderlink", "skipped".
+std::string TextOf(Kind enKind);
+std::string TextOf(State enState);
 
 struct Record
 {
@@ -87,7 +105,7 @@ struct Volume
     Record Header{};
     Record Last{}; // the manifest that ends the tape
 
-    bool Complete() const { return Last.First.state == "complete"; }
+    bool Complete() const { return Last.First.state == AreaState::Complete; }
 };
 Volume LookAt(Session& Server);
 

@@ -85,7 +85,7 @@ void TargetFolder::CreateLink(const Entry& What)
     if (!DeleteFileW(
             sPath.c_str())) // one that may be replaced; a folder that holds something stays and is told
         RemoveDirectoryW(sPath.c_str());
-    ::CreateLink(sPath, What.link, What.type == "folderlink");
+    ::CreateLink(sPath, What.link, What.type == Kind::FolderLink);
     SetFacts(What, sPath);
     m_sEnsured.clear();
 }

@@ -58,8 +58,6 @@ std::time_t BeginVersion(Session& Server, Head Header)
         Header.format = 1;
         Header.program = PROGRAM;
         Header.computer = ComputerName();
-        Header.started = VersionText(tNow);
-        Header.zone = ZoneMinutes(tNow);
         Drive.BeginVersion();
         WriteRecord(Drive, ToLine(Header));
         const std::time_t tVersion = Drive.Versions().back();
@@ -81,7 +79,7 @@ std::string StateText(const Volume& Tape)
 {
     const Record& Facts = Tape.Last.Intact() ? Tape.Last : Tape.Header;
     const std::string sComputer = Facts.Intact() ? Printable(Facts.First.computer) : "unknown computer";
-    const bool bCheck = Tape.Header.First.zdv == "check";
+    const bool bCheck = Tape.Header.First.zdv == RecordKind::Check;
     std::string sText = fmt::format("{:<12}{}",
                                     bCheck            ? "check"
                                     : Tape.Complete() ? "complete"
@@ -106,7 +104,7 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
         std::optional<Volume> Tape = TryVersion(Server, tVersion);
         if (Tape && (Tape->Complete() || tVersion == tAt))
             return {tVersion, *std::move(Tape)};
-        if (Tape && Tape->Header.First.zdv != "check")
+        if (Tape && Tape->Header.First.zdv != RecordKind::Check)
             Complain("Passed over: {}  {}", VersionText(tVersion), StateText(*Tape));
     }
     throw std::runtime_error(
@@ -127,7 +125,7 @@ ExitCode ShowVersions(Session& Server)
 void CheckByWriting(Session& Server)
 {
     const ULONGLONG uiStart = GetTickCount64();
-    const std::time_t tVersion = BeginVersion(Server, {.zdv = "check", .id = RandomId()});
+    const std::time_t tVersion = BeginVersion(Server, {.zdv = RecordKind::Check, .id = RandomId()});
     const std::uint64_t uiMilliseconds = std::max<std::uint64_t>(GetTickCount64() - uiStart, 1);
     Say("Written, found again and read back: a version of one block, of {}, in {} ms, {}/s. It stays there.",
         VersionText(tVersion), uiMilliseconds,
