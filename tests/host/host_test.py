@@ -417,7 +417,7 @@ class HostTest(unittest.TestCase):
         self.assertIn(b"refuses the login", shown)
         self.assertNotIn(os.environ["ZDV_TEST_PASSWORD"].encode(), shown)
 
-    @unittest.skipUnless(os.environ["ZDV_TEST_PROGRAM"] == "ProFtpd", "needs a server that can hide folders")
+    @unittest.skipUnless("ftpaccess" in os.environ["ZDV_TEST_TRAITS"], "needs a server that can hide folders")
     def test_a_listing_that_names_no_folders(self):
         self.run_host(DONE, "check")
         (STORE / self.root / ".ftpaccess").write_text("HideFiles ^ZELT_\n")
@@ -528,7 +528,8 @@ def main():
     with subprocess.Popen([arguments.wine, "cmd.exe", "/c", "pause"], stdin=subprocess.PIPE,
                           stdout=subprocess.PIPE) as waiting:
         waiting.stdout.read(1)
-        unittest.main(argv=[sys.argv[0], *rest])
+        result = unittest.main(argv=[sys.argv[0], *rest], exit=False).result
+        sys.exit(not result.wasSuccessful() or result.testsRun == 0)
 
 
 if __name__ == "__main__":

@@ -25,6 +25,8 @@ AllowOverwrite on
 
 
 class ProFtpd(Server):
+    traits = ("ftpaccess",)  # settings in a file of that name, such as what a listing leaves out
+
     def command(self):
         passwd, config = ROOT / "proftpd.passwd", ROOT / "proftpd.conf"
         passwd.touch(mode=0o600)

@@ -51,6 +51,7 @@ class Server:
     """A subclass writes its configuration and gives the command that stays in the foreground."""
 
     rights = {}  # capabilities, and their bits, that it needs and containers lack
+    traits = ()  # what it does unlike others, for tests that depend on it
 
     def __init__(self, site):
         self.site = site

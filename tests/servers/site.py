@@ -12,8 +12,6 @@ ROOT = Path("/run/zelt")
 CAN_MOUNT = os.environ.get("ZDV_SANDBOX") != "container"
 PASSWORD = "Band & 7%41@:/?"
 SMALL_FOLDER_SIZE = 1 << 20
-MODULE_LOGS = Path(__file__).resolve().parents[2] / "build/release/bin/Logfiles"
-MOST_LINES = 2000
 
 
 class Site:
@@ -67,12 +65,6 @@ class Site:
         if not key.exists():
             _run("ssh-keygen", "-q", "-t", kind, "-N", "", "-f", str(key))
         return key
-
-    def print_logs(self, stream):
-        """The server's, and the end of the module's, which a private folder takes along."""
-        for file in [*sorted(self.logs.iterdir()), *MODULE_LOGS.glob("*.log")]:
-            lines = file.read_text(errors="replace").splitlines()[-MOST_LINES:]
-            print(f"--- {file.name}", *lines, sep="\n", file=stream)
 
 
 def _add_account(passwd_line, password_hash):

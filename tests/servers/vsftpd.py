@@ -30,6 +30,8 @@ require_ssl_reuse=YES
 
 
 class Vsftpd(Server):
+    traits = ("drops-stopped-sessions",)  # takes a stopped session for an ended one, and waits for it
+
     def command(self):
         row = self.row
         text = BASE + f"listen_address={row.address}\nlisten_port={row.port}\n"

@@ -351,12 +351,17 @@ public:
         wchar_t aProgram[MAX_PATH];
         GetModuleFileNameW(nullptr, aProgram, MAX_PATH);
         m_Folder = fs::path(aProgram).parent_path();
+        m_bGiven = fs::exists(m_Folder / "trace.ini"); // by ./dev test ROW
         if (!(std::ofstream(m_Folder / "trace.ini") << "[Main]\nZDV_FTP_TraceLevel=4\n"))
             throw std::runtime_error("trace.ini cannot be written");
     }
     VerboseTrace(const VerboseTrace&) = delete;
     VerboseTrace& operator=(const VerboseTrace&) = delete;
-    ~VerboseTrace() { fs::remove(m_Folder / "trace.ini"); }
+    ~VerboseTrace()
+    {
+        if (!m_bGiven)
+            fs::remove(m_Folder / "trace.ini");
+    }
 
     std::string Log() const
     {
@@ -366,6 +371,7 @@ public:
 
 private:
     fs::path m_Folder;
+    bool m_bGiven;
 };
 
 TEST(Server, PasswordIsNowhereInAVerboseLog)
