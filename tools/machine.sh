@@ -7,7 +7,7 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly project
 readonly apt_patience_s=1800
 readonly unreadable_sign='['\''"\\&$;()*?<>|`]' # in a folder's name, by windres or CMake
-readonly hidden_folder='^/(usr|etc|run)/'        # tools/sandbox lays others over these
+readonly hidden_folder='^/(usr|etc|run)/'        # tools/sandbox mounts others over these
 readonly unreachable='(Temporary failure resolving|Could not resolve|Could not connect|Cannot initiate the connection|Network is unreachable|Connection (failed|refused|timed out)).*'
 
 say() { echo "${0##*/}: $*" >&2; }
@@ -27,11 +27,11 @@ logged() {
   }
 }
 
-# sudo asks for its password here, where nothing hides the question.
+# Has sudo ask for the password here, where the question is seen.
 ask_for_root() {
   [ "$EUID" -ne 0 ] || return 0
-  command -v sudo >/dev/null || fail "this needs root: run it as root, or as a user with sudo"
-  sudo --non-interactive true 2>/dev/null || sudo --validate || fail "this needs root, and sudo refuses"
+  command -v sudo >/dev/null || fail "this needs root rights: run it as root, or as a user with sudo"
+  sudo --non-interactive true 2>/dev/null || sudo --validate || fail "this needs root rights, and sudo refused them"
 }
 
 as_root() {
@@ -48,8 +48,8 @@ is_usable() {
   return "$status"
 }
 
-# Prints the folder for what is fetched or built once: in the user's cache if that is of use, for this clone alone
-# otherwise.
+# Prints the folder for what is fetched or built once. It is in the user's cache, or in this clone if the cache cannot
+# be used.
 cache_folder() {
   local home=""
   [ ! -d "${HOME:-}" ] || home=$HOME/.cache
@@ -59,7 +59,7 @@ cache_folder() {
   elif is_usable "$project/build/cache"; then
     echo "$project/build/cache"
   else
-    fail "neither the home folder nor $project/build takes files and lets programs run"
+    fail "files cannot be written, or programs cannot be run, in the home folder and in $project/build"
   fi
 }
 
@@ -67,33 +67,33 @@ cache_folder() {
 lock() {
   exec 9>"$1"
   flock --nonblock 9 || {
-    say "waiting for another run, which holds $1"
+    say "waiting until another run releases $1"
     flock 9
   }
 }
 
-# Ends the script because of what apt wrote into the logs given; the first is that of the command that failed.
+# Usage: apt_failed LOG...; ends the script with the reason that apt's logs give. The first is the failed command's.
 apt_failed() {
   local reason
   if reason=$(grep -ohEm 1 "$unreachable" "$@" 2>/dev/null | sed 1q); then
-    fail "Debian's packages cannot be fetched; is there a network? ($reason)"
+    fail "Debian's packages cannot be downloaded. Is there a network? ($reason)"
   fi
   tail -n 40 "$1" >&2
   fail "apt failed"
 }
 
-# Runs apt on the machine's own packages, as soon as no other program does. The logs go to $cache, the caller's
-# cache_folder.
+# Runs apt on the machine's own packages, as soon as no other program does. The logs go to $cache, which the caller sets
+# to cache_folder.
 system_apt() {
   local log=$cache/apt-$1.log told="" deadline=$((SECONDS + apt_patience_s))
   ask_for_root
-  # sudo takes the addresses of proxies away.
+  # sudo would remove the proxies from the environment.
   until as_root env DEBIAN_FRONTEND=noninteractive ${http_proxy:+"http_proxy=$http_proxy"} \
     ${https_proxy:+"https_proxy=$https_proxy"} ${no_proxy:+"no_proxy=$no_proxy"} \
     apt-get -q -y "$@" >"$log" 2>&1 </dev/null; do
     grep -qE 'Could not get lock|Unable to (lock|acquire)' "$log" || apt_failed "$log" "$cache/apt-update.log"
-    [ "$SECONDS" -lt "$deadline" ] || fail "another program keeps apt busy, for $((apt_patience_s / 60)) minutes now"
-    [ -n "$told" ] || say "another program uses apt: waiting for it"
+    [ "$SECONDS" -lt "$deadline" ] || fail "another program has been using apt for $((apt_patience_s / 60)) minutes: run this again when it has ended"
+    [ -n "$told" ] || say "waiting for another program that is using apt"
     told=yes
     sleep 2
   done
