@@ -53,6 +53,11 @@ bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
               L"curl_easy_setopt(CURLOPT_USERNAME)");
     Calls.Try(CURLOPT_PASSWORD, quorvel::ToUtf8(FC.m_sPassword).c_str(), {},
               L"curl_easy_setopt(CURLOPT_PASSWORD)");
+    // A key or an agent of the account that the host runs under would let a wrong password pass, and the restore, where
+    // there is neither, would be refused.
+    if (!FC.m_sPassword.empty())
+        Calls.Set(CURLOPT_SSH_AUTH_TYPES, long{CURLSSH_AUTH_PASSWORD | CURLSSH_AUTH_KEYBOARD},
+                  L"Failed to set SSH Authorization");
     Calls.Set(CURLOPT_FTPSSLAUTH, long{CURLFTPAUTH_DEFAULT}, L"Failed to set FTP SSL Authorization",
               L"curl_easy_setopt(CURLOPT_FTPSSLAUTH, CURLFTPAUTH_DEFAULT)");
     Calls.Set(CURLOPT_FTP_FILEMETHOD, long{CURLFTPMETHOD_MULTICWD}, L"Failed to set FTP File Method",

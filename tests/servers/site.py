@@ -66,6 +66,16 @@ class Site:
             _run("ssh-keygen", "-q", "-t", kind, "-N", "", "-f", str(key))
         return key
 
+    def accept_a_key(self):
+        """Makes one that lets the login in, as its password does, and puts both halves where OpenSSH looks for them."""
+        key = self.store / ".ssh/id_rsa"
+        if not key.exists():
+            key.parent.mkdir(mode=0o700)
+            _run("ssh-keygen", "-q", "-t", "rsa", "-m", "PEM", "-N", "", "-f", str(key))
+            key.with_suffix(".pub").rename(key.with_name("authorized_keys"))
+            for path in (key.parent, *key.parent.iterdir()):
+                os.chown(path, self.uid, self.uid)
+
 
 def _add_account(passwd_line, password_hash):
     name = passwd_line.split(":")[0]

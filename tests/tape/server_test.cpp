@@ -148,6 +148,23 @@ TEST(Server, FailedConnectionIsExplained)
     }
 }
 
+// A key of the account that the host runs under logs nobody in who has set a password.
+TEST(Server, KeyIsOnlyForThoseWithoutAPassword)
+{
+    const fs::path Key = server::Store(L".ssh/id_rsa");
+    if (!fs::exists(Key))
+        GTEST_SKIP() << "the server accepts no key";
+    fs::copy_file(Key, Key.filename(),
+                  fs::copy_options::overwrite_existing); // libcurl looks in the current folder
+    for (const auto& [sPassword, uiRc] : {std::pair(L"wrong", ZDV_DEVICE_ERROR), {L"", ZDV_SUCCESS}})
+    {
+        Tape tape(server::Root(L"keys"));
+        tape.Set(ZDV_FTP_PASSWORD, sPassword);
+        EXPECT_EQ(tape.MakeReady(), uiRc) << tape.ErrorText();
+    }
+    fs::remove(Key.filename());
+}
+
 TEST(Server, RootThatCannotBeCreatedIsExplained)
 {
     Tape tape(server::Root(L"readonly/root"));
