@@ -19,6 +19,13 @@ enum class Connection
     GivenUpByHost
 };
 
+// A failure as the host is told it.
+struct LastError
+{
+    std::uint32_t dwCode = 0;
+    std::wstring sText;
+};
+
 // One open device. Its address is the host's handle. What the worker thread of a transfer may touch, and
 // what orders the two threads, stands in stream/Transfer.h.
 class FtpContext
@@ -61,4 +68,6 @@ public:
     std::wstring m_sLastError;
     std::atomic<Connection> m_enConnection = Connection::Made; // of the transfer started last
     HANDLE m_hHostThread = nullptr;                            // the thread that starts it, meanwhile
+    bool m_bFailureTold = false; // a write has answered with the failure of the upload that runs
+    LastError m_EndedUpload;     // why the upload failed that the last spacing over blocks has ended
 };

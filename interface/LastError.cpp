@@ -1,26 +1,43 @@
 #include "interface/LastError.h"
 
 #include <new>
+#include <utility>
 
 namespace {
 
 constexpr std::uint32_t UNHANDLED_EXCEPTION = 574; // ERROR_UNHANDLED_EXCEPTION, which mingw's headers lack
 
+bool IsConnected(const FtpContext& FC) { return FC.m_bSendData || FC.m_bGetData; }
+
 bool WorkerRuns(const FtpContext& FC)
 {
-    return (FC.m_bSendData || FC.m_bGetData) && FC.m_hThread != nullptr &&
-           WaitForSingleObject(FC.m_hThread, 0) == WAIT_TIMEOUT;
+    return IsConnected(FC) && FC.m_hThread != nullptr && WaitForSingleObject(FC.m_hThread, 0) == WAIT_TIMEOUT;
+}
+
+// A running worker's fields are not the host's to look at, and a transfer without a failure has nothing to tell.
+bool EndedUploadIsTold(const FtpContext& FC)
+{
+    return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_EndedUpload.dwCode != ERROR_SUCCESS);
 }
 
 } // namespace
 
 void ClearLastError(FtpContext& FC)
 {
-    if (FC.m_hThread == nullptr)
-    {
-        FC.m_dwLastError = ERROR_SUCCESS;
-        FC.m_sLastError.clear();
-    }
+    FC.m_EndedUpload = {};
+    if (!IsConnected(FC))
+        TakeLastError(FC);
+}
+
+LastError TakeLastError(FtpContext& FC) noexcept
+{
+    return {std::exchange(FC.m_dwLastError, ERROR_SUCCESS), std::exchange(FC.m_sLastError, {})};
+}
+
+void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept
+{
+    FC.m_dwLastError = Taken.dwCode;
+    FC.m_sLastError = std::move(Taken.sText);
 }
 
 void AssignLastError(FtpContext& FC, const Failure& Reason) noexcept
@@ -61,7 +78,10 @@ Failure ExceptionFailure() noexcept
 
 std::uint32_t LastErrorCode(const FtpContext& FC)
 {
-    return WorkerRuns(FC) ? std::uint32_t{ERROR_SUCCESS} : FC.m_dwLastError;
+    return EndedUploadIsTold(FC) ? FC.m_EndedUpload.dwCode : FC.m_dwLastError;
 }
 
-std::wstring LastErrorText(const FtpContext& FC) { return WorkerRuns(FC) ? std::wstring() : FC.m_sLastError; }
+std::wstring LastErrorText(const FtpContext& FC)
+{
+    return EndedUploadIsTold(FC) ? FC.m_EndedUpload.sText : FC.m_sLastError;
+}

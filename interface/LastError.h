@@ -5,7 +5,7 @@
 
 #include "interface/FtpContext.h"
 
-// Forget the last failure, unless a worker exists: what it leaves is kept for the host to fetch.
+// Forget the last failure, but not one of a transfer that is connected: it is kept for the host to fetch.
 void ClearLastError(FtpContext& FC);
 
 struct Failure
@@ -16,6 +16,10 @@ struct Failure
 
 // Set both fields, whoever owns them. A text that there is no memory for is left out.
 void AssignLastError(FtpContext& FC, const Failure& Reason) noexcept;
+
+// Take the failure out of both fields, and put it back. Neither needs memory.
+LastError TakeLastError(FtpContext& FC) noexcept;
+void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept;
 
 // Store a failure of the host thread's own, unless the fields are a running worker's.
 void StoreLastError(FtpContext& FC, const Failure& Reason) noexcept;
@@ -30,6 +34,6 @@ template <typename Manager> void TakeLastError(FtpContext& FC, const Manager& ma
     FC.m_sLastError = manager.m_sLastError;
 }
 
-// The last failure; 0 and empty as long as a worker runs.
+// The last failure. As long as a worker runs that of the upload that a spacing has ended, else 0 and empty.
 std::uint32_t LastErrorCode(const FtpContext& FC);
 std::wstring LastErrorText(const FtpContext& FC);

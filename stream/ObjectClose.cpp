@@ -15,7 +15,7 @@ void ObjectClose(FtpContext& FC)
     FC.m_uiCurrentBlock = 0;
     FC.m_ullBytesRead = 0;
     FC.m_ullBytesWritten = 0;
-    FC.m_bWriting = false;
+    FC.m_bWriting = FC.m_bFailureTold = false;
     Trace.Ending();
 }
 

@@ -5,6 +5,7 @@
 #include "stream/ReadData.h"
 #include "stream/ResetMedia.h"
 
+#include <utility>
 #include <vector>
 
 using quorvel::FunctionTrace;
@@ -35,13 +36,16 @@ ZDV_STATUS EndOfRecordedMedia(FtpContext& FC, const FunctionTrace& Trace, std::i
     return uiRc;
 }
 
-// Reads the blocks and throws them away. Only a filemark stops it early.
+// Reads the blocks and throws them away. Only a filemark stops it early. The failure of an upload that the first read
+// ends is what the host has to hear of, though the later reads forget it.
 ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBlocks)
 {
     Trace.Number(L"iBlocks", iBlocks);
     if (iBlocks < 0)
         return ZDV_FUNCTION_NOT_SUPPORTED;
     std::vector<char> aScratch(ZDV_BLOCK_SIZE);
+    const bool bUpload = FC.m_bSendData && !FC.m_bFailureTold;
+    LastError EndedUpload;
     ZDV_STATUS uiRc = ZDV_SUCCESS;
     for (std::int32_t i = 0; i < iBlocks && uiRc != ZDV_FILEMARK_REACHED; ++i)
     {
@@ -49,7 +53,10 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
         uiRc = ReadData(&FC, 1, aScratch.data());
         // On top of what the read itself counts, also when no block was there: fixed by the interface.
         ++FC.m_uiCurrentBlock;
+        if (i == 0 && bUpload && !FC.m_bSendData && !FC.m_bGetData)
+            EndedUpload = TakeLastError(FC);
     }
+    FC.m_EndedUpload = std::move(EndedUpload);
     FC.m_bAtFileMark = uiRc == ZDV_FILEMARK_REACHED;
     return uiRc;
 }

@@ -36,10 +36,12 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
     }
     if (FC.m_bWriting)
     {
+        const bool bFailureTold = FC.m_bFailureTold;
         ObjectClose(FC);
-        // An upload that this has ended may have failed: the host has to hear of it before its error is forgotten.
-        if (FC.m_dwLastError != ERROR_SUCCESS)
-            return ZDV_DEVICE_ERROR;
+        // The host has to hear of a failure of the upload that this has ended before it is forgotten, but once.
+        if (FC.m_dwLastError != ERROR_SUCCESS && !bFailureTold)
+            return Ended(Trace, ZDV_DEVICE_ERROR);
+        ClearLastError(FC);
     }
     Trace.Verbose(L"pFC->m_uiCurrentObject++");
     ++FC.m_uiCurrentObject;
@@ -53,7 +55,7 @@ ZDV_STATUS DownloadReadFailed(FtpContext& FC, const FunctionTrace& Trace)
     if (dwLastError != ERROR_BROKEN_PIPE)
     {
         Trace.At(L"ReadFile failed").Number(Level::Error, L"dwLastError", dwLastError);
-        StoreLastError(FC, {ERROR_INVALID_PARAMETER, L"ReadFile failed"});
+        StoreLastError(FC, {dwLastError, L"ReadFile failed"});
         FC.m_bAtFileMark = false;
         return ZDV_DEVICE_ERROR;
     }

@@ -5,6 +5,8 @@
 #include "interface/LastError.h"
 #include "stream/ObjectClose.h"
 
+#include <utility>
+
 ZDV_STATUS ResetMedia(FtpContext& FC)
 {
     const quorvel::FunctionTrace Trace = quorvel::FunctionTrace::Started(L"ResetMedia");
@@ -13,8 +15,7 @@ ZDV_STATUS ResetMedia(FtpContext& FC)
     ObjectClose(FC);
     // After a failed upload the query fails too, and its own reason is not the one to tell.
     const bool bUploadFailed = bUpload && FC.m_dwLastError != ERROR_SUCCESS;
-    const std::uint32_t dwLastError = FC.m_dwLastError;
-    const std::wstring sLastError = FC.m_sLastError;
+    LastError EndedUpload = bUploadFailed ? TakeLastError(FC) : LastError();
     Trace.Verbose(L"FtpContext::Reset");
     FC.m_uiReserveBlocks = 0;
     FC.m_bOkToWrite = true;
@@ -23,7 +24,7 @@ ZDV_STATUS ResetMedia(FtpContext& FC)
     FC.m_bFileMarkPending = false;
     FC.m_bAtFileMark = true;
     if (bUploadFailed)
-        AssignLastError(FC, {dwLastError, sLastError.c_str()});
+        PutBackLastError(FC, std::move(EndedUpload));
     Trace.Verbose(L".. ending");
     return uiRc;
 }

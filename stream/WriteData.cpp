@@ -70,12 +70,15 @@ bool PipeHasEnded(DWORD dwLastError)
            dwLastError == ERROR_PIPE_NOT_CONNECTED;
 }
 
-ZDV_STATUS UploadWriteFailed(const FtpContext& FC, const FunctionTrace& Trace)
+ZDV_STATUS UploadWriteFailed(FtpContext& FC, const FunctionTrace& Trace)
 {
     const DWORD dwLastError = GetLastError();
     if (PipeHasEnded(dwLastError) && FC.m_hUploadRead == INVALID_HANDLE_VALUE)
+    {
         // The worker has given up its end as its last act. Once it has left, why it failed is the host's.
         WaitForSingleObject(FC.m_hThread, INFINITE);
+        FC.m_bFailureTold = true;
+    }
     if (dwLastError != ERROR_NO_DATA)
         Trace.At(L"WriteFile failed").Number(Level::Error, L"dwLastError", dwLastError);
     else if (FC.m_hUploadRead == INVALID_HANDLE_VALUE)

@@ -62,14 +62,20 @@ TEST(Memory, ThatIsShortIsTheReason)
     const Blocks aObject = SomeBlocks(40, 41);
     Tape tape(server::Root(L"memory"));
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    for (int i = 0; i < 3; ++i)
-        ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << tape.ErrorText();
+    const Blocks aHeader = SomeBlocks(1, 42);
+    for (const Blocks* const pObject : {&aHeader, &aObject, &aObject})
+        ASSERT_EQ(tape.WriteObject(*pObject), ZDV_SUCCESS) << tape.ErrorText();
     const auto ListAgain = [&] {
+        tape.AskForBackup(L"none");
+        EXPECT_EQ(tape.Position(ZDV_SP_BOM), ZDV_DEVICE_ERROR); // an error is there to be kept or replaced
+        tape.AskForBackup(L"");
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
         EXPECT_EQ(tape.Versions().size(), 1u);
         ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
     };
+
+    ASSERT_NO_FATAL_FAILURE(ListAgain());
 
     // An export and what it calls, wherever the memory ends in it.
     int iFailed = 0;
@@ -82,6 +88,10 @@ TEST(Memory, ThatIsShortIsTheReason)
             EXPECT_EQ(Listed.uiRc, ZDV_DEVICE_ERROR);
             EXPECT_TRUE(Listed.uiError == 8 || Listed.uiError == 27) << uiLeft << ": " << Listed.uiError;
             ++iFailed;
+            ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+            Blocks aRead;
+            ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS) << tape.ErrorText();
+            EXPECT_TRUE(aRead == aHeader) << uiLeft << ": it was not the beginning of the medium";
         }
         ASSERT_NO_FATAL_FAILURE(ListAgain());
     }

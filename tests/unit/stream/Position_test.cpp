@@ -1,7 +1,9 @@
 // The tape as far as it goes without a server.
 #include "interface/Connection.h"
 #include "stream/Transfer.h"
+#include "stream/WriteData.h"
 #include "tests/unit/OpenDevice.h"
+#include "tests/unit/TraceLog.h"
 
 #include <gmock/gmock.h>
 
@@ -26,6 +28,13 @@ protected:
     std::uint64_t Counted() const { return FC.m_uiCurrentBlock + FC.m_ullBytesRead + FC.m_ullBytesWritten; }
     ZDV_STATUS Read() { return ZDV_ReadData(m_Device, 1, m_aBlocks.data()); }
     ZDV_STATUS Write(std::uint32_t uiBytes) { return ZDV_WriteData(m_Device, uiBytes, m_aBlocks.data()); }
+
+    std::uint32_t ErrorCode() const
+    {
+        std::uint32_t uiError = 4711;
+        EXPECT_EQ(ZDV_GetProperty(m_Device, ZDV_P_SPECIFIC_ERROR_CODE, &uiError), ZDV_SUCCESS);
+        return uiError;
+    }
 
     OpenDevice m_Device;
     FtpContext& FC = *m_Device;
@@ -152,6 +161,9 @@ TEST_F(Tape, RefusesTransfersThatFitNoObject)
     FC.m_uiCurrentObject = 0;
     EXPECT_EQ(Read(), ZDV_DEVICE_ERROR);
     EXPECT_EQ(FC.m_sLastError, L"Invalid object id");
+    FC.m_bGetData = true; // without a pipe
+    EXPECT_EQ(Read(), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(FC.m_dwLastError, DWORD{ERROR_INVALID_HANDLE});
 }
 
 TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
@@ -173,6 +185,23 @@ TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
     EXPECT_EQ(FC.m_dwLastError, 0u);
 }
 
+TEST_F(Tape, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
+{
+    ASSERT_TRUE(DoInitEx(FC));
+    FC.m_sProtocol = REFUSED_SCHEME;
+    const TraceLog Log;
+    Load(3, 1);
+    ASSERT_EQ(WriteData(&FC, 0, nullptr), ZDV_SUCCESS);
+    EXPECT_EQ(Read(), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(ErrorCode(), 1u);
+    EXPECT_THAT(Log.Lines(), testing::Contains("[V]: ReadData : ... ending : uiRc = 0x40000011"));
+    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED);
+
+    Load(3, 1);
+    ASSERT_EQ(Write(16 * ZDV_BLOCK_SIZE), ZDV_DEVICE_ERROR);
+    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED) << "the write has told it";
+}
+
 // A worker that ends before it comes to the pipe: the host does not wait for it there.
 TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
 {
@@ -186,6 +215,9 @@ TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
     EXPECT_EQ(StartTransfer(FC, Lost), ZDV_DEVICE_ERROR);
     EXPECT_EQ(FC.m_dwLastError, 87u);
     EXPECT_EQ(FC.m_sLastError, L"bad argument");
+    FC.m_bOkToWrite = false;
+    EXPECT_EQ(Write(1), ZDV_WRITE_PROTECTED);
+    EXPECT_EQ(FC.m_dwLastError, 0u); // though the worker's thread is still there
     ASSERT_TRUE(DoInitEx(FC));
     EXPECT_EQ(StartTransfer(FC, UPLOAD), ZDV_SUCCESS); // what was left is cleaned up
 }
@@ -197,11 +229,6 @@ TEST_F(Tape, HidesTheErrorFieldsWhileAWorkerRuns)
     FC.m_hThread = CreateThread(nullptr, 0, Worker, hEnd, 0, nullptr);
     FC.m_bSendData = true;
     FC.m_dwLastError = 42;
-    const auto ErrorCode = [this] {
-        std::uint32_t uiError = 4711;
-        EXPECT_EQ(ZDV_GetProperty(m_Device, ZDV_P_SPECIFIC_ERROR_CODE, &uiError), ZDV_SUCCESS);
-        return uiError;
-    };
     EXPECT_EQ(ErrorCode(), 0u);
     EXPECT_EQ(Write(1), ZDV_WRITE_PROTECTED);
     SetEvent(hEnd);
