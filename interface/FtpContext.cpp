@@ -24,9 +24,9 @@ FtpContext::~FtpContext()
     const FunctionTrace Trace = FunctionTrace::Started(L"FtpContext::~FtpContext");
     if (CURL* const pCurl = m_pCurl)
         curl_easy_cleanup(pCurl);
-    CloseServerEnd(m_hDownloadRead, Trace, L"Close Pipe(Download->Read)");
+    CloseServerEnd(m_hDownloadRead, Trace, L"Close Pipe(Download->Read)", m_hThread);
     CloseClientEnd(m_hDownloadWrite, Trace, L"Close Pipe(Download->Write)");
-    CloseServerEnd(m_hUploadWrite, Trace, L"Close Pipe(Upload->Write)");
+    CloseServerEnd(m_hUploadWrite, Trace, L"Close Pipe(Upload->Write)", m_hThread);
     CloseClientEnd(m_hUploadRead, Trace, L"Close Pipe(Upload->Read)");
     curl_global_cleanup();
     Trace.Ending();

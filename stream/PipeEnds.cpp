@@ -32,14 +32,17 @@ bool MoveAll(const FunctionTrace& Trace, const Texts& Traced, DWORD dwLeft, std:
 
 } // namespace
 
-void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText)
+void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText,
+                    HANDLE hWorker)
 {
     if (hPipe == INVALID_HANDLE_VALUE)
         return;
     Trace.Verbose(sText);
     const HANDLE hClosing = hPipe.exchange(INVALID_HANDLE_VALUE);
-    // The flush returns once the reader has taken everything; the disconnect is its end of data.
-    FlushFileBuffers(hClosing);
+    // The flush returns once the reader has taken everything; the disconnect is its end of data. The end of a process
+    // kills the worker with its end of the pipe open, and then nobody takes anything.
+    if (WaitForSingleObject(hWorker, 0) != WAIT_OBJECT_0)
+        FlushFileBuffers(hClosing);
     DisconnectNamedPipe(hClosing);
     CloseHandle(hClosing);
 }

@@ -12,7 +12,9 @@ class FtpContext;
 // Close one end of a transfer pipe, if it is open, and trace sText. The member is published as
 // INVALID_HANDLE_VALUE before the handle is closed: the thread at the other end, seeing its own call fail,
 // tells by that value that the close was meant.
-void CloseServerEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText);
+// A server end waits until hWorker has taken all, if there is one that still runs.
+void CloseServerEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText,
+                    HANDLE hWorker);
 void CloseClientEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText);
 
 // Move dwBytes through one end, in as many calls as that takes, and add them to the count. False at the first

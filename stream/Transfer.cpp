@@ -168,18 +168,18 @@ void AwaitWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirec
     FC.m_hThread = nullptr;
 }
 
-bool EndTransfer(FtpContext& FC, const TransferDirection& Direction)
+void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
 {
     if (!(FC.*Direction.bRunning) && FC.*Direction.hServer == INVALID_HANDLE_VALUE)
-        return false;
+        return;
     const FunctionTrace Trace(L"ObjectClose");
     Trace.Verbose(Direction.sEnd);
     FC.*Direction.bRunning = false;
-    CloseServerEnd(FC.*Direction.hServer, Trace, Direction.sClosePipe);
-    Disown(FC, Direction);
+    CloseServerEnd(FC.*Direction.hServer, Trace, Direction.sClosePipe, FC.m_hThread);
     if (FC.m_hThread != nullptr)
         AwaitWorker(FC, Trace, Direction);
-    return true;
+    // Not before: a worker that was never connected might open the pipe of the next owner.
+    Disown(FC, Direction);
 }
 
 } // namespace
@@ -188,8 +188,7 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
 {
     const FunctionTrace Trace(Direction.sHostFunction);
     // What a connection that failed has left: a context has one worker, and never loses sight of it.
-    if (EndTransfers(FC))
-        ClearLastError(FC);
+    EndTransfers(FC);
     if (const ZDV_STATUS uiRc = SetObjectUrl(FC, Trace); uiRc != ZDV_SUCCESS)
         return uiRc;
     if (const DWORD dwLastError = CreatePipe(FC, Direction); dwLastError != ERROR_SUCCESS)
@@ -200,8 +199,8 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
     return ConnectWorker(FC, Trace, Direction);
 }
 
-bool EndTransfers(FtpContext& FC)
+void EndTransfers(FtpContext& FC)
 {
-    const bool bUpload = EndTransfer(FC, UPLOAD);
-    return EndTransfer(FC, DOWNLOAD) || bUpload;
+    EndTransfer(FC, UPLOAD);
+    EndTransfer(FC, DOWNLOAD);
 }

@@ -73,5 +73,5 @@ extern const TransferDirection DOWNLOAD;
 ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction);
 
 // Ends what there is of a transfer: closes the host's end of the pipe, which is the other side's end of data, and
-// waits for the worker for as long as it takes. False when there was nothing.
-bool EndTransfers(FtpContext& FC);
+// waits for the worker for as long as it takes.
+void EndTransfers(FtpContext& FC);

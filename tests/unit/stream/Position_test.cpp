@@ -1,6 +1,6 @@
 // The tape as far as it goes without a server.
 #include "interface/Connection.h"
-#include "stream/Transfer.h"
+#include "stream/Meeting.h"
 #include "stream/WriteData.h"
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"
@@ -220,6 +220,56 @@ TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
     EXPECT_EQ(FC.m_dwLastError, 0u); // though the worker's thread is still there
     ASSERT_TRUE(DoInitEx(FC));
     EXPECT_EQ(StartTransfer(FC, UPLOAD), ZDV_SUCCESS); // what was left is cleaned up
+}
+
+// Else the worker could open the pipe of the other device.
+TEST_F(Tape, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
+{
+    const OpenDevice Other;
+    const TraceLog Log;
+    static FtpContext* pOther;
+    static const TraceLog* pLog;
+    static ZDV_STATUS uiOther;
+    pOther = &*Other;
+    pLog = &Log;
+    Load(1, 1);
+    ASSERT_TRUE(DoInitEx(FC));
+    ASSERT_TRUE(DoInitEx(*Other));
+    Other->m_AreaObjectList = {{T_2024, 1}};
+    Other->m_uiCurrentObject = 1;
+    TransferDirection Lost = UPLOAD;
+    Lost.Worker = [](LPVOID pFC) -> DWORD {
+        const auto& Mine = *static_cast<FtpContext*>(pFC);
+        while (Mine.m_enConnection == Connection::Awaited)
+            CancelSynchronousIo(Mine.m_hHostThread);
+        while (pLog->Text().find("ThreadWriter still active") == std::string::npos)
+            SwitchToThread(); // until the host waits for this worker
+        uiOther = StartTransfer(*pOther, UPLOAD);
+        return 0;
+    };
+    EXPECT_EQ(StartTransfer(FC, Lost), ZDV_DEVICE_ERROR);
+    EndTransfers(FC);
+    EXPECT_EQ(uiOther, ZDV_DEVICE_ERROR);
+    EXPECT_EQ(StartTransfer(*Other, UPLOAD), ZDV_SUCCESS);
+    EndTransfers(*Other);
+}
+
+// As the end of the process leaves a host that closes its device even later.
+TEST_F(Tape, IsClosedThoughItsWorkerWasKilled)
+{
+    TransferDirection Killed = UPLOAD;
+    Killed.Worker = [](LPVOID pFC) -> DWORD {
+        auto& Mine = *static_cast<FtpContext*>(pFC);
+        Mine.m_hUploadRead = OpenClientEnd(Mine, UPLOAD);
+        return 0;
+    };
+    Load(1, 1);
+    FC.m_bWriting = true;
+    ASSERT_TRUE(DoInitEx(FC));
+    ASSERT_EQ(StartTransfer(FC, Killed), ZDV_SUCCESS);
+    ASSERT_EQ(Write(1), ZDV_SUCCESS);
+    WaitForSingleObject(FC.m_hThread, INFINITE);
+    EndTransfers(FC); // the block in the pipe is nobody's
 }
 
 TEST_F(Tape, HidesTheErrorFieldsWhileAWorkerRuns)
