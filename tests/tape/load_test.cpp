@@ -33,10 +33,17 @@ std::ptrdiff_t OpenHandles()
     constexpr int ALL_HANDLES = 64; // SystemExtendedHandleInformation
     const auto NtQuerySystemInformation = reinterpret_cast<LONG(NTAPI*)(int, void*, ULONG, ULONG*)>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
-    std::vector<ULONG_PTR> aList(1 << 17);
-    const auto ulLimit = static_cast<ULONG>(aList.size() * sizeof(ULONG_PTR));
-    ULONG ulSize = 0;
-    if (NtQuerySystemInformation(ALL_HANDLES, aList.data(), ulLimit, &ulSize) != 0)
+    constexpr auto TOO_SHORT = static_cast<LONG>(0xC0000004); // STATUS_INFO_LENGTH_MISMATCH
+    std::vector<ULONG_PTR> aList(16);
+    LONG lStatus = TOO_SHORT;
+    while (lStatus == TOO_SHORT)
+    {
+        aList.resize(2 * aList.size());
+        ULONG ulSize = 0;
+        lStatus = NtQuerySystemInformation(ALL_HANDLES, aList.data(),
+                                           static_cast<ULONG>(aList.size() * sizeof(ULONG_PTR)), &ulSize);
+    }
+    if (lStatus != 0)
         throw std::runtime_error("the system does not list its handles");
     const auto* const pEntries = reinterpret_cast<const HandleEntry*>(aList.data() + 2);
     return std::count_if(pEntries, pEntries + aList[0],
