@@ -15,7 +15,7 @@ namespace {
 static_assert(offsetof(ZDV_LIST, pLast) == 8 && offsetof(ZDV_LIST, pFirst) == 16 &&
               offsetof(ZDV_LIST, pCurrent) == 24 && offsetof(ZDV_LIST, uiCount) == 32);
 static_assert(offsetof(ZDV_LIST_NODE, pPrevious) == 8 && offsetof(ZDV_LIST_NODE, uiSize) == 16 &&
-              offsetof(ZDV_LIST_NODE, Date) == 20);
+              offsetof(ZDV_LIST_NODE, Date) == 20 && sizeof(ZDV_VERSION_DATE) == 36);
 
 bool IsList(const ZDV_LIST* pList) { return pList != nullptr && pList->uiSignature == ZDV_LIST_SIGNATURE; }
 

@@ -24,27 +24,76 @@
 //   Each function says where it leaves the position, also when it fails.
 //
 // Threads
-//   A handle is used by one host thread at a time. Several handles may be open, but only one upload and one
-//   download run per machine: a second one is refused with ZDV_DEVICE_ERROR. The server is listed through one
-//   handle of a process at a time.
+//   One host thread at a time uses a handle. Several handles may be open, but only one upload and one download
+//   run per machine: a second one is refused with ZDV_DEVICE_ERROR. One handle of a process at a time lists the
+//   server: it does so when it is made ready, and for ZDV_SP_RET, ZDV_SP_BOM and ZDV_SP_EORM.
+//   Call nothing from a DllMain or from a destructor of a DLL's static object: a transfer's thread can neither
+//   start nor end there, so the call would wait for ever. Only when the process is ending does ZDV_Close return:
+//   its transfer has been killed, and the object on the server is cut off.
+//   A thread that impersonates another account must not begin an object: the pipe would be that account's, and
+//   the transfer, which runs as the process, may then not open it for a download (error 5).
 //
 // What is kept
 //   One thread handle for each transfer and one connection for each "Make Unit Ready" but the last stay until
 //   the process ends.
 //
 // Errors
-//   After ZDV_DEVICE_ERROR, and after a filemark that ended a transfer, property
-//   ZDV_P_SPECIFIC_ERROR_CODE holds a Windows error number or a libcurl result code (0: none), and
-//   ZDV_GI_SPECIFIC_ERROR_MSG the text; both say nothing while a transfer runs. Ask at once: the next read,
-//   write, skip or further filemark forgets it; making ready and positioning do not. A read that ends a failed
-//   upload returns ZDV_DEVICE_ERROR with the upload's error, and so does a media reset by ZDV_Position.
-//   After a failed upload listings fail: make the device ready or close it before anything else.
+//   A call that fails answers ZDV_DEVICE_ERROR and leaves why: property ZDV_P_SPECIFIC_ERROR_CODE is then a
+//   Windows error number or a libcurl result code (0: no failure), and ZDV_GI_SPECIFIC_ERROR_MSG the text. The
+//   reasons are given with each function. Besides, any function answers ZDV_DEVICE_ERROR (ZDV_Open answers
+//   ZDV_OPEN_FAILED) when there is not enough memory, with the error 8. If libcurl lacks it, the transfer fails
+//   with libcurl's code.
+//   An upload goes on after the call that gave it its data, so its failure is seen later. It ends with a filemark,
+//   an erase, ZDV_Close, "Make Unit Ready", any ZDV_Position but ZDV_SP_GOTO and ZDV_SP_SKIP, and with a read or
+//   skip that finds another object to read. After each of these but ZDV_Close the last error says whether it has
+//   failed, whatever the status; a read that ends it answers ZDV_DEVICE_ERROR itself, unless a write has done so.
+//   A download's failure looks like a filemark: ask for the last error after ZDV_FILEMARK_REACHED.
+//   Ask at once: the next read, write, skip or further filemark forgets the error; making ready and the other
+//   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but for a skip that
+//   has ended a failed upload and has then read on.
+//   In one case the status has no reason, and the last error stays as it was: the device has not been made ready,
+//   or libcurl refuses the URL of the server and the root.
+//   After a failed upload the versions and objects cannot be listed: make the device ready or close it.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.
-//   An exception inside the module is answered with ZDV_DEVICE_ERROR (ZDV_OPEN_FAILED by ZDV_Open), and the last
-//   error is 8 when it was for want of memory. In a callback of libcurl it ends the transfer with libcurl's code.
-//   A null handle is answered with ZDV_INVALID_HANDLE by every function that takes one but ZDV_Close; any
-//   other value must come from ZDV_Open.
+//   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
+//   value must come from ZDV_Open.
+//
+// Example: writes a block as a new version, and reads it back.
+//
+//     ZDV_STATUS WriteAndReadBack(const wchar_t* sServer, const wchar_t* sPort, const wchar_t* sRoot,
+//                                 const wchar_t* sUser, const wchar_t* sPassword, const void* pBlock,
+//                                 void* pRead, wchar_t* sError, uint32_t uiErrorSize)
+//     {
+//         ZDV_HANDLE Handle = 0;
+//         uint32_t uiError = 0;
+//         ZDV_STATUS uiRc = ZDV_Open(&Handle);
+//         if (uiRc != ZDV_SUCCESS)
+//             return uiRc;
+//         ZDV_SetDeviceOptionsW(Handle, ZDV_FTP_SERVERNAME, sServer);
+//         ZDV_SetDeviceOptionsW(Handle, ZDV_FTP_PORT, sPort);
+//         ZDV_SetDeviceOptionsW(Handle, ZDV_FTP_ROOT, sRoot);
+//         ZDV_SetDeviceOptionsW(Handle, ZDV_FTP_USERNAME, sUser);
+//         ZDV_SetDeviceOptionsW(Handle, ZDV_FTP_PASSWORD, sPassword);
+//         uiRc = ZDV_Utility(Handle, ZDV_U_MAKE_UNIT_READY);
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_MediaAccess(Handle, ZDV_MA_E, 0); // the next write begins a new version
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_WriteData(Handle, ZDV_BLOCK_SIZE, pBlock);
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_MediaAccess(Handle, ZDV_MA_WFM, 1); // waits for the upload, but does not say if it failed
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_GetProperty(Handle, ZDV_P_SPECIFIC_ERROR_CODE, &uiError);
+//         if (uiRc == ZDV_SUCCESS && uiError != 0)
+//             uiRc = ZDV_DEVICE_ERROR;
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_Position(Handle, ZDV_SP_BOM, 0);
+//         if (uiRc == ZDV_SUCCESS)
+//             uiRc = ZDV_ReadData(Handle, ZDV_BLOCK_SIZE, pRead);
+//         ZDV_GetInfoW(Handle, ZDV_GI_SPECIFIC_ERROR_MSG, sError, uiErrorSize);
+//         ZDV_Close(Handle);
+//         return uiRc;
+//     }
 #pragma once
 
 #ifdef __cplusplus
@@ -66,7 +115,7 @@ typedef uint32_t ZDV_STATUS;
 #define ZDV_FUNCTION_NOT_SUPPORTED UINT32_C(0x40000002) // unknown or unsupported category
 #define ZDV_NO_STRING_EXISTS UINT32_C(0x40000004)       // no option string at this index
 #define ZDV_INTERNAL_ERROR UINT32_C(0x40000008)         // object count inconsistent on a write
-#define ZDV_DEVICE_ERROR UINT32_C(0x40000011)           // server, libcurl, pipe or thread failed
+#define ZDV_DEVICE_ERROR UINT32_C(0x40000011)           // see "Errors" above
 #define ZDV_OPEN_FAILED UINT32_C(0x40000402)            // the device could not be created
 #define ZDV_WRITE_PROTECTED UINT32_C(0x40000405)        // writing is not allowed here
 #define ZDV_BLANK_CHECK UINT32_C(0x40000408)            // a read found no recorded data
@@ -214,17 +263,22 @@ ZDV_STATUS ZDV_GetModulePropertyW(uint32_t uiCategory, wchar_t* pBuffer, uint32_
 ZDV_STATUS ZDV_Open(ZDV_HANDLE* pHandle);
 
 // Exported as "ZDV_C". Ends the current object (an upload is completed, however long that takes) and
-// destroys the device. Status: ZDV_SUCCESS, also for a null handle. To learn an upload's fate, write a
+// destroys the device. Status: ZDV_SUCCESS, also for a null handle. To learn whether an upload has failed, write a
 // filemark and ask for the last error before closing.
 ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 
-// Exported as "ZDV_U". ZDV_U_MAKE_UNIT_READY sets the connection up from the device options and loads the
-// newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape; a transfer that runs is
-// ended first, and a root that does not exist is created. ZDV_U_CHECK_DEVICE_STATUS does nothing. Statuses:
-// ZDV_SUCCESS, also for a root without versions; ZDV_DEVICE_ERROR with the last error set (not for a set-up
-// that failed while a transfer was running); ZDV_FUNCTION_NOT_SUPPORTED for another category. Position after
-// making ready: the object number is kept (0 after ZDV_Open), writing allowed; the same on failure of the
-// listing, with no objects known; unchanged when the connection could not be set up.
+// Exported as "ZDV_U". ZDV_U_CHECK_DEVICE_STATUS does nothing. ZDV_U_MAKE_UNIT_READY sets the connection up from the
+// device options and loads the newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape.
+// A transfer that runs is ended first, and a root that does not exist is created.
+// Over SFTP a password that is set is the only way in. Without one libcurl tries the keys and agents of the account.
+//   ZDV_SUCCESS        The tape is loaded. A root without versions is a blank tape.
+//   ZDV_DEVICE_ERROR   - The connection could not be set up: an option is of no use, such as a port of 70000, or
+//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on, and the last
+//                        error is then not set.
+//                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
+//   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
+// Position when the tape was loaded, and when it could not be: the object number is kept (0 after ZDV_Open), writing
+// is allowed.
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, uint32_t uiCategory);
 
 // ------------------------------------------------------------------------------------------- options
@@ -279,48 +333,82 @@ ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, uint32_t uiCategory, ZDV_LIST* pList);
 // ------------------------------------------------------------------------------------------- data
 
 // Exported as "ZDV_WD". Writes uiBytes / 65,536 blocks (rounded down, at least one) from buffer. The first
-// write after a filemark or a positioning opens the next object; object 1 creates a new version first. In the
-// middle of a version this overwrites the object of that number.
-// Statuses: ZDV_SUCCESS, the blocks are on their way (only a filemark ends the upload, and only reading back
-// proves it); ZDV_WRITE_PROTECTED, nothing has changed; ZDV_INTERNAL_ERROR, the object number is not the next
-// one of the version; ZDV_DEVICE_ERROR, the last error tells why.
-// Position: in the object (its number is raised by the write that opens it, also when that fails); the block
-// number is raised by the blocks asked for, also when the data could not be passed on, but not when the
-// transfer could not be started.
+// write after a filemark or a positioning opens the next object: it raises the object number by one, also when it
+// fails. Object 1 creates a new version first. In the middle of a version this overwrites the object of that number.
+//   ZDV_SUCCESS           The blocks are on their way; "Errors" tells how to see that they have arrived, and only
+//                         reading back proves it. The block number is raised by the blocks asked for.
+//   ZDV_WRITE_PROTECTED   A read has succeeded since the medium was reset or erased, or it never was. Nothing has
+//                         changed.
+//   ZDV_INTERNAL_ERROR    The object number is not the next one of the version. Nothing is sent, and the block
+//                         number is kept.
+//   ZDV_DEVICE_ERROR      - The version could not be created, an object 1000 or above was to be written, or the
+//                         transfer could not be started (another one runs, there is no memory, libcurl refuses
+//                         the URL). The block number is kept.
+//                         - The upload has failed, in this call or since an earlier one, and is not ended yet. The
+//                         block number is raised by the blocks asked for all the same.
 ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer);
 
 // Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
-// read after a filemark or a positioning starts the next object.
-// Statuses: ZDV_SUCCESS, the whole request is filled, and writing is not allowed until the medium is reset or
-// erased; ZDV_FILEMARK_REACHED, the object ended, and a request that met its end is filled in part, nobody
-// tells how far (the next read reports the same filemark once more, the one after that starts the next
-// object); ZDV_END_OF_MEDIA; ZDV_BLANK_CHECK; ZDV_DEVICE_ERROR. A download that fails in the middle also ends
-// in ZDV_FILEMARK_REACHED: ask for the last error.
-// Position: the block number grows by the whole request; a read that meets the filemark sets it to the
-// request, one that only reports a filemark to 0. The object number is raised by the read that starts an
-// object, also when that fails.
+// read after a filemark or a positioning starts the next object: it raises the object number by one, also when it
+// fails. A read after a write ends the upload, if there is a further object.
+//   ZDV_SUCCESS            The whole request is filled. The block number is raised by the blocks asked for. Writing
+//                          is not allowed until the medium is reset or erased.
+//   ZDV_FILEMARK_REACHED   - The object ended inside the request or just before it: the buffer is filled in part or
+//                          not at all, and the module does not say how much. The block number is that of the
+//                          blocks asked for, and the next read reports the filemark again.
+//                          - The filemark of a header was next, one after spacing back, or one that is reported
+//                          again: the buffer is untouched. The block number is 0, and the next read starts the next
+//                          object.
+//                          - The download failed: the last error is set, all else is as in the first case.
+//   ZDV_END_OF_MEDIA       The version has no further object. Nothing has changed.
+//   ZDV_BLANK_CHECK        The position is the beginning of a version without objects. Nothing has changed.
+//   ZDV_DEVICE_ERROR       - The upload that this read has ended had failed, and no write has said so. The object
+//                          number is kept, the block number is 0. The next read starts the next object.
+//                          - The transfer could not be started (another one runs, there is no memory, the object's
+//                          number is above 999, libcurl refuses the URL). The block number is kept.
+//                          - The data could not be passed on, for example into a buffer that is none. The error is
+//                          the system's, and the block number is kept.
 ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, uint32_t uiBytes, void* buffer);
 
 // Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits for
-// its upload. ZDV_MA_E forgets the loaded version; nothing is deleted on the server.
-// Statuses: ZDV_SUCCESS, also when the upload that was ended had failed (ask for the last error);
-// ZDV_FUNCTION_NOT_SUPPORTED for ZDV_MA_I and unknown categories.
-// Position: after a filemark, behind the object; after an erase, object 0, writing allowed. Write one
-// filemark at a time: each further one leaves out an object number, empties the object behind it in the
-// middle of a version and makes none at its end, and forgets the last error; 0 is taken as 4,294,967,295
-// more.
+// its upload. ZDV_MA_E ends it, too, and forgets the loaded version; nothing is deleted on the server.
+//   ZDV_SUCCESS                  Also when the upload that was ended had failed: ask for the last error.
+//   ZDV_FUNCTION_NOT_SUPPORTED   ZDV_MA_I, and unknown categories. Nothing has changed.
+// Position: after a filemark, just past it; after an erase, object 0, writing allowed. Write one filemark at a
+// time. Each further one leaves out an object number and forgets the last error; in the middle of a version it also
+// empties the object after that number, at the end it makes none. 0 is taken as 4,294,967,295 more.
 ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiParam);
 
-// Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative:
-// backwards). ZDV_SP_RET, _BOM, _EORM and _FFM end the current object first.
-// Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED for ZDV_SP_GOTO, a negative skip and unknown modes;
-// ZDV_DEVICE_ERROR when the versions could not be listed or none is old enough; for ZDV_SP_SKIP the status of
-// its last read (only a filemark ends it early).
-// Position: ZDV_SP_RET keeps the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number of
-// recorded objects (all three also on failure, and allow writing). ZDV_SP_SKIP raises the block number by two
-// for each block read. ZDV_SP_FFM is pure arithmetic and not compared with the recorded objects: forward
-// leaves the position just past a filemark, backward just before one; 0 leaves it behind the current object,
-// with no filemark to report.
+// Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative: backwards).
+//
+// ZDV_SP_RET, ZDV_SP_BOM and ZDV_SP_EORM end the current object, list the versions and load one as the tape again.
+// Position, also on failure: ZDV_SP_RET keeps the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number
+// of objects that are known then, none on failure. The next read starts the object after that. Writing is allowed.
+//   ZDV_SUCCESS        A root without versions is a blank tape.
+//   ZDV_DEVICE_ERROR   - The server cannot be reached, or refuses the login, or to list the versions or the objects.
+//                      - No version is old enough for ZDV_BACKUP_VERSION.
+//                      - The version's or the requested date cannot be shown (87).
+//                      - The upload that this has ended had failed: that is then the reason given.
+//
+// ZDV_SP_SKIP reads blocks and throws them away. Its status is that of its last read, and only a filemark ends it
+// early. Position: as after these reads, but each block raises the block number by one more. 0 blocks read nothing, and
+// the position then counts as in the data of the object. A negative number is answered with
+// ZDV_FUNCTION_NOT_SUPPORTED and changes nothing.
+//
+// ZDV_SP_FFM ends the current object and changes the object number, without asking the server and without a look at
+// the recorded objects. ZDV_SUCCESS always. The first filemark that is passed in the data of an object is the object's
+// own on the way forward, and that of the object before it on the way back. Just past a filemark that one is the first
+// on the way back. Forward leaves the position just past a filemark, backward just before it; 0 leaves it past the
+// current object.
+//
+//   from                          iBlocks   to                     the next read
+//   in the data of object 3            +1   past object 3          starts object 4
+//   just past object 3                 +2   past object 5          starts object 6
+//   in the data of object 3            -1   the end of object 2    reports its filemark, the one after starts 3
+//   just past object 3                 -1   the end of object 3    reports its filemark, the one after starts 4
+//   just past object 3                 -2   the end of object 2    reports its filemark, the one after starts 3
+//
+// ZDV_SP_GOTO and unknown modes are answered with ZDV_FUNCTION_NOT_SUPPORTED and change nothing.
 ZDV_STATUS ZDV_Position(ZDV_HANDLE handle, uint32_t uiCategory, int32_t iBlocks);
 
 #ifdef __cplusplus

@@ -2,6 +2,7 @@
 """The package as those meet it who are given it, on the server that tests/with-server has started."""
 
 import os
+import re
 import shutil
 import subprocess
 import tempfile
@@ -56,13 +57,16 @@ class PackageTest(unittest.TestCase):
         self.assertIn(":[V]:", log.read_text())
 
     def run_here(self, *command):
-        subprocess.run(command, cwd=self.unpacked, check=True)
+        root = os.environ["ZDV_TEST_HOME"] + "/example"
+        subprocess.run(command, cwd=self.unpacked, check=True, env=os.environ | {"ZDV_ROOT": root})
 
     def test_hosts_link_with_either_library(self):
+        example = re.search(r"^//     ZDV_STATUS .*?^//     }$", (self.unpacked / "sdk/zdv.h").read_text(), re.M | re.S)[0]
+        (self.unpacked / "example.c").write_text(re.sub("^//     ", "", example, flags=re.M))
         kernel = subprocess.check_output([COMPILER, "-print-file-name=libkernel32.a"], text=True).strip()
         for language in ("c", "c++"):
             self.run_here(COMPILER, "-Wall", "-Wextra", "-pedantic", "-Werror", "-O2", "-x", language,
-                          f"-std={language}11", "-I", "sdk", "-c", Path(__file__).with_name("host.c"), "-o", "host.o")
+                          f"-std={language}11", "-I", "sdk", "-I", ".", "-c", Path(__file__).with_name("host.c"), "-o", "host.o")
             for linker in ([COMPILER, "-nostdlib", "-Wl,-e,Start", "-o", "host.exe", "host.o", "sdk/libZDV_FTP.dll.a"],
                            ["lld-link", "-entry:Start", "-subsystem:console", "host.o", "sdk/ZDV_FTP.lib"]):
                 self.run_here(*linker, kernel)
