@@ -25,7 +25,7 @@ class Control(threading.Thread):
 
     def _carry_out(self, name):
         if name not in self._commands:
-            return f"error: {name!r} is none of {', '.join(self._commands)}"
+            return f"error: {name!r} is not one of {', '.join(self._commands)}"
         try:
             self._commands[name]()
         except (ServerError, OSError) as error:

@@ -1,4 +1,4 @@
-"""A long line: what goes in at one end comes out at the other some time later, and at a slow line's rate if wanted."""
+"""A long line to a server: it delays what passes through it, and can limit the rate."""
 
 import queue
 import socket
@@ -10,8 +10,8 @@ SLOW_BUFFER = 1 << 16  # what a slow line holds, as the sender sees it
 
 
 class Relay(threading.Thread):
-    """Listens at an address and connects each client to a server. The delay, in seconds, is one way's, the rate each way's
-    bytes per second, 0 for any."""
+    """Listens at an address and connects each client to a server. The delay is in seconds and that of one way; the rate
+    is in bytes per second, for each way, and 0 means any."""
 
     def __init__(self, address, server, delay, rate=0):
         super().__init__(daemon=True)
