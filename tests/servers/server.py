@@ -52,6 +52,7 @@ class Server:
 
     rights = {}  # capabilities, and their bits, that it needs and containers lack
     traits = ()  # what it does unlike others, for tests that depend on it
+    opaque = False  # whether its store shows nobody else what it holds
 
     def __init__(self, site):
         self.site = site

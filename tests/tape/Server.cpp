@@ -57,11 +57,15 @@ std::wstring Variable(const wchar_t* sName)
 
 std::wstring Root(const std::wstring& sFolder)
 {
+    if (const wchar_t* const sRoot = _wgetenv(L"ZDV_TEST_ROOT"))
+        return sRoot + (L'/' + sFolder);
     if (Variable(L"ZDV_TEST_SCHEME") != L"sftp")
         return sFolder;
     const std::wstring sHome = Variable(L"ZDV_TEST_HOME");
     return sHome + (sHome.ends_with(L'/') ? L"" : L"/") + sFolder;
 }
+
+bool HasStore() { return _wgetenv(L"ZDV_TEST_STORE") != nullptr; }
 
 std::filesystem::path Store(const std::wstring& sFolder)
 {

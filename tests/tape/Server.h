@@ -10,8 +10,12 @@ namespace server {
 // An environment variable of tests/with-server; a test program without them ends with a plain word.
 std::wstring Variable(const wchar_t* sName);
 
-// The root to configure for a folder of the login directory. SFTP roots begin at the server's top directory.
+// The root to configure for a folder of the login directory, or of ZDV_TEST_ROOT where the server is somebody else's.
+// SFTP roots begin at the server's top directory.
 std::wstring Root(const std::wstring& sFolder);
+
+// Whether this program can look into what the server holds.
+bool HasStore();
 
 // The same folder on this machine.
 std::filesystem::path Store(const std::wstring& sFolder);

@@ -19,13 +19,15 @@ protected:
         ASSERT_EQ(m_Tape.Erase(), ZDV_SUCCESS);
     }
 
-    // An object of the version being written, as it lies on the server.
-    Blocks Stored(std::size_t uiObject)
+    // Where it can be seen, an object of the version being written lies on the server as it was written.
+    void ExpectStored(std::size_t uiObject, const Blocks& aObject)
     {
+        if (!server::HasStore())
+            return;
         const std::wstring sVersion = FOLDER + (L"/" + m_Tape.Versions().back());
         const std::wstring sName = server::Names(sVersion).at(uiObject - 1);
         std::ifstream File(server::Store(sVersion + L"/" + sName), std::ios::binary);
-        return Blocks(std::istreambuf_iterator<char>(File), {});
+        EXPECT_TRUE(Blocks(std::istreambuf_iterator<char>(File), {}) == aObject) << uiObject;
     }
 
     // The status of an object that is on its way to a stopped server as a whole when sCommand comes.
@@ -67,7 +69,7 @@ TEST_F(Flight, EverySizeAroundTheWindowArrivesWhole)
     ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << m_Tape.ErrorText();
     for (std::size_t i = 0; i < aObjects.size(); ++i)
     {
-        EXPECT_TRUE(Stored(i + 1) == aObjects[i]) << i + 1;
+        ExpectStored(i + 1, aObjects[i]);
         Blocks aRead;
         ASSERT_EQ(m_Tape.Read(aObjects[i].size() / ZDV_BLOCK_SIZE, aRead), ZDV_SUCCESS) << i + 1;
         EXPECT_TRUE(aRead == aObjects[i]) << i + 1;
@@ -91,7 +93,7 @@ TEST_F(Flight, StoppedServerHoldsTheFilemarkBack)
     if (server::Variable(L"ZDV_TEST_TRAITS").find(L"drops-stopped-sessions") != std::wstring::npos)
         GTEST_SKIP() << "the server takes a stopped session for an ended one";
     EXPECT_EQ(WriteToStoppedServer("cont"), ZDV_SUCCESS) << m_Tape.ErrorText();
-    const Blocks aStored = Stored(1);
-    ASSERT_EQ(aStored.size(), m_aRest.size() + ZDV_BLOCK_SIZE);
-    EXPECT_TRUE(std::equal(m_aRest.begin(), m_aRest.end(), aStored.begin() + ZDV_BLOCK_SIZE));
+    Blocks aObject = SomeBlocks(1, 4);
+    aObject.insert(aObject.end(), m_aRest.begin(), m_aRest.end());
+    ExpectStored(1, aObject);
 }

@@ -99,12 +99,13 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
         SCOPED_TRACE("backup onto a root that does not exist");
         Tape tape(m_sRoot);
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-        EXPECT_TRUE(server::Names(m_sFolder).empty());
+        EXPECT_TRUE(tape.Versions().empty());
         Blocks aRead;
         EXPECT_EQ(tape.Read(1, aRead), ZDV_BLANK_CHECK);
         ASSERT_NO_FATAL_FAILURE(WriteObjects(tape, m_aFirst));
         aVersions = tape.Versions();
     }
+    if (server::HasStore())
     {
         SCOPED_TRACE("what the server holds");
         ASSERT_EQ(server::Names(m_sFolder), aVersions);
@@ -134,12 +135,6 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
         ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS);
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, -2), ZDV_SUCCESS);
         ASSERT_EQ(tape.WriteFilemarks(2), ZDV_SUCCESS);
-        const auto aNames = server::Names(m_sFolder + L"/" + aVersions[0]);
-        const auto pEmpty = std::find_if(aNames.begin(), aNames.end(),
-                                         [](const std::wstring& sName) { return sName.ends_with(L".007"); });
-        ASSERT_NE(pEmpty, aNames.end());
-        EXPECT_EQ(fs::file_size(server::Store(m_sFolder + L"/" + aVersions[0] + L"/" + *pEmpty)), 0u);
-
         ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
         ASSERT_EQ(tape.Read(5, aRead), ZDV_SUCCESS);
@@ -154,8 +149,11 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
     }
     {
         SCOPED_TRACE("a second version beside the first");
-        fs::create_directory(server::Store(m_sFolder + L"/foreign folder"));
-        ASSERT_TRUE(std::ofstream(server::Store(m_sFolder + L"/ZELT_readme.txt")));
+        if (server::HasStore())
+        {
+            fs::create_directory(server::Store(m_sFolder + L"/foreign folder"));
+            ASSERT_TRUE(std::ofstream(server::Store(m_sFolder + L"/ZELT_readme.txt")));
+        }
         AwaitNextSecond();
         Tape tape(m_sRoot);
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
@@ -199,6 +197,8 @@ TEST_F(Story, ObjectIsExactlyItsBlocks)
     Blocks aShort = SomeBlocks(2, 8);
     aShort.pop_back();
     ASSERT_EQ(tape.WriteObject(aShort), ZDV_SUCCESS) << "131,071 bytes: " << tape.ErrorText();
+    if (!server::HasStore())
+        return;
     std::vector<std::uintmax_t> aSizes;
     const std::wstring sVersion = L"sizes/" + tape.Versions().at(0);
     for (const std::wstring& sName : server::Names(sVersion))
@@ -300,9 +300,6 @@ TEST_F(Story, OptionsTakeEffectWhenMadeReadyAgain)
     tape.Set(ZDV_FTP_ROOT, server::Root(L"second root"));
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << "in the middle of an object: " << tape.ErrorText();
     EXPECT_TRUE(tape.Versions().empty());
-    EXPECT_TRUE(fs::is_directory(server::Store(L"second root")));
-    const std::wstring sVersion = L"first root/" + server::Names(L"first root").at(0);
-    EXPECT_EQ(server::Names(sVersion).size(), 2u);
     tape.Set(ZDV_FTP_ROOT, server::Root(L"first root"));
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
     ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
