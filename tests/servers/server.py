@@ -27,10 +27,11 @@ def processes():
     parents = {}
     for pid in filter(str.isdigit, os.listdir("/proc")):
         try:
-            state, parent = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[:2]
+            fields = Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
         except OSError:  # it ended meanwhile
             continue
-        if state not in "ZX":
+        state, parent, threads = fields[0], fields[1], fields[17]
+        if state not in "ZX" or int(threads) > 1:  # the first thread may end before others, which hold the ports
             parents[int(pid)] = int(parent)
     return parents
 
