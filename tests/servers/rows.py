@@ -6,6 +6,7 @@ from .inetutils import Inetutils
 from .openssh import OpenSsh
 from .proftpd import ProFtpd
 from .pureftpd import PureFtpd
+from .rclone import Rclone, RcloneCrypt
 from .server import Server
 from .vsftpd import Vsftpd
 
@@ -36,6 +37,8 @@ class Row:
 STORY = "Story.BackupIs*:*IPv6*"
 # What depends on the line's length
 FAR = "Flight.*:Story.ClosingEnds*:Story.OptionsTake*:*FullDisk*:*KilledServer*"
+# Where tests can break the server, but not see what it holds
+WITHOUT_STORE = "Story.*:Flight.*:Server.EmptyRoot*:Server.Failed*:Server.Password*:Server.Retry*:*KilledServer*"
 
 ROWS = {
     "proftpd-ftp": Row(ProFtpd, "ftp", chrooted=True),
@@ -65,4 +68,6 @@ ROWS = {
     "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",), tests=STORY),
     "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",), tests=STORY),
     "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",), tests=STORY),
+    "rclone-sftp": Row(Rclone, "sftp", chrooted=True),
+    "rclone-crypt": Row(RcloneCrypt, "sftp", chrooted=True, tests=WITHOUT_STORE),
 }
