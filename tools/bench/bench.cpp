@@ -1,6 +1,8 @@
 // Measures the module against libcurl alone, and against libcurl with nothing but a thread and a pipe for each
 // object, as a host of the module has them: the same build, the same server, the same options, turn by turn.
 // Prints one line per run, "measure who MiB/s"; the program that starts it takes medians and ratios.
+#include "catalogue/ServerUrl.h"
+#include "common/Url.h"
 #include "interface/Connection.h"
 #include "interface/FtpContext.h"
 #include "tests/tape/Server.h"
@@ -57,6 +59,7 @@ public:
         m_FC.m_uiPort = static_cast<std::uint32_t>(std::stoul(server::Variable(L"ZDV_TEST_PORT")));
         m_FC.m_sUsername = server::Variable(L"ZDV_TEST_USER");
         m_FC.m_sPassword = server::Variable(L"ZDV_TEST_PASSWORD");
+        m_FC.m_sRoot = server::Root(FOLDER);
         Check(DoInitEx(m_FC), "the handle cannot be set up");
         Set(CURLOPT_BUFFERSIZE, 1024 * 1024L);
         Set(CURLOPT_FTP_CREATE_MISSING_DIRS, 1L);
@@ -180,10 +183,9 @@ private:
     // As deep as an object of a version lies.
     void SetUrl(const Amount& amount, std::size_t uiObject)
     {
-        const std::wstring sUrl = m_FC.m_sProtocol + m_FC.m_sServer + L"/" + server::Root(FOLDER) +
-                                  L"/bare/" + std::to_wstring(amount.uiBlocks) + L"." +
-                                  std::to_wstring(uiObject);
-        Set(CURLOPT_URL, std::string(sUrl.begin(), sUrl.end()).c_str());
+        const std::wstring sUrl =
+            RootUrl(m_FC) + L"/bare/" + std::to_wstring(amount.uiBlocks) + L"." + std::to_wstring(uiObject);
+        Set(CURLOPT_URL, quorvel::NarrowUrl(sUrl).c_str());
     }
 
     void Perform(const Amount& amount, std::size_t uiObject)
