@@ -10,14 +10,33 @@
 
 namespace {
 
+// The module begins a log each time it is loaded, and keeps one old one. It can neither delete nor replace files that
+// are held, so all connections of this program share a log, which tells why an earlier one broke.
+std::array<FileHandle, 2> HoldLogs(const std::wstring& sProgramFolder)
+{
+    std::wstring sLogs(MAX_LONG_PATH, L'\0');
+    sLogs.resize(GetPrivateProfileStringW(
+        L"File Locations", L"Logfiles", PathIn(sProgramFolder, L"Logfiles").c_str(), sLogs.data(),
+        static_cast<DWORD>(sLogs.size()), PathIn(sProgramFolder, L"zlt.ini").c_str()));
+    const auto Hold = [&](const wchar_t* pName, DWORD dwShare, DWORD dwDisposition) {
+        const HANDLE hFile = CreateFileW(PathIn(sLogs, pName).c_str(), GENERIC_READ, dwShare, nullptr,
+                                         dwDisposition, 0, nullptr);
+        return FileHandle(hFile == INVALID_HANDLE_VALUE ? nullptr : hFile);
+    };
+    return {Hold(L"ZDV_FTP_trace.log", FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS),
+            Hold(L"ZDV_FTP_trace.old", FILE_SHARE_READ, OPEN_EXISTING)};
+}
+
 Module Load()
 {
     std::wstring sPath(MAX_LONG_PATH, L'\0');
     sPath.resize(GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size())));
-    sPath.replace(sPath.find_last_of(L'\\') + 1, sPath.npos, L"ZDV_FTP.DLL");
+    const std::wstring sFolder = sPath.substr(0, sPath.find_last_of(L'\\'));
+    sPath = PathIn(sFolder, L"ZDV_FTP.DLL");
     const HMODULE hLibrary = LoadLibraryW(sPath.c_str());
     if (hLibrary == nullptr)
         throw FileError(sPath, "cannot be loaded", GetLastError());
+    static const std::array<FileHandle, 2> HELD = HoldLogs(sFolder); // from the first load on
     return Module(hLibrary);
 }
 
@@ -37,11 +56,16 @@ std::time_t ToTime(const ZDV_VERSION_DATE& Date)
 
 } // namespace
 
+Device::Device(Module Loaded) : m_Module(std::move(Loaded))
+{
+    Check(m_Module.Open(&m_Handle), "opening the device");
+}
+
+// Delegates so that whatever is thrown here runs the destructor, which closes the device before the module is unloaded.
 Device::Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion)
-    : m_Module(Phase(ExitCode::NoModule, "", Load))
+    : Device(Phase(ExitCode::NoModule, "", Load))
 {
     constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
-    Check(m_Module.Open(&m_Handle), "opening the device");
     const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
     const std::pair<std::int32_t, std::wstring> OPTIONS[] = {{ZDV_FTP_SERVERNAME, FromUtf8(Target.sName)},
                                                              {ZDV_FTP_PORT, std::to_wstring(Target.uiPort)},

@@ -64,6 +64,8 @@ public:
     ReadResult Read(std::span<std::byte> Blocks);
 
 private:
+    explicit Device(Module Loaded); // opens it
+
     void Position(std::uint32_t uiMode, std::int32_t iCount, const char* pAction);
     void Check(ZDV_STATUS uiStatus, const char* pAction) const;
     void CheckTransfer(const char* pAction) const;
