@@ -13,10 +13,24 @@ constexpr std::uint64_t LINE_INTERVAL_MS = 60'000;
 constexpr std::uint64_t MS_PER_SECOND = 1000;
 
 std::atomic<bool> g_bInterrupted = false;
+DWORD g_dwFoundMode = 0; // of the console's input, as the program found it; 0 if that is no console
 
+void RestoreInput()
+{
+    if (g_dwFoundMode != 0)
+        SetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), g_dwFoundMode);
+}
+
+// Runs on a thread of its own. What is under way can take until the server answers, so the user hears at once.
 BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
 {
-    return (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
+    const bool bFirst =
+        (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
+    if (bFirst)
+        Write(STD_ERROR_HANDLE, "\nStopping in good order; Ctrl+C once more ends the program at once.\n");
+    else
+        RestoreInput(); // the program ends here and now
+    return bFirst;
 }
 
 bool IsConsole(HANDLE hStream)
@@ -103,7 +117,15 @@ std::string Progress::Line() const
                        Printable(m_sFile));
 }
 
-void CatchInterrupts() { SetConsoleCtrlHandler(OnConsoleEvent, TRUE); }
+ConsoleSetup::ConsoleSetup()
+{
+    SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+    const HANDLE hInput = GetStdHandle(STD_INPUT_HANDLE);
+    if (GetConsoleMode(hInput, &g_dwFoundMode))
+        SetConsoleMode(hInput, (g_dwFoundMode & ~DWORD{ENABLE_QUICK_EDIT_MODE}) | ENABLE_EXTENDED_FLAGS);
+}
+
+ConsoleSetup::~ConsoleSetup() { RestoreInput(); }
 
 void CheckInterrupt()
 {
@@ -131,10 +153,11 @@ std::optional<std::wstring> AskPassword()
     std::array<wchar_t, 512> aLine{};
     DWORD dwLength = 0;
     SetConsoleMode(hInput, dwMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr);
+    const BOOL bRead = ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr);
     SetConsoleMode(hInput, dwMode);
     Complain("");
-    CheckInterrupt();
+    if (!bRead || dwLength == 0) // Ctrl+C, of which the handler may hear later; Enter alone is "\r\n"
+        throw Interrupted();
     const std::wstring_view sLine(aLine.data(), dwLength);
     return std::wstring(sLine.substr(0, sLine.find_first_of(L"\r\n")));
 }

@@ -49,10 +49,19 @@ private:
     std::uint64_t m_uiShown;
 };
 
-// Ctrl+C ends what is under way in good order, a second one the program at once.
-void CatchInterrupts();
+// Meanwhile Ctrl+C ends what is under way in good order, a second one the program at once; and a click into the
+// window selects no text, which would stop the program at its next line of output.
+class ConsoleSetup
+{
+public:
+    ConsoleSetup();
+    ConsoleSetup(const ConsoleSetup&) = delete;
+    ConsoleSetup& operator=(const ConsoleSetup&) = delete;
+    ~ConsoleSetup();
+};
+
 void CheckInterrupt(); // throws Interrupted
 void Pause(int iSeconds);
 
-// Asks on the console without echo; nothing when the standard input is no console.
+// Asks on the console without echo; nothing when the standard input is no console. Throws Interrupted.
 std::optional<std::wstring> AskPassword();

@@ -92,7 +92,7 @@ void Connect(Session& Server, const std::string& sPasswordFile)
 
 ExitCode Run(const CommandLine& Given)
 {
-    CatchInterrupts();
+    const ConsoleSetup Console;
     UsePrivileges();
     const FileHandle hMutex = BeTheOnlyOne();
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
