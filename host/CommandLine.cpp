@@ -4,6 +4,7 @@
 #include "host/Versions.h"
 
 #include <CLI/CLI.hpp>
+#include <regex>
 
 namespace {
 
@@ -12,9 +13,10 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* FOOTER = R"(
 zdv COMMAND --help explains a command. Server, port, user and root may also be given by the environment variables
-ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The password is taken from ZDV_PASSWORD or a --password-file, or
-asked for. Patterns have "*" and "?"; one without "/" is that of a name in any folder ("*.docx"), one with "/" that
-of a whole path in the backup ("Documents/2024"). A folder means all that is in it.
+ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server may be a URL that holds the others: sftp://USER@NAME/ROOT,
+or ftps:// or ftp://; a bare name needs a port. The password is taken from ZDV_PASSWORD or a --password-file, or
+asked for. Patterns have "*" and "?", which match "/" too; one without "/" is that of a name in any folder
+("*.docx"), one with "/" that of a whole path in the backup ("Documents/2024"). A folder means all that is in it.
 
 Exit codes:
   0  done
@@ -26,7 +28,7 @@ Exit codes:
   6  ZDV_FTP.DLL cannot be loaded
   7  anything else
   8  the backup is complete, but for some files that could not be read or were changed meanwhile
-  9  stopped by Ctrl+C
+  9  stopped by Ctrl+C; a second Ctrl+C ends the program at once, and whatever was under way is not complete
 )";
 
 constexpr int MAX_PORT = 65535;
@@ -34,7 +36,11 @@ constexpr std::uint64_t MAX_AREA_MIB = std::uint64_t{1} << 30;
 
 std::string CheckVersionText(const std::string& sText)
 {
-    return ParseVersionText(sText) ? "" : "no date and time of the form \"31/12/2024 23:59:59\": " + sText;
+    return ParseVersionText(sText)
+               ? ""
+               : "neither \"31/12/2024 23:59:59\" nor 2024-12-31T23:59:59 nor 2024-12-31 is "
+                 "the form of: " +
+                     sText;
 }
 
 // CLI11 reads the environment in the system's code page, which may lack what a folder's name holds.
@@ -43,7 +49,7 @@ void AddServerText(CLI::App& Sub, const char* pName, const wchar_t* pVariable, s
 {
     if (const wchar_t* const pValue = _wgetenv(pVariable))
         sValue = ToUtf8(pValue);
-    Sub.add_option(pName, sValue, pDescription)->required(sValue.empty());
+    Sub.add_option(pName, sValue, pDescription);
 }
 
 CLI::App& AddCommand(CLI::App& App, Command enCommand, const char* pName, const char* pDescription,
@@ -51,11 +57,11 @@ CLI::App& AddCommand(CLI::App& App, Command enCommand, const char* pName, const 
 {
     CLI::App& Sub = *App.add_subcommand(pName, pDescription);
     Sub.final_callback([&, enCommand] { Given.enCommand = enCommand; });
-    AddServerText(Sub, "--server", L"ZDV_SERVER", Given.Target.sName, "name or address of the server");
+    AddServerText(Sub, "--server", L"ZDV_SERVER", Given.Target.sName,
+                  "name or address of the server, or a URL, such as sftp://nas");
     Sub.add_option("--port", Given.Target.uiPort, "22 means SFTP, 990 FTPS, every other port FTP")
         ->check(CLI::Range(1, MAX_PORT))
-        ->envname("ZDV_PORT")
-        ->capture_default_str();
+        ->envname("ZDV_PORT");
     AddServerText(Sub, "--user", L"ZDV_USER", Given.Target.sUser, "login name");
     AddServerText(Sub, "--root", L"ZDV_ROOT", Given.Target.sRoot,
                   "folder on the server that holds the backups; created if missing");
@@ -70,8 +76,11 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
     CLI::App& Sub = AddCommand(App, enCommand, pName, pDescription, Given);
     Sub.add_option_function<std::string>(
            "--at", [&](const std::string& sText) { Given.tAt = ParseVersionText(sText); },
-           "take the newest complete backup not later than \"dd/mm/yyyy hh:mm:ss\", or the one of that very "
-           "second, complete or not; the newest complete one if left out")
+           "take the newest complete backup not later than \"dd/mm/yyyy hh:mm:ss\", yyyy-mm-ddThh:mm:ss or "
+           "the "
+           "end of yyyy-mm-dd, or the one of that very second, complete or not; the newest complete one if "
+           "left "
+           "out")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
         Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");
@@ -85,7 +94,10 @@ void AddCommands(CLI::App& App, CommandLine& Given)
                   "also write a version of one block, find it again and read it back");
     CLI::App& Backup = AddCommand(App, Command::Backup, "backup",
                                   "write files, folders and drives to the server as a new backup", Given);
-    Backup.add_option("--exclude", Given.Excluded, "patterns of what to leave out")->allow_extra_args(false);
+    Backup
+        .add_option("--exclude", Given.Excluded,
+                    "patterns of what to leave out, each after an --exclude of its own")
+        ->allow_extra_args(false);
     Backup.add_flag("--verify", Given.bVerify, "read the backup back and compare");
     Backup
         .add_option("--area-size", Given.uiAreaSize,
@@ -106,6 +118,47 @@ void AddCommands(CLI::App& App, CommandLine& Given)
 
 } // namespace
 
+void CompleteServer(Server& Target)
+{
+    static const std::regex URL(
+        R"((sftp|ftps|ftp)://(?:([^/]*)@)?(\[[^/\]]*\]|[^/:@\[]+)(?::(\d{1,5}))?(/.*)?)", std::regex::icase);
+    constexpr std::pair<const char*, unsigned> DEFAULT_PORTS[] = {{"sftp", 22}, {"ftps", 990}, {"ftp", 21}};
+    const std::string sGiven = Target.sName;
+    std::smatch Parts;
+    if (std::regex_match(sGiven, Parts, URL))
+    {
+        const std::string sScheme = CLI::detail::to_lower(Parts[1]);
+        for (const auto& [pScheme, uiPort] : DEFAULT_PORTS)
+            if (Target.uiPort == 0 && sScheme == pScheme)
+                Target.uiPort = uiPort;
+        Target.sName = Parts[3];
+        if (Parts[2].matched)
+            Target.sUser = Parts[2];
+        if (Parts[4].matched)
+            Target.uiPort = static_cast<unsigned>(std::stoi(Parts[4]));
+        if (Parts[5].length() > 1)
+            Target.sRoot = Parts[5];
+        if (Parts[2].str().find(':') != std::string::npos)
+            throw CLI::ValidationError("--server", "leave the password out, others can read it there");
+        if (sScheme != SchemeOf(Target.uiPort))
+            throw CLI::ValidationError("--server", fmt::format("{} means {}, not {}. {}", Target.uiPort,
+                                                               SchemeOf(Target.uiPort), sScheme, PORT_RULE));
+    }
+    else if (sGiven.find("://") != std::string::npos)
+        throw CLI::ValidationError(
+            "--server",
+            "not of the form sftp://USER@NAME:PORT/ROOT, of which only the first and NAME are needed: " +
+                sGiven);
+    for (const auto& [pOption, bMissing] : {std::pair("--server", Target.sName.empty()),
+                                            {"--user", Target.sUser.empty()},
+                                            {"--root", Target.sRoot.empty()}})
+        if (bMissing)
+            throw CLI::RequiredError(pOption);
+    if (Target.uiPort == 0)
+        throw CLI::ValidationError("--server", "with which protocol? Say sftp://" + sGiven +
+                                                   ", or give a --port. " + PORT_RULE);
+}
+
 std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
 {
     CommandLine Given;
@@ -123,6 +176,7 @@ std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
         App.parse(Arguments);
         if (App.get_subcommands().empty())
             throw CLI::RequiredError("A COMMAND");
+        CompleteServer(Given.Target);
         return Given;
     }
     catch (const CLI::ParseError& Error)

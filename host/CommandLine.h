@@ -27,5 +27,9 @@ struct CommandLine
     std::optional<std::time_t> tAt;
 };
 
+// Takes a URL that was given as the server's name, such as sftp://user@nas/folder, apart. Throws a CLI::ParseError
+// for one that is wrong, or when something is missing: the port chooses the protocol, so nobody guesses it.
+void CompleteServer(Server& Target);
+
 // Throws a CommandFailure for a command line that is wrong; nothing when help was asked for and given.
 std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments);

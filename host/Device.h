@@ -26,7 +26,7 @@ struct DeviceError : std::runtime_error
 struct Server
 {
     std::string sName;
-    unsigned uiPort = 21;
+    unsigned uiPort = 0; // chooses the protocol
     std::string sRoot;
     std::string sUser;
 };

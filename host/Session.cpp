@@ -5,17 +5,11 @@
 
 namespace {
 
-constexpr unsigned SFTP_PORT = 22;
-constexpr unsigned FTPS_PORT = 990;
-
-constexpr const char* PORT_RULE = "The port chooses the protocol: 22 is SFTP, 990 is FTP over TLS, every "
-                                  "other port is FTP (with TLS if the server offers it).";
-
 constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_FAILED_INIT, "The server does not answer in this port's protocol, or refuses the encryption."},
     {CURLE_URL_MALFORMAT,
-     "The server must be a name or an address alone, without \"sftp://\" or \":22\"; neither it nor the "
-     "root may hold odd characters."},
+     "The server must be a name or an address without \":22\", or a URL such as sftp://nas; neither it nor "
+     "the root may hold odd characters."},
     {CURLE_COULDNT_RESOLVE_HOST,
      "The server's name is not known: check its spelling and this computer's network and DNS settings."},
     {CURLE_COULDNT_CONNECT,
@@ -39,15 +33,20 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
 
 } // namespace
 
+const char* SchemeOf(unsigned uiPort)
+{
+    constexpr unsigned SFTP_PORT = 22;
+    constexpr unsigned FTPS_PORT = 990;
+    return uiPort == SFTP_PORT ? "sftp" : uiPort == FTPS_PORT ? "ftps" : "ftp";
+}
+
 std::string Describe(const Server& Target)
 {
-    const char* const pScheme = Target.uiPort == SFTP_PORT   ? "sftp"
-                                : Target.uiPort == FTPS_PORT ? "ftps"
-                                                             : "ftp";
     const bool bBareIpv6 = Target.sName.find(':') != std::string::npos && !Target.sName.starts_with('[');
     const std::string sName = quorvel::WithoutPassword(Target.sName);
-    return fmt::format("{}://{}:{}, root {}, user {}", pScheme, bBareIpv6 ? '[' + sName + ']' : sName,
-                       Target.uiPort, Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
+    return fmt::format("{}://{}:{}, root {}, user {}", SchemeOf(Target.uiPort),
+                       bBareIpv6 ? '[' + sName + ']' : sName, Target.uiPort,
+                       Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
 }
 
 std::string Explain(const Server& Target, const DeviceError& Error)
@@ -62,6 +61,7 @@ std::string Explain(const Server& Target, const DeviceError& Error)
 
 void Session::Open(std::optional<std::time_t> tVersion)
 {
+    CheckInterrupt();
     m_tVersion = tVersion;
     m_Device.reset(); // unloads the module before it is loaded again
     m_Device.emplace(m_Target, m_sPassword, tVersion);

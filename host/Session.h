@@ -5,6 +5,11 @@
 #include "host/Device.h"
 #include "host/Errors.h"
 
+inline constexpr const char* PORT_RULE =
+    "The port chooses the protocol: 22 is SFTP, 990 is FTP over TLS, every "
+    "other port is FTP (with TLS if the server offers it).";
+
+const char* SchemeOf(unsigned uiPort);      // "sftp", "ftps" or "ftp": the module goes by the port
 std::string Describe(const Server& Target); // ftp://server:21, root "backups", user "tape"
 std::string Explain(const Server& Target,
                     const DeviceError& Error); // what was tried, what failed, what may help

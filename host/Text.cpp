@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <regex>
 #include <windows.h>
 
 namespace {
@@ -74,8 +75,12 @@ std::string DurationText(std::uint64_t uiSeconds)
 
 std::string VersionText(std::time_t tVersion) { return Format(LocalTime(tVersion)); }
 
-std::optional<std::time_t> ParseVersionText(const std::string& sText)
+std::optional<std::time_t> ParseVersionText(const std::string& sGiven)
 {
+    static const std::regex ISO(R"(^(\d{4})-(\d\d)-(\d\d)[T ](.+)$)");
+    static const std::regex ISO_DAY(R"(^(\d{4})-(\d\d)-(\d\d)$)");
+    const std::string sText =
+        std::regex_replace(std::regex_replace(sGiven, ISO, "$3/$2/$1 $4"), ISO_DAY, "$3/$2/$1 23:59:59");
     std::tm Time{};
     if (std::sscanf(sText.c_str(), "%2d/%2d/%4d %2d:%2d:%2d", &Time.tm_mday, &Time.tm_mon, &Time.tm_year,
                     &Time.tm_hour, &Time.tm_min, &Time.tm_sec) != 6)

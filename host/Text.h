@@ -22,7 +22,8 @@ std::string SizeText(std::uint64_t uiBytes);                       // "512 bytes
 std::string CountText(std::uint64_t uiCount, const char* pOfWhat); // "1 file", "12 files"
 std::string DurationText(std::uint64_t uiSeconds);                 // "3:07", "1:02:07"
 
-// Dates of versions are "dd/mm/yyyy hh:mm:ss" in local time as the users' clocks show it. Nothing for a text of
+// Dates of versions are "dd/mm/yyyy hh:mm:ss" in local time as the users' clocks show it. They may be typed as
+// "yyyy-mm-dd hh:mm:ss", with "T" for the blank, or "yyyy-mm-dd" for the end of that day. Nothing for a text of
 // another form and for a date that does not exist.
 std::string VersionText(std::time_t tVersion);
 std::optional<std::time_t> ParseVersionText(const std::string& sText);

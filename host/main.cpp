@@ -2,6 +2,7 @@
 
 #include "host/Backup.h"
 #include "host/CommandLine.h"
+#include "host/FtpTls.h"
 #include "host/Restore.h"
 #include "host/Versions.h"
 
@@ -16,6 +17,15 @@ ExitCode Check(Session& Server, bool bWrite)
     Say("Ready: {}. It holds {}{}", Describe(Server.Target()), CountText(Versions.size(), "version"),
         Versions.empty() ? "; if this root did not exist, it was created just now."
                          : ", the newest of " + VersionText(Versions.back()) + '.');
+    if (SchemeOf(Server.Target().uiPort) == std::string("ftp"))
+    {
+        const std::optional<bool> bTls = OffersTls(Server.Target());
+        Say("{}",
+            !bTls   ? "Perhaps NOT ENCRYPTED: the server does not say whether it offers TLS."
+            : *bTls ? "Encrypted: the server offers TLS."
+                    : "NOT ENCRYPTED: the server offers no TLS. Others on the way can read the password and "
+                      "the backup.");
+    }
     if (bWrite)
         CheckByWriting(Server);
     return ExitCode::Done;

@@ -302,7 +302,9 @@ class HostTest(unittest.TestCase):
         self.assertEqual(len(files_below(root / version)), 4)
 
     def test_a_root_without_backups(self):
-        self.assertIn("if this root did not exist, it was created just now", self.run_host(DONE, "check", "--write"))
+        text = self.run_host(DONE, "check", "--write")
+        self.assertIn("if this root did not exist, it was created just now", text)
+        self.assertEqual("Encrypted: the server offers TLS" in text, os.environ["ZDV_TEST_SCHEME"] == "ftpes")
         self.assertRegex(self.run_host(DONE, "versions"), r"^\S+ \S+  check ")
         self.assertIn("There is no complete backup", self.restore(code=DATA_DIFFERS))
         self.root += "/mistyped"
