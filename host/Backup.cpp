@@ -6,6 +6,7 @@
 #include "host/Versions.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <tuple>
 
@@ -14,43 +15,30 @@ namespace {
 constexpr std::uint64_t EXPECTED_AREAS = 300; // leaves some for those that broken connections cost
 constexpr std::uint64_t ENTRY_SIZE = 2048;    // of an entry's headers in the archive, about
 
-bool HasStreams(const std::wstring& sFile)
+// Of zeros after a damaged file, while areas can be spared.
+constexpr std::uint64_t MAX_FILLED_SIZE = std::uint64_t{16} << 20;
+constexpr int MAX_CUTS = 16;                  // areas that damaged files may cost
+constexpr int MAX_BREAKS = 9;                 // of the connection in a row, each with an area that is lost
+constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
+
+// As they fit into a volume header.
+std::vector<std::string> Abridged(const std::vector<std::string>& Texts, const char* pOfWhat)
 {
-    WIN32_FIND_STREAM_DATA Data{};
-    const HANDLE hFind = FindFirstStreamW(sFile.c_str(), FindStreamInfoStandard, &Data, 0);
-    if (hFind == INVALID_HANDLE_VALUE)
-        return false;
-    const bool bMore = FindNextStreamW(hFind, &Data) != 0; // the first one is the file's data
-    FindClose(hFind);
-    return bMore;
+    const bool bFits = fmt::format("{}", fmt::join(Texts, "   ")).size() <= MAX_PATHS_SIZE;
+    return bFits ? Texts : std::vector{CountText(Texts.size(), pOfWhat)};
 }
 
 class Backup
 {
 public:
     Backup(Session& Server, const CommandLine& Given, SourceTree Tree)
-        : m_Server(Server), m_Paths(Given.Paths), m_Excluded(Given.Excluded),
-          m_uiAreaSize(Given.uiAreaSize << 20), m_bVerify(Given.bVerify), m_Tree(std::move(Tree))
+        : m_Server(Server), m_Given(Given), m_Tree(std::move(Tree))
     {
-        constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
-        if (fmt::format("{}", fmt::join(m_Paths, "   ")).size() > MAX_PATHS_SIZE)
-            m_Paths = {CountText(m_Paths.size(), "path")};
-        std::uint64_t uiEntries = 0;
-        for (SourceTree Ahead = m_Tree; const std::optional<DiskEntry> Found = Ahead.Next(); ++uiEntries)
-        {
-            CheckInterrupt();
-            m_Expected.files += Found->What.type == Kind::File;
-            m_Expected.bytes += Found->What.size;
-        }
-        // Two areas in a row hold more than one area's size.
-        m_uiAreaSize = std::max(m_uiAreaSize,
-                                2 * (m_Expected.bytes + uiEntries * ENTRY_SIZE) / (EXPECTED_AREAS - 1) + 1);
-        m_Progress.SetTotal(m_Expected.bytes);
-        m_Next = m_Tree.Next();
     }
 
     ExitCode Run()
     {
+        Count();
         Say("Backing up {}, {}, to {}.", CountText(m_Expected.files, "file"), SizeText(m_Expected.bytes),
             Describe(m_Server.Target()));
         Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
@@ -58,64 +46,107 @@ public:
         Say("{} {}: {}, {}.",
             m_bStopped ? "STOPPED, the version is INCOMPLETE:" : "Backed up as the version of",
             VersionText(m_tVersion), CountText(m_Saved.files, "file"), m_Progress.Summary());
-        Say("Not saved, as always: owners, access lists{}{}.",
-            m_uiWithStreams == 0 ? "" : ", the alternate streams of " + CountText(m_uiWithStreams, "file"),
-            m_uiEncrypted == 0 ? "" : ", the encryption of " + CountText(m_uiEncrypted, "file"));
+        Say("Not saved, as always: owners, access lists, alternate streams{}{}{}.",
+            m_Without.uiEncrypted == 0 ? ""
+                                       : ", the encryption of " + CountText(m_Without.uiEncrypted, "file"),
+            m_Without.uiNotHere == 0 ? "" : fmt::format(", files in a cloud ({})", m_Without.uiNotHere),
+            m_Without.uiNoted == 0 ? "" : fmt::format(", app links and sockets ({})", m_Without.uiNoted));
         if (m_bStopped)
             return ExitCode::Stopped;
-        if (m_bVerify)
-            Verify();
+        if (m_Given.bVerify && !Verify())
+            return ExitCode::Stopped;
         if (m_Saved.problems == 0)
             return ExitCode::Done;
-        Complain("BUT not everything was saved as it is, see above: {}.", m_Saved.problems);
+        Complain("BUT not everything was saved as it is, see above: {}.",
+                 CountText(m_Saved.problems, "problem"));
         return ExitCode::DoneWithProblems;
     }
 
 private:
+    void Count()
+    {
+        Say("Counting what there is to save ...");
+        std::uint64_t uiEntries = 0;
+        SourceTree Ahead = m_Tree;
+        for (; const std::optional<DiskEntry> Found = Ahead.Next(); ++uiEntries)
+        {
+            CheckInterrupt();
+            if (!Found->What.CanBeRestored())
+                continue;
+            m_Expected.files += Found->What.type == Kind::File;
+            m_Expected.bytes += Found->What.size;
+        }
+        for (const std::string& sPattern : Ahead.UselessExcludes())
+            Complain("Note: --exclude {} leaves out nothing: no name in the backup matches it.",
+                     Quoted(sPattern));
+        if (m_Expected.files == 0)
+            Complain("WARNING: there is no file to save.");
+        // Two areas in a row hold more than one area's size.
+        m_uiAreaSize = std::max(m_Given.uiAreaSize << 20,
+                                2 * (m_Expected.bytes + uiEntries * ENTRY_SIZE) / (EXPECTED_AREAS - 1) + 1);
+        m_Progress.SetTotal(m_Expected.bytes);
+        m_Next = m_Tree.Next();
+    }
+
     // Throws when the version is not complete; not when the user stopped it.
     void Write()
     {
         m_Expected.zdv = RecordKind::Volume;
         m_Expected.id = m_Saved.id;
-        m_Expected.paths = m_Paths;
-        m_Expected.excludes = m_Excluded;
+        m_Expected.paths = Abridged(m_Given.Paths, "path");
+        m_Expected.excludes = Abridged(m_Given.Excluded, "pattern");
         m_tVersion = BeginVersion(m_Server, m_Expected);
         m_Server.Drive().MoveToEnd();
-        bool bBroken = false;
-        int iFailures = 0;
+        int iBreaks = 0;                                 // in a row
         for (bool bDone = false; !bDone && !m_bStopped;) // without any entry, too, there is an area
         {
-            const auto Before = std::tuple(m_Tree, m_Next, m_Saved);
+            const auto Before = std::tuple(m_Tree, m_Next, m_Saved, m_Without);
+            const std::uint64_t uiBefore = m_Progress.Bytes();
+            m_sSending.clear();
             try
             {
-                if (bBroken)
+                if (iBreaks != 0)
                     CloseBrokenArea();
                 WriteArea();
                 bDone = !m_Next;
-                bBroken = false;
-                iFailures = 0;
+                iBreaks = 0;
             }
             catch (const DeviceError& Error)
             {
                 m_Archive.reset();
-                if (++iFailures == Session::MAX_TRIES)
+                if (++iBreaks == MAX_BREAKS)
                     throw;
-                Complain("The connection broke: {}.\n  Area {} is written again.", Error.what(), Area());
-                bBroken = true;
-                std::tie(m_Tree, m_Next, m_Saved) = Before;
-                m_Progress.GoBack(m_Saved.bytes);
+                m_sBreak = Error.what();
+                ++m_Breaks[m_sSending];
+                Complain("The connection broke: {}.\n  Area {} is written again.", m_sBreak, Area());
+                std::tie(m_Tree, m_Next, m_Saved, m_Without) = Before;
+                m_Progress.GoBack(uiBefore);
             }
         }
     }
 
-    void Verify()
+    // False when the user did not want to wait for the end of it.
+    bool Verify()
     {
         const auto Compare = [&] {
             m_Server.Open(m_tVersion);
-            return ReadVersion(m_Server, LookAt(m_Server), {}, nullptr);
+            const Volume Tape = LookAt(m_Server);
+            if (ToLine(Tape.Last.First) != ToLine(m_Saved))
+                throw TapeError(
+                    "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written.");
+            return ReadVersion(m_Server, Tape, {}, nullptr);
         };
-        if (Phase(ExitCode::DataDiffers, "", Compare) != ExitCode::Done)
-            throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
+        try
+        {
+            if (Phase(ExitCode::DataDiffers, "", Compare) == ExitCode::DataDiffers)
+                throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
+            return true;
+        }
+        catch (const Interrupted&)
+        {
+            Complain("Stopped by Ctrl+C: the backup is complete, but was not compared to its end.");
+            return false;
+        }
     }
 
     std::uint32_t Area() const { return AreaOf(m_uiObject); }
@@ -134,84 +165,109 @@ private:
         WriteObject(ToLine(m_Saved) + m_sEntries);
     }
 
+    // How often the connection broke while this file was sent.
+    int BreaksAt(const Entry& What) const
+    {
+        const auto Found = m_Breaks.find(What.path);
+        return Found == m_Breaks.end() ? 0 : Found->second;
+    }
+
+    // A file that has broken the connection begins an area, so that what comes before it is not sent again and again.
     bool HasRoomFor(const Entry& What) const
     {
-        return m_Archive->Size() == 0 ||
-               (m_Archive->Size() + What.size <= m_uiAreaSize && m_sEntries.size() < MANIFEST_SIZE);
+        return m_Archive->Size() == 0 || (m_Archive->Size() + What.size <= m_uiAreaSize &&
+                                          m_sEntries.size() < MANIFEST_SIZE && BreaksAt(What) == 0);
     }
 
     void WriteArea()
     {
         if (Area() > MAX_AREAS)
-            throw std::runtime_error(
-                fmt::format("a backup holds {} areas, and there is more to save: choose a "
-                            "larger --area-size",
-                            MAX_AREAS));
+            throw std::runtime_error(fmt::format("a backup holds {} areas, of which broken connections have "
+                                                 "cost {}, and there is more to save: "
+                                                 "choose a larger --area-size",
+                                                 MAX_AREAS, m_Abandoned.size()));
         m_sEntries.clear();
         WriteObject(ToLine(Head{.zdv = RecordKind::Area, .id = m_Saved.id, .area = Area()}));
         m_Archive.emplace(m_Server.Drive());
+        bool bCut = false; // in the middle of an entry
         try
         {
-            while (m_Next && HasRoomFor(m_Next->What))
+            while (m_Next && !bCut && HasRoomFor(m_Next->What))
             {
                 DiskEntry Found = std::move(*m_Next);
                 m_Next = m_Tree.Next();
-                WriteEntry(Found);
+                bCut = !WriteEntry(Found);
             }
-            m_Archive->Close();
         }
         catch (const Interrupted&)
         {
             m_bStopped = true;
-            m_Archive->CutOff();
         }
+        bCut || m_bStopped ? m_Archive->CutOff() : m_Archive->Close();
         ++m_uiObject;
+        m_sSending.clear();
+        if (!m_Next && m_Saved.files == 0 && m_bLeftOut)
+            throw std::runtime_error("No file could be sent. " + m_sBreak);
         WriteManifest(m_bStopped ? AreaState::Stopped : m_Next ? AreaState::Partial : AreaState::Complete);
     }
 
-    void WriteEntry(DiskEntry& Found)
+    // False when the area has to end within this entry.
+    bool WriteEntry(DiskEntry& Found)
     {
         CheckInterrupt();
         Entry& What = Found.What;
         m_Progress.Begin(What.path);
+        bool bWhole = true;
         const FileHandle hFile = Open(Found);
         if (What.state == State::Saved)
         {
             What.offset = m_Archive->Size();
+            m_sSending = What.path;
             m_Archive->Begin(What);
-            if (hFile)
-                WriteData(hFile.get(), Found);
-            m_Archive->End(); // fills up what a damaged file lacks
+            bWhole = !hFile || WriteData(hFile.get(), Found);
+            if (bWhole)
+                m_Archive->End();
+        }
+        if (What.CanBeRestored())
+        {
             m_Saved.files += What.type == Kind::File;
             m_Saved.folders += What.type == Kind::Folder;
             m_Saved.links += What.IsLink();
             m_Saved.bytes += What.size;
-            m_uiEncrypted += Found.bEncrypted;
-            m_uiWithStreams += What.type == Kind::File && HasStreams(Found.sFile);
+            m_Without.uiEncrypted += Found.bEncrypted;
         }
-        if (What.state != State::Saved)
+        m_Without.uiNotHere += What.state == State::NotHere;
+        m_Without.uiNoted += What.state == State::Noted;
+        if (What.IsProblem())
         {
             ++m_Saved.problems;
             Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path), What.problem);
         }
         m_sEntries += ToLine(What);
+        return bWhole;
     }
 
-    // Nothing for what is no file, or cannot be opened. The folder may know an old size and time.
-    static FileHandle Open(DiskEntry& Found)
+    // With its beginning in m_Read. Nothing for what is no file, or is skipped.
+    FileHandle Open(DiskEntry& Found)
     {
         Entry& What = Found.What;
         if (What.state != State::Saved || What.type != Kind::File)
             return nullptr;
         try
         {
+            const bool bHopeless = BreaksAt(What) >= Session::MAX_TRIES;
+            m_bLeftOut = m_bLeftOut || bHopeless;
+            if (bHopeless)
+                throw std::runtime_error("the connection broke each time it was sent, at last: " + m_sBreak);
             FileHandle hFile = OpenFile(Found.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
-            const Entry Now = FactsOf(hFile.get(), Found.sFile);
+            const Entry Now = FactsOf(hFile.get(), Found.sFile); // the folder may know an old size and time
             What.size = Now.size;
             What.mtime = Now.mtime;
+            // Before its header is written, since most of what cannot be read fails here: then nothing is sent.
+            ReadPiece(hFile.get(), Found.sFile);
             return hFile;
         }
-        catch (const FileError& Error)
+        catch (const std::runtime_error& Error)
         {
             What.state = State::Skipped;
             What.problem = Error.what();
@@ -219,37 +275,78 @@ private:
         }
     }
 
-    void WriteData(HANDLE hFile, DiskEntry& Found)
+    void ReadPiece(HANDLE hFile, const std::wstring& sFile)
     {
-        Entry& What = Found.What;
-        const auto Tell = [&](State enState, const FileError& Error) {
-            What.state = enState;
-            What.problem = Error.what();
-        };
-        Sha256 Hash;
-        for (std::uint64_t uiLeft = What.size; uiLeft != 0;)
-        {
-            DWORD dwRead = 0;
-            const auto dwWanted = static_cast<DWORD>(std::min<std::uint64_t>(uiLeft, PIECE_SIZE));
-            if (!ReadFile(hFile, m_Piece.data(), dwWanted, &dwRead, nullptr))
-                return Tell(State::Damaged,
-                            FileError(Found.sFile, "could not be read to its end", GetLastError()));
-            if (dwRead == 0)
-                return Tell(State::Damaged, FileError(Found.sFile, "shrank while it was being read"));
-            const std::span<const std::byte> Read = std::span(m_Piece).first(dwRead);
-            Hash.Add(Read);
-            m_Archive->Write(Read);
-            m_Progress.Advance(dwRead);
-            CheckInterrupt();
-            uiLeft -= dwRead;
-        }
-        What.sha256 = Hash.Finish();
-        const Entry Now = FactsOf(hFile, Found.sFile);
-        if (Now.size != What.size || Now.mtime != What.mtime)
-            Tell(State::Changed, FileError(Found.sFile, "was changed while it was being read"));
+        DWORD dwRead = 0;
+        if (!ReadFile(hFile, m_Piece.data(), PIECE_SIZE, &dwRead, nullptr))
+            throw FileError(sFile, "could not be read to its end", GetLastError());
+        m_Read = std::span(m_Piece).first(dwRead);
     }
 
-    // What the server has kept of the object that failed is not known: nothing, a part or all of it.
+    // From its first piece on. False when the area has to end here.
+    bool WriteData(HANDLE hFile, DiskEntry& Found)
+    {
+        Entry& What = Found.What;
+        std::uint64_t uiLeft = What.size;
+        try
+        {
+            Sha256 Hash;
+            for (;;)
+            {
+                const auto Read = m_Read.first(std::min<std::uint64_t>(uiLeft, m_Read.size()));
+                Hash.Add(Read);
+                Send(Read);
+                m_Progress.Advance(Read.size());
+                uiLeft -= Read.size();
+                if (uiLeft == 0)
+                    break;
+                ReadPiece(hFile, Found.sFile);
+                if (m_Read.empty())
+                    throw FileError(Found.sFile, "shrank while it was being read");
+            }
+            What.sha256 = Hash.Finish();
+            const Entry Now = FactsOf(hFile, Found.sFile);
+            if (Now.size == What.size && Now.mtime == What.mtime)
+                return true;
+            What.state = State::Changed;
+            What.problem = FileError(Found.sFile, "was changed while it was being read").what();
+            return true;
+        }
+        catch (const FileError& Error)
+        {
+            What.state = State::Damaged;
+            What.problem = Error.what();
+            return FillUp(uiLeft);
+        }
+    }
+
+    void Send(std::span<const std::byte> Data)
+    {
+        CheckInterrupt();
+        m_Archive->Write(Data);
+    }
+
+    // What a file's header has promised and the file does not give. False when that is too much: then the archive is
+    // cut off there, as one is that the user stops, and tar reads what comes before it. Areas are few; but an area
+    // that would be half full of zeros costs none, since what follows needs so much less.
+    bool FillUp(std::uint64_t uiLeft)
+    {
+        if (uiLeft > m_uiAreaSize / 2 || (uiLeft > MAX_FILLED_SIZE && m_iCuts++ < MAX_CUTS))
+            return false;
+        std::ranges::fill(m_Piece, std::byte{0});
+        for (; uiLeft > PIECE_SIZE; uiLeft -= PIECE_SIZE)
+            Send(m_Piece);
+        return true; // the archive adds the rest
+    }
+
+    // Begins the next area. What the server has kept of the object that failed is not known: nothing, a part or all.
+    //   failed at   exists   then
+    //   header      no       the area is begun again
+    //   header      yes      an empty archive and a manifest close the area, which does not count
+    //   data        no       the same
+    //   data        yes      a manifest closes the area
+    //   manifest    no       the same
+    //   manifest    yes      nothing is missing, but it may be a half: the area does not count either
     void CloseBrokenArea()
     {
         m_Server.Reconnect();
@@ -273,32 +370,42 @@ private:
             WriteManifest(AreaState::Abandoned);
     }
 
+    // What is not saved of what is there, and is no problem.
+    struct Omissions
+    {
+        std::uint64_t uiEncrypted = 0;
+        std::uint64_t uiNotHere = 0;
+        std::uint64_t uiNoted = 0;
+    };
+
     Session& m_Server;
-    std::vector<std::string> m_Paths;
-    std::vector<std::string> m_Excluded;
-    std::uint64_t m_uiAreaSize;
-    bool m_bVerify;
+    const CommandLine& m_Given;
     SourceTree m_Tree;
     std::optional<DiskEntry> m_Next;
+    std::uint64_t m_uiAreaSize = 0;
     Head m_Expected;
     Head m_Saved{.zdv = RecordKind::Manifest, .id = RandomId(), .computer = ComputerName()};
+    Omissions m_Without;
     Progress m_Progress;
 
     std::time_t m_tVersion = 0;
     std::uint32_t m_uiObject = HeaderObject(1); // the one to be written next
     std::set<std::uint32_t> m_Abandoned;
+    std::map<std::string, int> m_Breaks; // of the connection, by what was being sent; "": a record
+    std::string m_sBreak;                // why it broke last
+    std::string m_sSending;
+    int m_iCuts = 0;
     std::optional<ArchiveWriter> m_Archive;
     std::string m_sEntries; // the lines of this area's manifest
     Block m_Piece = Block(PIECE_SIZE);
+    std::span<const std::byte> m_Read; // of it
+    bool m_bLeftOut = false;           // a file that broke the connection
     bool m_bStopped = false;
-    std::uint64_t m_uiEncrypted = 0;
-    std::uint64_t m_uiWithStreams = 0;
 };
 
 } // namespace
 
 ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree)
 {
-    Say("Counting what there is to save ...");
     return Backup(Server, Given, std::move(Tree)).Run();
 }

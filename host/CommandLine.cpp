@@ -98,6 +98,8 @@ void AddCommands(CLI::App& App, CommandLine& Given)
         .add_option("--exclude", Given.Excluded,
                     "patterns of what to leave out, each after an --exclude of its own")
         ->allow_extra_args(false);
+    Backup.add_flag("--fetch-cloud-files", Given.bFetchCloudFiles,
+                    "download files that lie in a cloud and not here, and save them too");
     Backup.add_flag("--verify", Given.bVerify, "read the backup back and compare");
     Backup
         .add_option("--area-size", Given.uiAreaSize,

@@ -21,6 +21,7 @@ struct CommandLine
     std::vector<std::string> Excluded;
     std::uint64_t uiAreaSize = 2048; // MiB
     bool bVerify = false;
+    bool bFetchCloudFiles = false;
     bool bWrite = false;
     std::string sFolder;
     bool bReplace = false;

@@ -1,6 +1,6 @@
 #include "host/LocalFile.h"
 
-#include "host/Text.h"
+#include "host/Console.h"
 
 #include <algorithm>
 #include <array>
@@ -62,6 +62,7 @@ DiskEntry ToEntry(const std::wstring& sFile, const WIN32_FIND_DATAW& Data)
         Found.What.type = Found.What.type == Kind::Folder ? Kind::FolderLink : Kind::FileLink;
     if (Found.What.IsLink())
         Found.What.size = 0;
+    Found.What.state = StateOf(Data.dwFileAttributes, Data.dwReserved0);
     return Found;
 }
 
@@ -121,6 +122,22 @@ std::wstring PathIn(const std::wstring& sFolder, std::wstring_view sName)
     return (sFolder.ends_with(L'\\') ? sFolder : sFolder + L'\\') + std::wstring(sName);
 }
 
+State StateOf(DWORD dwAttributes, DWORD dwTag)
+{
+    constexpr DWORD RECALL_ON_OPEN = 0x40000; // nothing of it is here, be it a folder
+    constexpr DWORD RECALL_ON_DATA_ACCESS =
+        0x400000;                          // of a folder, too, but what is in there tells for itself
+    constexpr DWORD NOTED[] = {0x8000001B, // a store app's execution alias, which no program can open
+                               0x80000023, // a socket; the next three are a pipe and devices of Linux
+                               0x80000024, 0x80000025, 0x80000026};
+    const bool bFolder = (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    const DWORD dwAbsent = RECALL_ON_OPEN | (bFolder ? 0 : RECALL_ON_DATA_ACCESS | FILE_ATTRIBUTE_OFFLINE);
+    if ((dwAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+        std::ranges::find(NOTED, dwTag) != std::end(NOTED))
+        return State::Noted;
+    return (dwAttributes & dwAbsent) != 0 ? State::NotHere : State::Saved;
+}
+
 Entry FactsOf(HANDLE hFile, const std::wstring& sPath)
 {
     BY_HANDLE_FILE_INFORMATION Info{};
@@ -153,6 +170,7 @@ std::vector<DiskEntry> ListFolder(const std::wstring& sFolder)
     std::vector<DiskEntry> Found;
     do
     {
+        CheckInterrupt();
         const std::wstring_view sName = Data.cFileName;
         if (sName != L"." && sName != L"..")
             Found.push_back(ToEntry(PathIn(sFolder, sName), Data));

@@ -42,6 +42,9 @@ struct DiskEntry
     Entry What{}; // its path is the bare name, where a link leads is not read yet
 };
 
+// What becomes of an entry before it is opened, by its attributes and its reparse tag: Saved, NotHere or Noted.
+State StateOf(DWORD dwAttributes, DWORD dwTag);
+
 Entry FactsOf(HANDLE hFile,
               const std::wstring& sPath); // without path; a link's are those of what it leads to
 std::optional<DiskEntry> FindEntry(const std::wstring& sPath); // nothing for a root, too

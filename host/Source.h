@@ -4,19 +4,32 @@
 #include "host/LocalFile.h"
 #include "host/Names.h"
 
-// A walk through the tree, depth first. A copy of it goes on from the same place.
+// A walk through the tree, depth first. A copy of it goes on from the same place, and shares the folders' contents.
 class SourceTree
 {
 public:
-    // Throws when something that was named is not there, or two things would have the same name on the tape.
-    SourceTree(const std::vector<std::string>& Paths, const std::vector<std::string>& Excluded);
+    // Throws when something that was named is not there, or two things would have the same name on the tape. Files that
+    // lie in a cloud are NotHere unless they are to be fetched from there.
+    SourceTree(const std::vector<std::string>& Paths, const std::vector<std::string>& Excluded,
+               bool bFetchCloudFiles);
 
     std::optional<DiskEntry> Next(); // Skipped if it cannot be saved
 
+    // The patterns that have left out nothing so far.
+    std::vector<std::string> UselessExcludes() const { return m_Excluded.Unmatched(); }
+
 private:
-    void AddNamed(const std::string& sPath, bool bAlone);
+    struct Folder
+    {
+        std::shared_ptr<const std::vector<DiskEntry>> Content;
+        std::size_t uiNext = 0;
+    };
+
+    void Add(std::vector<DiskEntry> Content);
     void AddContent(const std::wstring& sFolder, const std::string& sPath);
+    void Examine(DiskEntry& Found);
 
     Patterns m_Excluded;
-    std::vector<DiskEntry> m_Ahead; // the last one is the next
+    bool m_bFetchCloudFiles;
+    std::vector<Folder> m_Folders; // on the way down; the last one is being read
 };

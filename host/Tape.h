@@ -6,7 +6,9 @@
 //   objects 4, 7, 10, ...  area trailer |
 //
 // Area data is a pax archive with UTF-8 names, cut between files so that an area has some GiB (a larger file
-// is an area of its own), and filled up to whole blocks as tar does. It is written as the disk is read.
+// is an area of its own), and filled up to whole blocks as tar does. It is written as the disk is read. When much of
+// a file cannot be read after its header has been written, the area ends there, in the middle of that entry, as it
+// also does when the user stops the backup.
 //
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
 // which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that

@@ -108,8 +108,9 @@ ExitCode Run(const CommandLine& Given)
     SetThreadExecutionState(ES_CONTINUOUS | ES_SYSTEM_REQUIRED);
     std::optional<SourceTree> Tree;
     if (Given.enCommand == Command::Backup)
-        Phase(ExitCode::LocalFile,
-              "Nothing was written: ", [&] { Tree.emplace(Given.Paths, Given.Excluded); });
+        Phase(ExitCode::LocalFile, "Nothing was written: ", [&] {
+            Tree.emplace(Given.Paths, Given.Excluded, Given.bFetchCloudFiles);
+        });
     Session Server(Given.Target);
     Connect(Server, Given.sPasswordFile);
     switch (Given.enCommand)

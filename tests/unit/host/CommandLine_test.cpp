@@ -1,6 +1,7 @@
-// What users type.
+// What users type, and what a folder tells of files that are not opened.
 #include "host/CommandLine.h"
 
+#include "host/LocalFile.h"
 #include "host/Session.h"
 
 #include <CLI/Error.hpp>
@@ -63,6 +64,27 @@ TEST(CommandLine, DatesAreTakenAsShownAndAsIso)
         const std::optional<std::time_t> tTime = ParseVersionText(pTyped);
         EXPECT_EQ(tTime ? VersionText(*tTime) : "refused", pUnderstood) << pTyped;
     }
+}
+
+TEST(LocalFile, WhatLiesInACloudOrIsNoFileIsKnownBeforeItIsOpened)
+{
+    constexpr DWORD FOLDER = FILE_ATTRIBUTE_DIRECTORY;
+    constexpr DWORD REPARSE = FILE_ATTRIBUTE_REPARSE_POINT;
+    const std::tuple<DWORD, DWORD, State> CASES[] = {
+        {FILE_ATTRIBUTE_ARCHIVE, 0, State::Saved},
+        {REPARSE, 0x9000001A, State::Saved}, // of a cloud, and here
+        {REPARSE | 0x400000, 0x9000001A, State::NotHere},
+        {0x40000, 0, State::NotHere},
+        {FILE_ATTRIBUTE_OFFLINE, 0, State::NotHere},
+        {FOLDER | REPARSE | 0x400000, 0x9000001A, State::Saved}, // may hold files that are here
+        {FOLDER | 0x40000, 0, State::NotHere},
+        {REPARSE, 0x8000001B, State::Noted},
+        {REPARSE, 0x80000023, State::Noted},
+        {0, 0x8000001B, State::Saved}, // a tag without the attribute is none
+        {REPARSE, IO_REPARSE_TAG_SYMLINK, State::Saved},
+    };
+    for (const auto& [dwAttributes, dwTag, enState] : CASES)
+        EXPECT_EQ(StateOf(dwAttributes, dwTag), enState) << std::hex << dwAttributes << ' ' << dwTag;
 }
 
 } // namespace
