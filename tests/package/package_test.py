@@ -55,6 +55,10 @@ class PackageTest(unittest.TestCase):
             (self.unpacked / sample.name).write_text(text.replace("TraceLevel=3", "TraceLevel=4"))
         self.run_zdv("check")
         self.assertIn(":[V]:", log.read_text())
+        # What is listed as linked in is what the module says of itself.
+        fetched = dict(line.split() for line in (PROJECT / "build/libraries/VERSIONS").read_text().splitlines())
+        for name, program in (("curl", "libcurl"), ("openssl", "OpenSSL"), ("libssh2", "libssh2")):
+            self.assertIn(f"{program}/{fetched[name].partition('-')[0]}", log.read_text())
 
     def run_here(self, *command):
         root = os.environ["ZDV_TEST_HOME"] + "/example"
