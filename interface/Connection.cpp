@@ -21,6 +21,10 @@ constexpr long DOWNLOAD_BUFFER = 1024 * 1024;
 
 constexpr long REPLY_LIMIT = 120; // seconds
 
+// TLS sessions are forgotten after two hours, and data connections that do not resume their control connection's are
+// refused by many servers. An older connection is replaced before the next transfer.
+constexpr long CONNECTION_LIFETIME = 3600; // seconds
+
 bool Failed(FtpContext& FC, const FunctionTrace& Trace, const Failure& Reason)
 {
     StoreLastError(FC, Reason);
@@ -71,6 +75,7 @@ bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
     Calls.Try(CURLOPT_BUFFERSIZE, DOWNLOAD_BUFFER);
     // A server may take long to write an upload to its disk before it says so: libcurl waits a minute there.
     Calls.Try(CURLOPT_SERVER_RESPONSE_TIMEOUT, REPLY_LIMIT);
+    Calls.Try(CURLOPT_MAXLIFETIME_CONN, CONNECTION_LIFETIME);
     // The read callback fills the whole buffer, and would lose the end of an object in a larger one.
     Calls.Set(CURLOPT_UPLOAD_BUFFERSIZE, long{ZDV_BLOCK_SIZE}, L"Failed to set Upload Buffer Size");
     return Calls.Succeeded();
