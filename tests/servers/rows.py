@@ -2,6 +2,7 @@
 
 from dataclasses import dataclass
 
+from .faulty import FaultySftp
 from .inetutils import Inetutils
 from .openssh import OpenSsh
 from .proftpd import ProFtpd
@@ -26,7 +27,8 @@ class Row:
     other_port: int = 0
     delay_ms: int = 0  # of the line to the server, one way
     rate: int = 0  # bytes that the line takes in a second; 0 for any. A slow SFTP server renews its keys at every 4 MiB
-    tests: str = "-*Stranger.*:TwoAtOnce.*:WrongPort.*:Memory.*:Stalled.*"  # of tape_tests, as GoogleTest filters them
+    # Of tape_tests, as GoogleTest filters them
+    tests: str = "-*Stranger.*:TwoAtOnce.*:WrongPort.*:Memory.*:Stalled.*:*Fault.*:Waiting.*"
 
     @property
     def port(self):
@@ -53,7 +55,7 @@ ROWS = {
     "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",), tests=STORY),
     "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",), tests=STORY),
     "proftpd-sftp": Row(ProFtpd, "sftp", chrooted=True),
-    "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000, tests="Flight.EverySize*"),
+    "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000, tests="Flight.EverySize*:Waiting.*"),
     "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp"),
     "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1", tests=STORY),
     "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME),
@@ -65,6 +67,7 @@ ROWS = {
     "inetutils-ftp": Row(Inetutils, "ftp"),
     "openssh-sftp": Row(OpenSsh, "sftp"),
     "openssh-sftp-far": Row(OpenSsh, "sftp", delay_ms=25, tests=FAR),
+    "faulty-sftp": Row(FaultySftp, "sftp", tests="*Fault.*"),
     "openssh-sftp-rsa": Row(OpenSsh, "sftp", host_keys=("rsa",), tests=STORY),
     "openssh-sftp-ecdsa": Row(OpenSsh, "sftp", host_keys=("ecdsa",), tests=STORY),
     "openssh-sftp-ed25519": Row(OpenSsh, "sftp", host_keys=("ed25519",), tests=STORY),

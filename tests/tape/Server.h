@@ -23,7 +23,8 @@ std::filesystem::path Store(const std::wstring& sFolder);
 // The names in a folder of the store, sorted.
 std::vector<std::wstring> Names(const std::wstring& sFolder);
 
-// Breaks or mends the server: "kill", "stop", "cont" or "start". Returns when it is done.
+// Breaks or mends the server: "kill", "stop", "cont", "start", or "fault NAME" of those that the row's server knows.
+// Returns when it is done.
 void Control(const std::string& sCommand);
 
 } // namespace server

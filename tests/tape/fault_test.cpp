@@ -1,0 +1,262 @@
+// SFTP servers that fail while the connection lives on, and sockets as Windows has them.
+#include "tests/tape/Server.h"
+#include "tests/tape/Tape.h"
+
+#include <cstring>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <winsock2.h>
+
+namespace {
+
+template <typename Type> Type* InModule(std::size_t uiOffset)
+{
+    return reinterpret_cast<Type*>(reinterpret_cast<char*>(GetModuleHandleW(L"ZDV_FTP.DLL")) + uiOffset);
+}
+
+// Where the module keeps the address of a function that it imports.
+void** Import(const char* sLibrary, const char* sName)
+{
+    const auto uiHeaders = static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(0)->e_lfanew);
+    const auto& aTables = InModule<IMAGE_NT_HEADERS>(uiHeaders)->OptionalHeader.DataDirectory;
+    const auto* pLibrary =
+        InModule<IMAGE_IMPORT_DESCRIPTOR>(aTables[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+    while (_stricmp(InModule<char>(pLibrary->Name), sLibrary) != 0)
+        ++pLibrary;
+    const auto* const pNames = InModule<IMAGE_THUNK_DATA>(pLibrary->OriginalFirstThunk);
+    std::size_t i = 0;
+    while (std::strcmp(InModule<IMAGE_IMPORT_BY_NAME>(pNames[i].u1.AddressOfData)->Name, sName) != 0)
+        ++i;
+    return InModule<void*>(pLibrary->FirstThunk) + i;
+}
+
+// Puts a function of this program in the place of one of the system's, for as long as it lives.
+class Replacement
+{
+public:
+    template <typename Function>
+    Replacement(const char* sLibrary, const char* sName, Function* pFunction)
+        : m_pPlace(Import(sLibrary, sName)), m_pOld(*m_pPlace)
+    {
+        Put(reinterpret_cast<void*>(pFunction));
+    }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+    ~Replacement() { Put(m_pOld); }
+
+private:
+    void Put(void* pFunction)
+    {
+        DWORD dwProtection = 0;
+        VirtualProtect(m_pPlace, sizeof(void*), PAGE_READWRITE, &dwProtection);
+        *m_pPlace = pFunction;
+        VirtualProtect(m_pPlace, sizeof(void*), dwProtection, &dwProtection);
+    }
+
+    void** const m_pPlace;
+    void* const m_pOld;
+};
+
+// A socket takes all it is given, or nothing when enough waits to be sent: so Winsock's are documented. Those of Wine
+// take a part. The module has one connection at a time here.
+class WholePackets
+{
+public:
+    WholePackets() : m_hThread(CreateThread(nullptr, 0, Deliver, this, 0, nullptr)) { g_pThis = this; }
+    ~WholePackets()
+    {
+        g_pThis = nullptr;
+        Change([&] { m_bEnds = true; });
+        WaitForSingleObject(m_hThread, INFINITE);
+        CloseHandle(m_hThread);
+    }
+
+private:
+    static constexpr std::size_t ENOUGH = 65536; // bytes
+    static constexpr std::size_t PIECE = 14600;  // that the line takes at a time
+
+    template <typename Function> void Change(Function&& fChange)
+    {
+        AcquireSRWLockExclusive(&m_Lock);
+        fChange();
+        ReleaseSRWLockExclusive(&m_Lock);
+        WakeConditionVariable(&m_Changed);
+    }
+
+    static int WSAAPI Send(SOCKET hSocket, const char* pData, int iSize, int)
+    {
+        int iError = 0;
+        g_pThis->Change([&] {
+            g_pThis->m_hSocket = hSocket;
+            iError = g_pThis->m_sWaiting.size() >= ENOUGH ? WSAEWOULDBLOCK : g_pThis->m_iError;
+            if (iError == 0)
+                g_pThis->m_sWaiting.append(pData, static_cast<std::size_t>(iSize));
+        });
+        WSASetLastError(iError);
+        return iError == 0 ? iSize : SOCKET_ERROR;
+    }
+
+    static int WSAAPI Close(SOCKET hSocket)
+    {
+        g_pThis->Change([] {
+            g_pThis->m_sWaiting.clear();
+            g_pThis->m_iError = 0;
+        });
+        return closesocket(hSocket);
+    }
+
+    // As much as the real socket takes.
+    void DeliverPiece()
+    {
+        const int iSent =
+            send(m_hSocket, m_sWaiting.data(), static_cast<int>(std::min(m_sWaiting.size(), PIECE)), 0);
+        if (iSent >= 0)
+            m_sWaiting.erase(0, static_cast<std::size_t>(iSent));
+        else if (WSAGetLastError() != WSAEWOULDBLOCK)
+        {
+            m_iError = WSAGetLastError();
+            m_sWaiting.clear();
+        }
+    }
+
+    static DWORD WINAPI Deliver(LPVOID pThis)
+    {
+        auto& packets = *static_cast<WholePackets*>(pThis);
+        while (!packets.m_bEnds)
+        {
+            packets.AwaitRoom();
+            AcquireSRWLockExclusive(&packets.m_Lock);
+            while (packets.m_sWaiting.empty() && !packets.m_bEnds)
+                SleepConditionVariableSRW(&packets.m_Changed, &packets.m_Lock, INFINITE, 0);
+            packets.DeliverPiece();
+            ReleaseSRWLockExclusive(&packets.m_Lock);
+        }
+        return 0;
+    }
+
+    void AwaitRoom() const
+    {
+        fd_set Sockets{1, {m_hSocket}};
+        timeval Limit{1, 0};
+        select(0, nullptr, &Sockets, nullptr, &Limit);
+    }
+
+    static inline WholePackets* g_pThis = nullptr;
+    SRWLOCK m_Lock = SRWLOCK_INIT;
+    CONDITION_VARIABLE m_Changed = CONDITION_VARIABLE_INIT;
+    std::string m_sWaiting;
+    SOCKET m_hSocket = INVALID_SOCKET;
+    int m_iError = 0;
+    bool m_bEnds = false;
+    Replacement m_Send{"WS2_32.dll", "send", Send};
+    Replacement m_Close{"WS2_32.dll", "closesocket", Close};
+    HANDLE m_hThread;
+};
+
+struct Case
+{
+    const char* sFault;
+    bool bFails;
+};
+
+std::ostream& operator<<(std::ostream& Out, const Case& Given) { return Out << Given.sFault; }
+
+class Fault : public testing::TestWithParam<Case>
+{
+protected:
+    // On a new connection.
+    void MakeReady(const std::string& sFault)
+    {
+        server::Control("fault " + sFault);
+        ASSERT_EQ(m_Tape.MakeReady(), ZDV_SUCCESS) << m_Tape.ErrorText();
+    }
+
+    void ExpectFailure(bool bFailed)
+    {
+        const std::wstring sText = m_Tape.ErrorText();
+        EXPECT_EQ(sText.starts_with(L"ERROR: Perform operation failed ["), bFailed) << sText;
+    }
+
+    Tape m_Tape{server::Root(L"faults")};
+    const WholePackets m_Sockets; // ends before the tape is closed
+};
+
+} // namespace
+
+TEST_P(Fault, EndsTheTransferOrIsOvercome)
+{
+    const Blocks aHeader = SomeBlocks(1, 1);
+    const Blocks aLong = SomeBlocks(GetParam().bFails ? 96 : 256, 2);
+    MakeReady("none");
+    ASSERT_EQ(m_Tape.Erase(), ZDV_SUCCESS);
+    for (const Blocks* pObject : {&aHeader, &aHeader, &aLong})
+        ASSERT_EQ(m_Tape.WriteObject(*pObject), ZDV_SUCCESS) << m_Tape.ErrorText();
+
+    MakeReady(GetParam().sFault);
+    ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    ASSERT_EQ(m_Tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
+    Blocks aRead(aLong.size());
+    EXPECT_EQ(m_Tape.Fill(aRead), GetParam().bFails ? ZDV_FILEMARK_REACHED : ZDV_SUCCESS);
+    ExpectFailure(GetParam().bFails);
+
+    MakeReady(GetParam().sFault);
+    EXPECT_EQ(m_Tape.WriteObject(aLong) != ZDV_SUCCESS, GetParam().bFails);
+    ExpectFailure(GetParam().bFails);
+
+    MakeReady("none");
+    ASSERT_TRUE(!GetParam().bFails || m_Tape.WriteObject(aLong) == ZDV_SUCCESS) << m_Tape.ErrorText();
+    ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    ASSERT_EQ(m_Tape.Position(ZDV_SP_FFM, GetParam().bFails ? 4 : 3), ZDV_SUCCESS);
+    ASSERT_EQ(m_Tape.Fill(aRead), ZDV_SUCCESS) << m_Tape.ErrorText();
+    EXPECT_TRUE(aRead == aLong);
+}
+
+INSTANTIATE_TEST_SUITE_P(, Fault,
+                         testing::Values(Case{"close", true}, Case{"end of data", true},
+                                         Case{"half a packet", true}, Case{"another type", true},
+                                         Case{"refusal", true}, Case{"talk", false}));
+
+// A processor that is busy with asking is missing elsewhere.
+TEST(Waiting, ForADownloadAsksSeldom)
+{
+    static int iFull, iEmpty;
+    Tape tape(server::Root(L"waiting"));
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(SomeBlocks(32, 1)), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    const auto Recv = +[](SOCKET hSocket, char* pData, int iSize, int iFlags) WSAAPI {
+        const int iReceived = recv(hSocket, pData, iSize, iFlags);
+        ++(iReceived < 0 ? iEmpty : iFull);
+        return iReceived;
+    };
+    const Replacement Counted("WS2_32.dll", "recv", Recv);
+    Blocks aRead;
+    ASSERT_EQ(tape.Read(32, aRead), ZDV_SUCCESS) << tape.ErrorText();
+    EXPECT_LT(iEmpty, 20 * iFull);
+}
+
+// TLS sessions are forgotten after two hours, and without one a server may refuse data connections.
+TEST(Aged, ConnectionIsRenewed)
+{
+    if (server::Variable(L"ZDV_TEST_SCHEME") != L"ftpes")
+        GTEST_SKIP() << "FTPS stands for all";
+    static std::int64_t iLater = 0; // seconds
+    const auto Time = +[](std::int64_t* pTime) {
+        const std::int64_t iTime = _time64(nullptr) + iLater;
+        return pTime == nullptr ? iTime : *pTime = iTime;
+    };
+    const auto Counter = +[](LARGE_INTEGER* pCount) WINAPI {
+        LARGE_INTEGER Frequency;
+        QueryPerformanceFrequency(&Frequency);
+        const BOOL bDone = QueryPerformanceCounter(pCount);
+        pCount->QuadPart += iLater * Frequency.QuadPart;
+        return bDone;
+    };
+    Tape tape(server::Root(L"aged"));
+    const Replacement LaterTime("msvcrt.dll", "_time64", Time);
+    const Replacement LaterCounter("KERNEL32.dll", "QueryPerformanceCounter", Counter);
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    for (; iLater < 7300; iLater += 110) // a connection that is idle for longer is given up anyway
+        ASSERT_EQ(tape.WriteObject(SomeBlocks(1, 1)), ZDV_SUCCESS) << tape.ErrorText() << iLater;
+}
