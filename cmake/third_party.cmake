@@ -9,6 +9,9 @@ if(CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_definitions(gtest PUBLIC GTEST_HAS_NOTIFICATION_=1)
     target_compile_options(gtest PUBLIC -include ${CMAKE_CURRENT_LIST_DIR}/gtest_notification.h)
 endif()
+foreach(library gtest gmock)
+    target_compile_options(${library} PRIVATE -g0) # else a program's identity would hold the build's folder
+endforeach()
 
 # A folder that holds these headers and none of the build machine's own.
 set(debian_include ${PROJECT_BINARY_DIR}/debian)

@@ -32,13 +32,28 @@ class PackageTest(unittest.TestCase):
     def setUp(self):
         self.folder = Path(self.enterContext(tempfile.TemporaryDirectory(dir=self.copies)))
         self.unpacked = self.folder / "unpacked"
-        (package,) = self.copies.glob("*-win64.zip")
+        (package,) = self.copies.glob("*[0-9]-win64.zip")
         zipfile.ZipFile(package).extractall(self.unpacked)
 
-    def run_zdv(self, *arguments):
+    def run_there(self, folder, *command, check=True, **changes):
+        """A program as on another machine, which knows nothing of the tests' server but how to log in."""
         test = {name: os.environ["ZDV_TEST_" + name] for name in ("SERVER", "USER", "PORT", "PASSWORD", "HOME")}
+        others = {name: value for name, value in os.environ.items() if not name.startswith("ZDV_TEST_")}
         settings = {"ZDV_" + name: value for name, value in test.items()} | {"ZDV_ROOT": test["HOME"] + "/package"}
-        subprocess.run([WINE, self.unpacked / "zdv.exe", *arguments], check=True, env=os.environ | settings)
+        return subprocess.run([WINE, *command], cwd=folder, stdin=subprocess.DEVNULL, check=check,
+                              env=others | settings | changes).returncode
+
+    def run_zdv(self, *arguments):
+        self.run_there(self.folder, self.unpacked / "zdv.exe", *arguments)
+
+    def test_kit_reports_without_the_password(self):
+        (kit,) = self.copies.glob("*-tests-win64.zip")
+        zipfile.ZipFile(kit).extractall(self.unpacked / "kit")
+        code = self.run_there(self.unpacked / "kit", "cmd.exe", "/c", "run.cmd", check=False, ZDV_PASSWORD="wrong")
+        result = (self.unpacked / "kit/result.txt").read_text(encoding="utf-8")
+        self.assertEqual(code, 1)
+        self.assertRegex(result, r"Login denied(?s:.*)\nFAILED .* zdv check\nNothing else was run(?s:.*) a \*\*\* password")
+        self.assertNotIn("wrong", result)
 
     def test_backs_up_and_restores_from_an_empty_folder(self):
         self.run_here("sha256sum", "--check", "--strict", "--quiet", "SHA256SUMS")
