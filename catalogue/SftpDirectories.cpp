@@ -3,23 +3,8 @@
 #include "common/Url.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace {
-
-// The path of a URL as libcurl will ask for it: decoded, without "." and "..". Empty for a URL that libcurl
-// does not take; the request itself will say so.
-std::string RequestedPath(const std::wstring& sURL)
-{
-    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> pURL(curl_url(), &curl_url_cleanup);
-    char* pPath = nullptr;
-    if (pURL == nullptr ||
-        curl_url_set(pURL.get(), CURLUPART_URL, quorvel::NarrowUrl(sURL).c_str(), 0) != CURLUE_OK ||
-        curl_url_get(pURL.get(), CURLUPART_PATH, &pPath, CURLU_URLDECODE) != CURLUE_OK)
-        return {};
-    const std::unique_ptr<char, decltype(&curl_free)> Owner(pPath, &curl_free);
-    return pPath;
-}
 
 // A quoted argument of libcurl's quote commands.
 std::string Quoted(const std::string& sPath)
@@ -38,7 +23,7 @@ std::string Quoted(const std::string& sPath)
 
 std::vector<std::string> DirectoriesOf(const std::wstring& sURL)
 {
-    std::string sPath = RequestedPath(sURL);
+    std::string sPath = quorvel::UrlPart(sURL, CURLUPART_PATH, CURLU_URLDECODE);
     // libcurl does not resolve the login directory in a quoted path, but servers start relative ones there.
     if (sPath.starts_with("/~/"))
         sPath.erase(0, std::min(sPath.find_first_not_of('/', 2), sPath.size()));

@@ -1,7 +1,8 @@
-// What the trace log needs to know of the system it runs on.
+// What there is to know of the system and of the host's program.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace quorvel {
 
@@ -10,5 +11,11 @@ inline constexpr std::uint32_t ENVIRONMENT_VERSION_5_2 = 20; // restores from dr
 
 // The operating-system code: ENVIRONMENT_VERSION_5_2 on systems of version 5.2.
 std::uint32_t EnvironmentCode();
+
+// The folder of the host process's executable, without a trailing separator (the fallback has one).
+std::wstring ProgramFolder();
+
+// The product's settings, which lie there.
+std::wstring SettingsFile();
 
 } // namespace quorvel

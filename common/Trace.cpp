@@ -130,7 +130,7 @@ const std::wstring& CTrace::LogFolder()
         m_uiEnvironment == ENVIRONMENT_VERSION_5_2 ? L"Z:\\ZELT\\Logfiles" : sBase + L"\\Logfiles";
     wchar_t aFolder[PATH_BUFFER];
     GetPrivateProfileStringW(L"File Locations", L"Logfiles", sDefault.c_str(), aFolder, PATH_BUFFER,
-                             (sBase + L"\\zlt.ini").c_str());
+                             SettingsFile().c_str());
     m_sFolder = aFolder;
     if (!PathFileExistsW(m_sFolder.c_str()))
         CreateDirectoryW(m_sFolder.c_str(), nullptr);
@@ -139,17 +139,7 @@ const std::wstring& CTrace::LogFolder()
 
 const std::wstring& CTrace::FilePath() const { return m_sFilePath; }
 
-std::wstring CTrace::ProgramFolder() const
-{
-    std::wstring sPath(PATH_BUFFER, L'\0');
-    DWORD dwLength = 0;
-    while ((dwLength = GetModuleFileNameW(nullptr, sPath.data(), static_cast<DWORD>(sPath.size()))) ==
-           sPath.size())
-        sPath.resize(sPath.size() * 2);
-    if (dwLength == 0)
-        return L"X:\\Program Files\\Quorvel\\ZELT\\";
-    return sPath.substr(0, sPath.find_last_of(L'\\', dwLength));
-}
+std::wstring CTrace::ProgramFolder() const { return quorvel::ProgramFolder(); }
 
 void CTrace::SetLevelMask(std::uint32_t uiMask) { m_uiLevelMask = uiMask; }
 

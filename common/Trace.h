@@ -38,7 +38,6 @@ public:
     // The folder that holds the log; looked up and created on first use.
     virtual const std::wstring& LogFolder();
     virtual const std::wstring& FilePath() const;
-    // The folder of the host process's executable, without a trailing separator (the fallback has one).
     virtual std::wstring ProgramFolder() const;
     virtual void SetLevelMask(std::uint32_t uiMask);
     // Sets the level mask from "trace.ini".

@@ -2,6 +2,8 @@
 
 #include "common/Text.h"
 
+#include <memory>
+
 namespace quorvel {
 
 namespace {
@@ -23,6 +25,17 @@ std::string NarrowUrl(std::wstring_view sURL)
             sEncoded.append({'%', DIGITS[ucByte >> 4], DIGITS[ucByte & 0xF]});
     }
     return sEncoded;
+}
+
+std::string UrlPart(std::wstring_view sURL, CURLUPart enPart, unsigned uiFlags)
+{
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> pURL(curl_url(), &curl_url_cleanup);
+    char* pPart = nullptr;
+    if (pURL == nullptr || curl_url_set(pURL.get(), CURLUPART_URL, NarrowUrl(sURL).c_str(), 0) != CURLUE_OK ||
+        curl_url_get(pURL.get(), enPart, &pPart, uiFlags) != CURLUE_OK)
+        return {};
+    const std::unique_ptr<char, decltype(&curl_free)> Owner(pPart, &curl_free);
+    return pPart;
 }
 
 } // namespace quorvel

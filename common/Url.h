@@ -1,5 +1,6 @@
 #pragma once
 
+#include <curl/curl.h>
 #include <string>
 #include <string_view>
 
@@ -9,5 +10,9 @@ namespace quorvel {
 // (blanks, controls, everything beyond ASCII, and "#" and "?", which are ordinary characters in the name of
 // a directory but would end the path).
 std::string NarrowUrl(std::wstring_view sURL);
+
+// A part of a URL as libcurl understands it: an address in its shortest form, a path without
+// "." and "..". Empty for a URL that libcurl does not take; the request itself will say so.
+std::string UrlPart(std::wstring_view sURL, CURLUPart enPart, unsigned uiFlags = 0);
 
 } // namespace quorvel

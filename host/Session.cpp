@@ -1,5 +1,7 @@
 #include "host/Session.h"
 
+#include "common/KeyList.h"
+
 #include <array>
 #include <curl/curl.h> // its error numbers, which the module hands on
 
@@ -21,6 +23,12 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
      "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
      "between."},
     {CURLE_SSL_CONNECT_ERROR, "No TLS connection came about: check that the server speaks TLS at this port."},
+    {CURLE_USE_SSL_FAILED,
+     "zlt.ini asks for an encrypted connection, and this server offers none: somebody may stand between."},
+    {CURLE_PEER_FAILED_VERIFICATION, "List the key in zlt.ini only if it is the server's own: over SFTP "
+                                     "\"ssh-keygen -lf\" shows that on the server "
+                                     "itself, for each of its host keys, else ask its administrator. If it "
+                                     "is not, somebody else has answered."},
     {CURLE_GOT_NOTHING, "The server closed the connection without a word: check the port."},
     {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
     {CURLE_RECV_ERROR,
@@ -47,6 +55,20 @@ std::string Describe(const Server& Target)
     return fmt::format("{}://{}:{}, root {}, user {}", SchemeOf(Target.uiPort),
                        bBareIpv6 ? '[' + sName + ']' : sName, Target.uiPort,
                        Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
+}
+
+std::string DescribeIdentity(const Server& Target)
+{
+    if (quorvel::ReadKeys({Target.sName}, std::to_string(Target.uiPort)).bListed)
+        return "The server's identity was compared: it has a key that zlt.ini lists.";
+    return fmt::format(
+        "The server's identity was not compared: somebody else could answer in its place. To have it "
+        "compared, write into zlt.ini beside zdv.exe:\n"
+        "  [Server Keys]\n"
+        "  {} = ?\n"
+        "The next check is refused and names the key that the server shows. Make sure that it is the "
+        "server's own, then write it in place of the question mark.",
+        Printable(quorvel::WithoutPassword(Target.sName)));
 }
 
 std::string Explain(const Server& Target, const DeviceError& Error)

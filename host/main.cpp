@@ -26,6 +26,7 @@ ExitCode Check(Session& Server, bool bWrite)
                     : "NOT ENCRYPTED: the server offers no TLS. Others on the way can read the password and "
                       "the backup.");
     }
+    Say("{}", DescribeIdentity(Server.Target()));
     if (bWrite)
         CheckByWriting(Server);
     return ExitCode::Done;

@@ -1,6 +1,7 @@
 #include "interface/Connection.h"
 
 #include "common/Text.h"
+#include "common/Url.h"
 #include "interface/CurlCalls.h"
 #include "interface/LastError.h"
 #include "interface/ModuleVersion.h"
@@ -18,6 +19,8 @@ constexpr DWORD APP_INIT_FAILURE = 575; // ERROR_APP_INIT_FAILURE, which mingw's
 // What one read from the connection may bring. libssh2 asks an SFTP server for four times as much ahead, which
 // keeps a long line full.
 constexpr long DOWNLOAD_BUFFER = 1024 * 1024;
+
+constexpr const wchar_t* SFTP = L"sftp://";
 
 constexpr long REPLY_LIMIT = 120; // seconds
 
@@ -41,16 +44,28 @@ bool SetPort(CurlCalls& Calls, const FunctionTrace& Trace, std::uint32_t uiPort)
     return Calls.Succeeded();
 }
 
+// The server is looked for in the list as it was typed, and as libcurl understands it.
+ServerCheck& NewServerCheck(FtpContext& FC)
+{
+    const std::wstring sURL = L"ftp://" + FC.m_sServer;
+    const std::string sPort = FC.m_uiPort != 0 ? std::to_string(FC.m_uiPort)
+                                               : quorvel::UrlPart(sURL, CURLUPART_PORT, CURLU_DEFAULT_PORT);
+    return FC.m_aServerChecks.emplace_front(
+        quorvel::ReadKeys({quorvel::ToUtf8(FC.m_sServer), quorvel::UrlPart(sURL, CURLUPART_HOST)}, sPort));
+}
+
 bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
 {
-    // Certificates and host keys are not verified: a machine that is restored from bare metal has none to
-    // compare with. Both refusals of verification fail with one text.
+    // Certificates and host keys are compared with those listed, if any: a machine that is restored from bare metal
+    // has nothing else to compare with. Both refusals of verification fail with one text.
     Calls.Try(CURLOPT_SSL_VERIFYPEER, 0L, {L"CURLOPT_SSL_VERIFYPEER", L"Failed to set Verify Peer"},
               L"curl_easy_setopt(CURLOPT_SSL_VERIFYPEER, FALSE)");
     Calls.Try(CURLOPT_SSL_VERIFYHOST, 0L, {L"CURLOPT_SSL_VERIFYHOST", L"Failed to set Verify Peer"},
               L"curl_easy_setopt(CURLOPT_SSL_VERIFYHOST, 0)");
-    Calls.Set(CURLOPT_USE_SSL, long{CURLUSESSL_TRY}, L"Failed to set Use SSL",
-              L"curl_easy_setopt(CURLOPT_USE_SSL, CURLUSESSL_TRY)");
+    // A listed server must speak TLS already; but over SFTP libcurl would take that for a reason to connect each time.
+    if (!FC.m_aServerChecks.front().Keys.bListed || FC.m_sProtocol == SFTP)
+        Calls.Set(CURLOPT_USE_SSL, long{CURLUSESSL_TRY}, L"Failed to set Use SSL",
+                  L"curl_easy_setopt(CURLOPT_USE_SSL, CURLUSESSL_TRY)");
     Calls.Set(CURLOPT_SSLVERSION, long{CURL_SSLVERSION_DEFAULT}, L"Failed to set SSL Version",
               L"curl_easy_setopt(CURLOPT_SSLVERSION, CURL_SSLVERSION_DEFAULT)");
     Calls.Set(CURLOPT_USERNAME, quorvel::ToUtf8(FC.m_sUsername).c_str(), L"Failed to set Username",
@@ -86,7 +101,7 @@ const wchar_t* Scheme(std::uint32_t uiPort)
     switch (uiPort)
     {
     case 22:
-        return L"sftp://";
+        return SFTP;
     case 990:
         return L"ftps://";
     default:
@@ -113,12 +128,18 @@ std::wstring NormalisedRoot(std::wstring sRoot)
 bool DoInitEx(FtpContext& FC)
 {
     const FunctionTrace Trace = FunctionTrace::Started(L"DoInitEx");
+    ServerCheck& Check = NewServerCheck(FC);
     Trace.Verbose(L"curl_easy_init()");
     // An earlier handle is replaced, not cleaned up: a transfer that the host left running still uses it.
     FC.m_pCurl = curl_easy_init();
     if (FC.m_pCurl == nullptr)
         return Failed(FC, Trace, {APP_INIT_FAILURE, L"Failed to initialize cURL"});
     CurlCalls Calls(FC.m_pCurl, Trace);
+    // First of all: a host may go on with a handle that was not made ready.
+    if (Check.Keys.bListed)
+        SetServerCheck(Calls, Check);
+    if (!Check.Keys.sDamage.empty())
+        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Check.Keys.sDamage.c_str()});
     // Refused, and so traced, by a libcurl without HTTP.
     Calls.Try(CURLOPT_USERAGENT, "ZELT/" PRODUCT_VERSION, {L"Set User Agent failed"},
               L"curl_easy_setopt(CURLOPT_USERAGENT)");

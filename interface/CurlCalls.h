@@ -2,6 +2,7 @@
 
 #include "common/FunctionTrace.h"
 #include "interface/CurlError.h"
+#include "interface/ServerCheck.h"
 
 #include <cstdint>
 #include <curl/curl.h>
@@ -32,6 +33,7 @@ public:
         if (sStep != nullptr)
             m_Trace.Verbose(sStep);
         m_enCurlRc = call(m_pCurl);
+        m_sRefusal = TakeRefusal(m_pCurl, m_enCurlRc);
         m_sFailure = sFailure;
     }
 
@@ -61,7 +63,7 @@ public:
     }
 
     // True when all calls have succeeded. Otherwise the holder's two error fields say which one failed: its code,
-    // and its text with libcurl's own added.
+    // and its text with libcurl's own added, and that of the server's check.
     template <typename Holder> bool Succeeded(Holder& holder) const
     {
         if (Succeeded())
@@ -69,6 +71,7 @@ public:
         holder.m_dwLastError = Result();
         holder.m_sLastError = m_sFailure;
         CurlError(m_enCurlRc, holder.m_sLastError);
+        holder.m_sLastError += m_sRefusal;
         return false;
     }
 
@@ -82,4 +85,5 @@ private:
     quorvel::FunctionTrace m_Trace;
     CURLcode m_enCurlRc = CURLE_OK;
     const wchar_t* m_sFailure = nullptr;
+    std::wstring m_sRefusal;
 };

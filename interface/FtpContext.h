@@ -2,10 +2,12 @@
 
 #include "catalogue/AreaObject.h"
 #include "catalogue/Version.h"
+#include "interface/ServerCheck.h"
 
 #include <atomic>
 #include <cstdint>
 #include <curl/curl.h>
+#include <forward_list>
 #include <string>
 #include <vector>
 #include <windows.h>
@@ -48,6 +50,7 @@ public:
     std::atomic<HANDLE> m_hUploadRead = INVALID_HANDLE_VALUE;    // client end, the worker's
     std::atomic<HANDLE> m_hUploadWrite = INVALID_HANDLE_VALUE;   // server end, the host's
     std::atomic<CURL*> m_pCurl = nullptr;
+    std::forward_list<ServerCheck> m_aServerChecks; // of m_pCurl, then of the handles before it
     std::wstring m_sServer;
     std::uint32_t m_uiPort = 21;
     std::wstring m_sRoot;

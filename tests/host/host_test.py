@@ -399,6 +399,17 @@ class HostTest(unittest.TestCase):
         self.assertIn("***@nas/x", text)
         self.assertNotIn("secret", text)
 
+    def test_a_server_whose_key_is_listed(self):
+        settings = Path(PROGRAM[-1]).with_name("zlt.ini")
+        self.addCleanup(settings.unlink, missing_ok=True)
+        self.assertIn("identity was not compared", self.run_host(DONE, "check"))
+        settings.write_text("[Server Keys]\n127.0.0.1 = ?\n")
+        text = self.run_host(NOT_READY, "check")
+        (key,) = re.findall(r"shows (\S+), which zlt.ini does not list \(code 60\)", text)
+        self.assertIn("ssh-keygen -lf", text)
+        settings.write_text(f"[Server Keys]\n127.0.0.1 = {key}\n")
+        self.assertIn("identity was compared", self.run_host(DONE, "check"))
+
     def test_command_lines(self):
         file = self.folder / "password"
         file.write_text(os.environ["ZDV_TEST_PASSWORD"] + "\r\nmore")

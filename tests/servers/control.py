@@ -1,18 +1,32 @@
 """The channel through which a test breaks its server from outside."""
 
+import functools
+import re
 import socket
 import threading
 
 from .server import ServerError
 
+# What the servers write when they are told the user's name, or later where they do not write then. The end of a
+# session is written too late.
+LOGIN = rb'(?:(?:USER|password for|authenticating user|login from) |"PUT /.*)%s'
+
 
 class Control(threading.Thread):
-    """Answers lines on 127.0.0.1, one connection at a time: kill, stop, cont, start, fault NAME."""
+    """Answers lines on 127.0.0.1, one connection at a time: kill, stop, cont, start, fault NAME; replace, which puts a
+    server with other keys in the place of this one, and back; unseen, an error if the user's name has got into the
+    server's logs since it was asked for last; what a Middle does, or middle, an error if it has been told anything."""
 
-    def __init__(self, server):
+    def __init__(self, server, middle=None):
         super().__init__(daemon=True)
+        self._server = server
+        self._seen = 0
         self._commands = {"kill": server.kill, "stop": server.stop, "cont": server.cont, "start": server.start,
+                          "replace": self._replace, "unseen": self._require_unseen,
                           "fault": getattr(server, "fault", None)}
+        if middle:
+            self._commands |= {name: functools.partial(middle.become, name) for name in middle.KINDS}
+            self._commands["middle"] = middle.require_nothing
         self._listener = socket.create_server(("127.0.0.1", 0))
         self.port = self._listener.getsockname()[1]
 
@@ -23,6 +37,19 @@ class Control(threading.Thread):
                 for line in lines:
                     lines.write(self._carry_out(line.strip()) + "\n")
                     lines.flush()
+
+    def _replace(self):
+        self._server.kill()
+        site = self._server.site
+        site.owner = "server" if site.owner == "other" else "other"
+        self._server.start()
+
+    def _require_unseen(self):
+        before = self._seen
+        login = re.compile(LOGIN % re.escape(self._server.row.user.encode()))
+        self._seen = sum(len(login.findall(file.read_bytes())) for file in self._server.site.logs.iterdir())
+        if self._seen > before:
+            raise ServerError("the user's name was seen")
 
     def _carry_out(self, line):
         name, *argument = line.split(" ", 1)

@@ -3,6 +3,7 @@ from pathlib import Path
 from .server import Server
 from .site import ROOT
 
+PASSIVE_PORTS = range(20000, 20020)
 MODULES = Path("/usr/lib/proftpd")
 BUILT_IN_BEFORE_DEBIAN_13 = ("mod_ls", "mod_xfer")
 BASE = f"""\
@@ -41,6 +42,8 @@ class ProFtpd(Server):
     def _directives(self):
         row, site = self.row, self.site
         yield from (f"DefaultAddress {row.address}", f"Port {row.port}", f"ExtendedLog {site.logs}/commands ALL")
+        if row.middle:
+            yield f"PassivePorts {PASSIVE_PORTS[0]} {PASSIVE_PORTS[-1]}"
         if row.chrooted:
             yield "DefaultRoot ~"
         if row.scheme in ("ftpes", "ftps"):

@@ -17,7 +17,8 @@ class Rclone(Server):
         return ["setpriv", "--reuid", owner, "--regid", owner, "--clear-groups", "--inh-caps", BELOW_PORT_1024,
                 "--ambient-caps", BELOW_PORT_1024, "rclone", "serve", "sftp", self.remote.format(self.site.store),
                 "--config", "", "--addr", f"{self.row.address}:{self.row.port}", "--key", str(key),
-                "--user", self.row.user, "--pass", PASSWORD, "--dir-cache-time", "0"]  # tests change the store, too
+                "--user", self.row.user, "--pass", PASSWORD, "--dir-cache-time", "0",  # tests change the store, too
+                "-v"]  # so that it logs logins
 
 
 class RcloneCrypt(Rclone):

@@ -1,5 +1,7 @@
 """What a server needs around it in the sandbox: the login and its folder, certificate and keys."""
 
+import base64
+import hashlib
 import os
 import pwd
 import shutil
@@ -21,6 +23,7 @@ class Site:
         self.store = ROOT / "home" / row.user
         self.home = "/" if row.chrooted else str(self.store)
         self.logs = ROOT / "log"
+        self.owner = "server"  # of keys and certificate
         self.password_hash = _run("openssl", "passwd", "-6", PASSWORD).strip()
 
     def __enter__(self):
@@ -49,11 +52,12 @@ class Site:
     def passwd_line(self, password):
         return f"{self.row.user}:{password}:{self.uid}:{self.uid}::{self.store}:/bin/sh"
 
-    def certificate(self):
-        """One PEM file with the key and the self-signed certificate."""
-        pem = ROOT / "server.pem"
+    def certificate(self, owner=""):
+        """One PEM file with the key and the self-signed certificate, the server's or somebody else's."""
+        owner = owner or self.owner
+        pem = ROOT / f"{owner}.pem"
         if not pem.exists():
-            key, certificate = ROOT / "server.key", ROOT / "server.crt"
+            key, certificate = ROOT / f"{owner}.key", ROOT / f"{owner}.crt"
             _run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-noenc", "-days", "30",
                  "-subj", "/CN=tape.example", "-keyout", str(key), "-out", str(certificate))
             pem.touch(mode=0o600)
@@ -61,7 +65,7 @@ class Site:
         return pem
 
     def host_key(self, kind):
-        key = ROOT / f"ssh_host_{kind}_key"
+        key = ROOT / f"{self.owner}_{kind}_key"
         if not key.exists():
             _run("ssh-keygen", "-q", "-t", kind, "-N", "", "-f", str(key))
         return key
@@ -75,6 +79,16 @@ class Site:
             key.with_suffix(".pub").rename(key.with_name("authorized_keys"))
             for path in (key.parent, *key.parent.iterdir()):
                 os.chown(path, self.uid, self.uid)
+
+    def keys(self):
+        """The server's, as its administrator would tell them."""
+        if self.row.scheme == "sftp":
+            return [_run("ssh-keygen", "-lf", str(self.host_key(kind))).split()[1] for kind in self.row.host_keys]
+        if self.row.scheme == "ftp":
+            return []
+        pem = _run("openssl", "x509", "-noout", "-pubkey", "-in", str(self.certificate()))
+        key = base64.b64decode("".join(pem.splitlines()[1:-1]))
+        return ["sha256//" + base64.b64encode(hashlib.sha256(key).digest()).decode()]
 
 
 def _add_account(passwd_line, password_hash):

@@ -1,5 +1,6 @@
 // What users type, and what goes wrong on the way to the server and there.
 #include "tests/tape/Server.h"
+#include "tests/tape/SettingsFile.h"
 #include "tests/tape/Tape.h"
 
 #include <atomic>
@@ -355,41 +356,9 @@ TEST(Server, KilledServerFailsTheDownload)
     ExpectReason(tape, L"Perform operation failed"); // of the upload that the first of its reads has ended
 }
 
-// Verbose tracing of the module, which looks for its settings beside the program.
-class VerboseTrace
-{
-public:
-    VerboseTrace()
-    {
-        wchar_t aProgram[MAX_PATH];
-        GetModuleFileNameW(nullptr, aProgram, MAX_PATH);
-        m_Folder = fs::path(aProgram).parent_path();
-        m_bGiven = fs::exists(m_Folder / "trace.ini"); // by ./dev test ROW
-        if (!(std::ofstream(m_Folder / "trace.ini") << "[Main]\nZDV_FTP_TraceLevel=4\n"))
-            throw std::runtime_error("trace.ini cannot be written");
-    }
-    VerboseTrace(const VerboseTrace&) = delete;
-    VerboseTrace& operator=(const VerboseTrace&) = delete;
-    ~VerboseTrace()
-    {
-        if (!m_bGiven)
-            fs::remove(m_Folder / "trace.ini");
-    }
-
-    std::string Log() const
-    {
-        std::ifstream Log(m_Folder / "Logfiles" / "ZDV_FTP_trace.log", std::ios::binary);
-        return std::string((std::istreambuf_iterator<char>(Log)), std::istreambuf_iterator<char>());
-    }
-
-private:
-    fs::path m_Folder;
-    bool m_bGiven;
-};
-
 TEST(Server, PasswordIsNowhereInAVerboseLog)
 {
-    const VerboseTrace Trace;
+    const SettingsFile Verbose(L"trace.ini", L"[Main]\nZDV_FTP_TraceLevel=4\n");
     {
         Tape tape(server::Root(L"traced"));
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
@@ -398,7 +367,7 @@ TEST(Server, PasswordIsNowhereInAVerboseLog)
         Blocks aRead;
         ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS);
     }
-    const std::string sLog = Trace.Log();
+    const std::string sLog = Verbose.Log();
     EXPECT_NE(sLog.find("ZDV_FTP_PASSWORD"), std::string::npos);
     EXPECT_NE(sLog.find("ThreadReader : EOF"), std::string::npos);
     EXPECT_EQ(sLog.find(fs::path(server::Variable(L"ZDV_TEST_PASSWORD")).string()), std::string::npos);

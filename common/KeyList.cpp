@@ -1,0 +1,148 @@
+#include "common/KeyList.h"
+
+#include "common/Environment.h"
+#include "common/Text.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <utility>
+
+namespace quorvel {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+constexpr std::string_view LETTERS_AND_DIGITS =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+
+bool AllOf(std::string_view sText, const std::string& sAllowed)
+{
+    return !sText.empty() && sText.find_first_not_of(sAllowed) == sText.npos;
+}
+
+Words WordsOf(const std::string& sText)
+{
+    std::istringstream Stream(sText);
+    return {std::istream_iterator<std::string>(Stream), {}};
+}
+
+// All that means something is ASCII, so that UTF-8 and the code pages of Windows are one here.
+std::string WithoutMark(const std::string& sSettings)
+{
+    if (!sSettings.starts_with("\xFF\xFE"))
+        return sSettings.substr(sSettings.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+    std::wstring sWide(sSettings.size() / 2 - 1, L'\0');
+    std::memcpy(sWide.data(), sSettings.data() + 2, sWide.size() * 2);
+    return ToUtf8(sWide);
+}
+
+bool IsKey(std::string_view sKey)
+{
+    const bool bSsh = sKey.starts_with("SHA256:");
+    if (!bSsh && !(sKey.starts_with("sha256//") && sKey.ends_with('=')))
+        return false;
+    const std::string_view sHash = bSsh ? sKey.substr(7) : sKey.substr(8, sKey.size() - 9);
+    return sHash.size() == 43 && AllOf(sHash, std::string(LETTERS_AND_DIGITS) + "+/");
+}
+
+struct ServerName
+{
+    explicit ServerName(std::string sText) : sHost(std::move(sText))
+    {
+        const std::size_t uiColon = sHost.rfind(':');
+        if (uiColon != sHost.npos && (sHost.find(':') == uiColon || sHost[uiColon - 1] == ']'))
+        {
+            sPort = sHost.substr(uiColon);
+            sHost.resize(uiColon);
+        }
+        std::erase_if(sHost, [](char c) { return c == '[' || c == ']'; });
+        if (sHost.ends_with('.'))
+            sHost.pop_back();
+    }
+
+    std::string sHost; // without brackets and the point at the end
+    std::string sPort; // ":22", or empty for all
+};
+
+// "server = key key ...", "server = ?" or "* = required".
+bool IsEntry(const Words& aNames, const Words& aValues)
+{
+    if (aNames.size() != 1 || aValues.empty())
+        return false;
+    const ServerName Name(aNames[0]);
+    if (Name.sHost == "*")
+        return Name.sPort.empty() && aValues == Words{"required"};
+    return AllOf(Name.sHost, std::string(LETTERS_AND_DIGITS) + ".:-_") &&
+           (Name.sPort.empty() || AllOf(Name.sPort.substr(1), "0123456789")) &&
+           (aValues == Words{"?"} || std::ranges::all_of(aValues, IsKey));
+}
+
+bool IsNamed(const std::string& sEntry, const Words& aServer, const std::string& sPort)
+{
+    const ServerName Name(sEntry);
+    return (Name.sPort.empty() || Name.sPort == ':' + sPort) &&
+           std::ranges::any_of(aServer, [&](const std::string& sServer) {
+               return _stricmp(ServerName(sServer).sHost.c_str(), Name.sHost.c_str()) == 0;
+           });
+}
+
+ListedKeys Damaged(const std::wstring& sWhy) { return {true, {}, L"zlt.ini, section Server Keys: " + sWhy}; }
+
+} // namespace
+
+ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const std::string& sPort)
+{
+    std::string sText = WithoutMark(sSettings);
+    if (sText.find('\0') != sText.npos)
+        return Damaged(L"the file is not in UTF-8");
+    std::ranges::replace(sText, '\r', '\n');
+    ListedKeys Found;
+    bool bInside = false;
+    bool bSeen = false;
+    std::istringstream Lines(sText);
+    for (std::string sLine; std::getline(Lines, sLine);)
+    {
+        sLine.erase(0, sLine.find_first_not_of(" \t"));
+        // "[fd00::7] = ..." is none.
+        const bool bHeader = sLine.starts_with('[') && sLine.find('=', sLine.find(']')) == sLine.npos;
+        if (bHeader || (!bInside && sLine.starts_with('[')))
+        {
+            std::erase_if(sLine, [](char c) { return c == ' ' || c == '\t'; });
+            bInside = _strnicmp(sLine.c_str(), "[ServerKeys", 11) == 0;
+            if (bInside && std::exchange(bSeen, true))
+                return Damaged(L"it is there twice");
+        }
+        else if (bInside && !sLine.empty() && !sLine.starts_with(';'))
+        {
+            const std::size_t uiEnd = std::min(sLine.find('='), sLine.size() - 1);
+            const Words aNames = WordsOf(sLine.substr(0, uiEnd));
+            const Words aValues = WordsOf(sLine.substr(uiEnd + 1));
+            if (!IsEntry(aNames, aValues))
+                return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" cannot be understood");
+            const bool bNamed = IsNamed(aNames[0], aServer, sPort);
+            Found.bListed = Found.bListed || bNamed || aNames[0] == "*";
+            if (bNamed)
+                Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
+        }
+    }
+    return Found;
+}
+
+ListedKeys ReadKeys(const Words& aServer, const std::string& sPort)
+{
+    std::ifstream File(SettingsFile().c_str(), std::ios::binary);
+    if (!File.is_open() && errno == ENOENT)
+        return {};
+    std::string sSettings;
+    for (char c = 0; File.get(c);)
+        sSettings += c;
+    return File.is_open() && !File.bad() ? FindKeys(sSettings, aServer, sPort)
+                                         : Damaged(L"the file cannot be read");
+}
+
+} // namespace quorvel

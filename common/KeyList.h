@@ -1,0 +1,35 @@
+// The keys of servers that an administrator has listed in the settings file:
+//
+//   [Server Keys]
+//   nas = SHA256:uF8x...                    an SSH host key, as ssh-keygen -lf prints it
+//   backup.example:990 = sha256//9yB5...=   a TLS public key, as curl's pinned keys are written; for this port only
+//   10.0.0.7 = SHA256:... SHA256:...        several, one of which must be shown
+//   [fd00::7]:22 = ?                        none yet: the refusal names the one that the server shows
+//   * = required                            a server that is not listed is refused
+//
+// The file is read here and not by the system's functions for settings: these cut long values, take the first of
+// two sections for both, and miss a section after a byte order mark. A list that is not understood must never look
+// like one that does not name the server.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace quorvel {
+
+// What the list says of one server.
+struct ListedKeys
+{
+    bool bListed = false;           // it is talked to only if it shows one of these
+    std::vector<std::string> aKeys; // as they are written
+    std::wstring sDamage;           // why the list cannot be understood; then no server is talked to
+};
+
+// aServer holds every name of the server, sPort its port. Several lines for one server count together.
+ListedKeys FindKeys(const std::string& sSettings, const std::vector<std::string>& aServer,
+                    const std::string& sPort);
+
+// The same from the settings file, which need not exist.
+ListedKeys ReadKeys(const std::vector<std::string>& aServer, const std::string& sPort);
+
+} // namespace quorvel
