@@ -4,23 +4,47 @@
 #include "host/Text.h"
 
 #include <algorithm>
-#include <regex>
 #include <windows.h>
 
 namespace {
 
-// Control characters and signs that mean more than themselves: a colon would mean a drive or an alternate stream.
-// Not only points and blanks, though these at the end are as good as others, since no path is looked up but in full.
-// No name that means a device in every folder, also with an extension: "nul", "COM1.txt".
+// What lies between the "/" of a name.
+std::vector<std::wstring_view> Parts(std::wstring_view sName)
+{
+    std::vector<std::wstring_view> Found;
+    for (;;)
+    {
+        const std::size_t uiEnd = sName.find(L'/');
+        Found.push_back(sName.substr(0, uiEnd));
+        if (uiEnd == sName.npos)
+            return Found;
+        sName.remove_prefix(uiEnd + 1);
+    }
+}
+
+// A device has its name in every folder and with every extension: "nul", "COM1.txt", "aux .x".
+bool IsDevice(std::wstring_view sPart)
+{
+    constexpr std::wstring_view DEVICES[] = {L"CON", L"PRN", L"AUX", L"NUL", L"CONIN$", L"CONOUT$"};
+    constexpr std::wstring_view NUMBERED[] = {L"COM", L"LPT"};
+    constexpr std::wstring_view NUMBERS = L"123456789\u00B9\u00B2\u00B3";
+    std::wstring sStem(sPart.substr(0, sPart.find(L'.')));
+    sStem.erase(sStem.find_last_not_of(L' ') + 1);
+    CharUpperBuffW(sStem.data(), static_cast<DWORD>(sStem.size()));
+    return std::ranges::find(DEVICES, sStem) != std::end(DEVICES) ||
+           (sStem.size() == 4 && NUMBERS.find(sStem.back()) != NUMBERS.npos &&
+            std::ranges::find(NUMBERED, sStem.substr(0, 3)) != std::end(NUMBERED));
+}
+
+// A colon would mean a drive or an alternate stream. Points and blanks at the end are as good as others, since no
+// path is looked up but in full.
 bool IsSafePart(std::wstring_view sPart)
 {
     constexpr std::size_t MAX_LENGTH = 255;
-    static const std::wregex SAFE(
-        LR"(^(?![. ]*$))"
-        LR"((?!(CON|PRN|AUX|NUL|CONIN\$|CONOUT\$|(COM|LPT)[1-9\u00B9\u00B2\u00B3]) *(\..*)?$))"
-        LR"([^<>:"/\\|?*\u0000-\u001F]+)",
-        std::regex::icase | std::regex::optimize);
-    return sPart.size() <= MAX_LENGTH && std::regex_match(sPart.begin(), sPart.end(), SAFE);
+    constexpr std::wstring_view SIGNS = LR"(<>:"/\|?*)";
+    const auto IsUnsafe = [&](wchar_t c) { return c < L' ' || SIGNS.find(c) != SIGNS.npos; };
+    return sPart.size() <= MAX_LENGTH && sPart.find_first_not_of(L". ") != sPart.npos &&
+           std::ranges::none_of(sPart, IsUnsafe) && !IsDevice(sPart);
 }
 
 // After a mismatch the last star takes one character more; those before it need not be tried again.
@@ -56,13 +80,14 @@ bool Matches(std::wstring_view sPattern, std::wstring_view sText)
 
 std::wstring RelativePath(const std::string& sTapeName)
 {
+    constexpr std::size_t MAX_LENGTH = 32'000; // Windows' own limit is some characters above
+    constexpr std::ptrdiff_t MAX_DEPTH = 1'000;
     std::wstring sPath = FromUtf8(sTapeName);
-    for (std::size_t uiStart = 0, uiEnd = 0; uiEnd < sPath.size() || uiStart == 0; uiStart = uiEnd + 1)
-    {
-        uiEnd = std::min(sPath.find(L'/', uiStart), sPath.size());
-        if (!IsSafePart(std::wstring_view(sPath).substr(uiStart, uiEnd - uiStart)))
+    if (sPath.size() > MAX_LENGTH || std::ranges::count(sPath, L'/') > MAX_DEPTH)
+        throw TapeError("it is too long a name, or in too many folders");
+    for (const std::wstring_view sPart : Parts(sPath))
+        if (!IsSafePart(sPart))
             throw TapeError("it is not a name for a file on Windows");
-    }
     std::ranges::replace(sPath, L'/', L'\\');
     return sPath;
 }
@@ -112,4 +137,49 @@ std::vector<std::string> Patterns::Unmatched() const
         if (!Each.bMatched)
             Found.push_back(Each.sGiven);
     return Found;
+}
+
+// As file systems see names that they take for the same.
+std::size_t WrittenNames::Folded(std::wstring_view sPart)
+{
+    const auto iSize = static_cast<int>(sPart.size());
+    std::wstring sFolded(sPart.size(), L'\0');
+    sFolded.resize(
+        static_cast<std::size_t>(FoldStringW(MAP_PRECOMPOSED, sPart.data(), iSize, sFolded.data(), iSize)));
+    CharUpperBuffW(sFolded.data(), static_cast<DWORD>(sFolded.size()));
+    return std::hash<std::wstring>()(sFolded);
+}
+
+bool WrittenNames::Meet(const std::string& sTapeName) const
+{
+    const std::wstring sName = FromUtf8(sTapeName);
+    auto Here = m_Folders.begin();
+    for (const std::wstring_view sPart : Parts(sName))
+    {
+        if (Here == m_Folders.end())
+            return false;
+        const auto Found = Here->Names.find(Folded(sPart));
+        if (Found == Here->Names.end())
+            return false;
+        if (Found->second != std::hash<std::wstring_view>()(sPart))
+            return true;
+        ++Here;
+    }
+    return true; // this very name
+}
+
+void WrittenNames::Add(const std::string& sTapeName)
+{
+    const std::wstring sName = FromUtf8(sTapeName);
+    std::size_t uiDepth = 0;
+    for (const std::wstring_view sPart : Parts(sName))
+    {
+        if (uiDepth == m_Folders.size())
+            m_Folders.emplace_back();
+        Folder& Here = m_Folders[uiDepth++];
+        Here.Names.try_emplace(Folded(sPart), std::hash<std::wstring_view>()(sPart));
+        if (Here.sLast != sPart)
+            m_Folders.resize(uiDepth);
+        m_Folders[uiDepth - 1].sLast = sPart;
+    }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 // The path below a folder that a name means on Windows. Refuses every name that could lead out of it, or to a
@@ -31,4 +32,27 @@ private:
         bool bMatched;
     };
     std::vector<Pattern> m_All;
+};
+
+// Names that were written, in the order of a tree: of a folder that was left only its own name is kept, and of each
+// name a hash, so that millions need little memory.
+class WrittenNames
+{
+public:
+    void Add(const std::string& sTapeName);
+
+    // Whether a name is one of them, or may be in some file systems: it, or a folder that it lies in, differs only in
+    // case or in Unicode's normal form.
+    bool Meet(const std::string& sTapeName) const;
+
+private:
+    static std::size_t Folded(std::wstring_view sPart);
+
+    struct Folder
+    {
+        std::unordered_map<std::size_t, std::size_t>
+            Names{}; // as Folded() has them, and as they were written
+        std::wstring sLast{};
+    };
+    std::vector<Folder> m_Folders{}; // from the top down to where the last name lies
 };
