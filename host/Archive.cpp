@@ -1,13 +1,17 @@
 #include "host/Archive.h"
 
 #include <archive_entry.h>
-#include <tuple>
 
 namespace {
 
 constexpr int NS_PER_TICK = 100;
 
 using EntryHandle = std::unique_ptr<archive_entry, decltype(&archive_entry_free)>;
+
+unsigned FileType(const Entry& What)
+{
+    return What.type == Kind::File ? AE_IFREG : What.IsLink() ? AE_IFLNK : AE_IFDIR;
+}
 
 EntryHandle ToArchive(const Entry& What)
 {
@@ -22,9 +26,7 @@ EntryHandle ToArchive(const Entry& What)
     archive_entry_set_fflags(pEntry, What.attributes, 0);
     archive_entry_set_perm(pEntry, What.type == Kind::Folder ? 0755 : 0644);
     archive_entry_set_size(pEntry, static_cast<la_int64_t>(What.size));
-    archive_entry_set_filetype(pEntry, What.type == Kind::File ? AE_IFREG
-                                       : What.IsLink()         ? AE_IFLNK
-                                                               : AE_IFDIR);
+    archive_entry_set_filetype(pEntry, FileType(What));
     if (What.IsLink())
     {
         const bool bFile = What.type == Kind::FileLink;
@@ -34,21 +36,13 @@ EntryHandle ToArchive(const Entry& What)
     return Filled;
 }
 
-// Whether an archive's entry is that of a manifest. An archive keeps a creation only if that came before the last
-// change, so that is not compared.
+// Path, link, times and attributes come from the manifest, and libarchive composes the names that it reads. A hard
+// link has another file's data, a sparse file any size: this program writes neither.
 bool IsSame(archive_entry* pFound, const Entry& What)
 {
-    const auto Facts = [](archive_entry* pEntry) {
-        const auto Text = [](const char* pText) { return std::string(pText == nullptr ? "" : pText); };
-        unsigned long ulCleared = 0;
-        unsigned long ulSet = 0;
-        archive_entry_fflags(pEntry, &ulSet, &ulCleared);
-        return std::tuple(Text(archive_entry_pathname(pEntry)), archive_entry_filetype(pEntry),
-                          Text(archive_entry_hardlink(pEntry)), Text(archive_entry_symlink(pEntry)),
-                          archive_entry_size(pEntry), archive_entry_mtime(pEntry),
-                          archive_entry_mtime_nsec(pEntry), ulSet);
-    };
-    return Facts(pFound) == Facts(ToArchive(What).get());
+    return archive_entry_filetype(pFound) == FileType(What) && archive_entry_hardlink(pFound) == nullptr &&
+           archive_entry_sparse_count(pFound) == 0 &&
+           archive_entry_size(pFound) == static_cast<la_int64_t>(What.size);
 }
 
 // libarchive is C: exceptions wait until it has returned.
@@ -142,18 +136,17 @@ void ArchiveWriter::CutOff()
     m_Drive.WriteFilemark();
 }
 
-ArchiveReader::ArchiveReader(Session& Server, const Area& From)
-    : m_Server(Server), m_Area(From), m_Archive(nullptr, archive_read_free)
+ArchiveReader::ArchiveReader(Session& Server, std::uint32_t uiObject)
+    : m_Server(Server), m_uiObject(uiObject), m_Archive(nullptr, archive_read_free)
 {
 }
 
 void ArchiveReader::Open()
 {
-    m_Block.resize(ZDV_BLOCK_SIZE);
     m_uiBlockStart = 0;
     m_uiBlockSize = 0;
     m_bEnded = false;
-    m_Server.Drive().MoveBefore(m_Area.uiData);
+    m_Server.Drive().MoveBefore(m_uiObject);
     m_bOpen = true;
 }
 

@@ -39,7 +39,7 @@ private:
 class ArchiveReader
 {
 public:
-    ArchiveReader(Session& Server, const Area& From);
+    ArchiveReader(Session& Server, std::uint32_t uiObject);
 
     // Goes to an entry of the manifest. From the block that was read last on nothing is downloaded again. This and
     // the next throw a TapeError for what is no archive, and this for an entry that is another one.
@@ -52,10 +52,10 @@ private:
     void Check(la_ssize_t iResult) const;
 
     Session& m_Server;
-    const Area& m_Area;
+    std::uint32_t m_uiObject;
     bool m_bOpen = false; // and the connection is not broken
     bool m_bEnded = false;
-    Block m_Block;
+    Block m_Block = Block(ZDV_BLOCK_SIZE);
     std::uint64_t m_uiBlockStart = 0;
     std::size_t m_uiBlockSize = 0;
     std::uint64_t m_uiNext = 0; // offset of what libarchive gets next

@@ -228,21 +228,12 @@ private:
             if (bWhole)
                 m_Archive->End();
         }
-        if (What.CanBeRestored())
-        {
-            m_Saved.files += What.type == Kind::File;
-            m_Saved.folders += What.type == Kind::Folder;
-            m_Saved.links += What.IsLink();
-            m_Saved.bytes += What.size;
-            m_Without.uiEncrypted += Found.bEncrypted;
-        }
+        m_Without.uiEncrypted += What.CanBeRestored() && Found.bEncrypted;
         m_Without.uiNotHere += What.state == State::NotHere;
         m_Without.uiNoted += What.state == State::Noted;
         if (What.IsProblem())
-        {
-            ++m_Saved.problems;
             Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path), What.problem);
-        }
+        ::Count(m_Saved, What);
         m_sEntries += ToLine(What);
         return bWhole;
     }

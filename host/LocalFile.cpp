@@ -111,6 +111,10 @@ FileHandle OpenFile(const std::wstring& sPath, DWORD dwAccess, DWORD dwDispositi
     constexpr DWORD SHARE = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     const HANDLE hFile = CreateFileW(sPath.c_str(), dwAccess, dwDisposition == OPEN_EXISTING ? SHARE : 0,
                                      nullptr, dwDisposition, FILE_FLAG_BACKUP_SEMANTICS | dwFlags, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE && dwDisposition == CREATE_NEW &&
+        GetLastError() == ERROR_FILE_NOT_FOUND)
+        throw FileError(sPath, "cannot be created (does Windows' controlled folder access allow zdv.exe?)",
+                        ERROR_FILE_NOT_FOUND);
     if (hFile == INVALID_HANDLE_VALUE)
         throw FileError(sPath, dwDisposition == CREATE_NEW ? "cannot be created" : "cannot be opened",
                         GetLastError());
@@ -210,8 +214,10 @@ void CreateLink(const std::wstring& sPath, const std::string& sTarget, bool bFol
     constexpr DWORD WITHOUT_PRIVILEGE = 2; // where the system is set up for developers
     std::wstring sName = FromUtf8(sTarget);
     std::ranges::replace(sName, L'/', L'\\');
-    if (!CreateSymbolicLinkW(sPath.c_str(), sName.c_str(),
-                             WITHOUT_PRIVILEGE | (bFolder ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0)))
+    const DWORD dwFlags = bFolder ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
+    if (!CreateSymbolicLinkW(sPath.c_str(), sName.c_str(), dwFlags | WITHOUT_PRIVILEGE) &&
+        (GetLastError() != ERROR_INVALID_PARAMETER || // so answer systems older than that flag
+         !CreateSymbolicLinkW(sPath.c_str(), sName.c_str(), dwFlags)))
         throw FileError(sPath, "cannot be created as a link", GetLastError());
     if (!FindEntry(sPath)) // Wine says that it has done it
         throw FileError(sPath, "cannot be created as a link: this system has none");
@@ -232,8 +238,4 @@ void UsePrivileges()
     }
 }
 
-FILETIME ToFileTime(std::int64_t i100ns)
-{
-    const auto uiTime = static_cast<std::uint64_t>(i100ns + EPOCH);
-    return {.dwLowDateTime = static_cast<DWORD>(uiTime), .dwHighDateTime = static_cast<DWORD>(uiTime >> 32)};
-}
+std::int64_t ToFileTime(std::int64_t i100ns) { return i100ns == 0 ? 0 : i100ns + EPOCH; }

@@ -58,4 +58,4 @@ void CreateLink(const std::wstring& sPath, const std::string& sTarget, bool bFol
 // Reading and writing in spite of access lists, as far as the user may.
 void UsePrivileges();
 
-FILETIME ToFileTime(std::int64_t i100ns);
+std::int64_t ToFileTime(std::int64_t i100ns); // since 1601; 0 stays 0

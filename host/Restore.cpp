@@ -2,56 +2,84 @@
 
 #include "host/Archive.h"
 #include "host/Hash.h"
-#include "host/Names.h"
+#include "host/Versions.h"
+
+#include <tuple>
 
 namespace {
 
-constexpr const char* LOST_AREA = "its manifest, which names its files, is missing or damaged";
+void ShowEntry(const Entry& What)
+{
+    const bool bSaved = What.CanBeRestored() || What.state == State::Damaged;
+    const std::string sSize = !bSaved                   ? ""
+                              : What.type == Kind::File ? std::to_string(What.size)
+                                                        : TextOf(What.type);
+    std::string sLine =
+        fmt::format("{:<19} {:>16}  {}", bSaved ? VersionText(What.mtime / TICKS_PER_SECOND) : "not saved",
+                    sSize, What.path + (What.link.empty() ? "" : " -> " + What.link));
+    if (What.state != State::Saved)
+        sLine += fmt::format("  ({}: {})", TextOf(What.state), What.problem);
+    Say("{}", Printable(sLine));
+}
 
-// No pattern means everything.
-bool IsNamed(Patterns& Wanted, const Entry& What) { return Wanted.Empty() || Wanted.Match(What.path); }
+enum class Purpose
+{
+    List,
+    Verify,
+    Restore,
+};
 
-class Restore
+class VersionReader
 {
 public:
-    Restore(Session& Server, const Volume& Tape, const std::vector<std::string>& Given, TargetFolder* pTarget)
-        : m_Server(Server), m_Tape(Tape), m_Wanted(Given), m_pTarget(pTarget)
+    VersionReader(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
+                  Purpose enPurpose, TargetFolder* pTarget)
+        : m_Server(Server), m_Tape(Tape), m_Wanted(Given), m_enPurpose(enPurpose), m_pTarget(pTarget)
     {
+        if (m_Wanted.Empty())
+            m_Progress.SetTotal(Tape.Last.First.bytes);
     }
 
     ExitCode Run()
     {
         if (!m_Tape.Header.Intact())
             Report("the volume header", m_Tape.Header.sProblem);
-        if (!m_Tape.Complete())
+        if (!m_Tape.sProblem.empty())
+            Report("this version", m_Tape.sProblem);
+        else if (!m_Tape.Complete())
             Report("this version", "it is INCOMPLETE, only what is there can be read");
-        const std::map<std::uint32_t, Area> Areas = FindAreas(m_Server, m_Tape);
-        std::uint64_t uiTotal = 0;
-        for (const auto& [uiArea, From] : Areas)
-            for (const Entry& What : From.Manifest.Entries)
-                uiTotal += IsWanted(What) ? What.size : 0;
-        m_Progress.SetTotal(uiTotal);
-        for (const auto& [uiArea, From] : Areas)
-            if (From.Manifest.Intact())
-                ReadArea(From);
-            else
-                Report(fmt::format("area {}", uiArea), LOST_AREA);
-        for (bool bMore = m_pTarget != nullptr; bMore;)
-            Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(); });
-        if (!m_Wanted.Empty() && m_uiFiles + m_uiOthers + m_uiProblems == 0)
-            Report("anything", "no name in this backup matches");
-        Say("{} {} and {} folders and links, {}{}.", m_pTarget == nullptr ? "Compared" : "Restored",
-            CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
-            m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
-        return m_uiProblems == 0 ? ExitCode::Done : ExitCode::DataDiffers;
+        Areas All(m_Server, m_Tape);
+        while (const std::optional<Area> From = All.Next())
+            ReadArea(*From);
+        FinishFolders("");
+        CheckTotals();
+        for (const std::string& sPattern : m_Wanted.Unmatched())
+            Report(Quoted(sPattern), "no name in this backup matches");
+        if (m_enPurpose != Purpose::List)
+            Summarize();
+        if (m_uiProblems != 0)
+            return ExitCode::DataDiffers;
+        return m_uiNotAsItWas == 0 ? ExitCode::Done : ExitCode::DoneWithProblems;
     }
 
 private:
-    bool IsWanted(const Entry& What) { return What.state != State::Skipped && IsNamed(m_Wanted, What); }
+    void Summarize() const
+    {
+        Say("{} {} and {} folders and links, {}{}.", m_enPurpose == Purpose::Verify ? "Compared" : "Restored",
+            CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
+            m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
+        if (m_uiNotSaved != 0)
+            Say("Not in the backup, as it notes itself (\"zdv list\" tells which): {}.", m_uiNotSaved);
+        if (m_uiNotAsItWas != 0)
+            Complain("BUT not everything was saved as it is, see above: {}.", m_uiNotAsItWas);
+    }
 
     void Report(const std::string& sWhat, const std::string& sProblem)
     {
-        Complain("{}: {}: {}", m_pTarget != nullptr ? "Not restored" : "Differs", sWhat, Printable(sProblem));
+        const char* const pAction = m_enPurpose == Purpose::List     ? "Not listed"
+                                    : m_enPurpose == Purpose::Verify ? "Differs"
+                                                                     : "Not restored";
+        Complain("{}: {}: {}", pAction, sWhat, Printable(sProblem));
         ++m_uiProblems;
     }
 
@@ -74,23 +102,51 @@ private:
 
     void ReadArea(const Area& From)
     {
-        ArchiveReader Archive(m_Server, From);
+        const std::string sName = fmt::format("area {}", From.uiNumber);
+        if (!From.Manifest.Intact())
+        {
+            m_bLost = true;
+            return Report(sName, "its manifest, which names its files, " + From.Manifest.sProblem);
+        }
+        if (m_enPurpose == Purpose::Verify && !HasHeader(m_Server, From))
+            Report(sName, "its header is missing or damaged, which costs none of its files");
+        ArchiveReader Archive(m_Server, DataObject(From.uiNumber));
         std::string sLost; // why nothing further can be read
-        for (const Entry& What : From.Manifest.Entries)
-            ReadEntry(Archive, What, sLost);
+        std::string_view sLines = From.Manifest.sEntries;
+        Attempt(sName, [&] {
+            while (const std::optional<Entry> What = TakeEntry(sLines))
+                ReadEntry(Archive, *What, sLost);
+        });
     }
 
     void ReadEntry(ArchiveReader& Archive, const Entry& What, std::string& sLost)
     {
-        if (!IsWanted(What))
+        Count(m_Held, What);
+        FinishFolders(What.path);
+        if (!m_Wanted.Empty() && !m_Wanted.Match(What.path))
             return;
+        if (m_enPurpose == Purpose::List)
+            return ShowEntry(What);
+        if (What.type == Kind::Unknown || What.state == State::Unknown)
+            return Report(Quoted(What.path), "it is of a kind that this zdv does not know");
+        if (What.IsProblem())
+            Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path),
+                     Printable(What.problem));
+        m_uiNotAsItWas += What.IsProblem();
+        m_uiNotSaved += What.state == State::NotHere || What.state == State::Noted;
+        if (What.CanBeRestored())
+            ReadSaved(Archive, What, sLost);
+    }
+
+    void ReadSaved(ArchiveReader& Archive, const Entry& What, std::string& sLost)
+    {
+        CheckInterrupt();
         m_Progress.Begin(What.path);
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {
             m_Progress.GoBack(uiBefore);
-            Archive.Find(What);
-            if (m_pTarget != nullptr && What.state == State::Damaged)
-                throw TapeError("when it was backed up, " + What.problem);
+            if (What.type == Kind::File || m_pTarget == nullptr)
+                Archive.Find(What);
             if (What.type == Kind::File)
                 ReadFile(Archive, What);
             else if (m_pTarget != nullptr)
@@ -121,6 +177,7 @@ private:
         std::uint64_t uiSize = 0;
         while (const std::size_t uiRead = Archive.Read(m_Piece))
         {
+            CheckInterrupt();
             const std::span<const std::byte> Data = std::span(m_Piece).first(uiRead);
             Hash.Add(Data);
             if (File)
@@ -134,60 +191,62 @@ private:
             File->Commit();
     }
 
+    // Those that the next entry does not lie in.
+    void FinishFolders(const std::string& sNext)
+    {
+        for (bool bMore = m_pTarget != nullptr; bMore;)
+            Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(sNext); });
+    }
+
+    // What all manifests hold is what the last one says.
+    void CheckTotals()
+    {
+        const auto Totals = [](const Head& First) {
+            return std::tuple(First.files, First.folders, First.links, First.bytes, First.problems);
+        };
+        const Head& Said = m_Tape.Last.First;
+        if (m_Tape.Last.Intact() && !m_bLost && Totals(m_Held) != Totals(Said))
+            Report(
+                "this version",
+                fmt::format(
+                    "its manifests name {} and {} folders and links, {}, {}, but it was closed with {} and "
+                    "{}, {}, {}",
+                    CountText(m_Held.files, "file"), m_Held.folders + m_Held.links, SizeText(m_Held.bytes),
+                    CountText(m_Held.problems, "problem"), CountText(Said.files, "file"),
+                    Said.folders + Said.links, SizeText(Said.bytes), CountText(Said.problems, "problem")));
+    }
+
     Session& m_Server;
     const Volume& m_Tape;
     Patterns m_Wanted;
+    Purpose m_enPurpose;
     TargetFolder* m_pTarget;
     Progress m_Progress;
     Block m_Piece = Block(PIECE_SIZE);
+    Head m_Held;          // the totals of what the manifests name
+    bool m_bLost = false; // not all manifests could be read
     std::uint64_t m_uiFiles = 0;
     std::uint64_t m_uiOthers = 0;
     std::uint64_t m_uiProblems = 0;
+    std::uint64_t m_uiNotAsItWas = 0; // by the backup's own record
+    std::uint64_t m_uiNotSaved = 0;   // on purpose
 };
-
-void ShowEntry(const Entry& What)
-{
-    const bool bSkipped = What.state == State::Skipped;
-    const std::string sSize = bSkipped                  ? ""
-                              : What.type == Kind::File ? std::to_string(What.size)
-                                                        : TextOf(What.type);
-    std::string sLine =
-        fmt::format("{:<19} {:>16}  {}", bSkipped ? "not saved" : VersionText(What.mtime / TICKS_PER_SECOND),
-                    sSize, What.path + (What.link.empty() ? "" : " -> " + What.link));
-    if (What.state != State::Saved)
-        sLine += fmt::format("  ({}: {})", TextOf(What.state), What.problem);
-    Say("{}", Printable(sLine));
-}
 
 } // namespace
 
 ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
                      TargetFolder* pTarget)
 {
-    return Restore(Server, Tape, Given, pTarget).Run();
+    const std::string& sComputer = Tape.Facts().First.computer;
+    if (pTarget != nullptr && !sComputer.empty() && sComputer != ComputerName())
+        Complain("Note: this is a backup of the computer {}, not of this one, {}.", Quoted(sComputer),
+                 Quoted(ComputerName()));
+    return VersionReader(Server, Tape, Given, pTarget == nullptr ? Purpose::Verify : Purpose::Restore,
+                         pTarget)
+        .Run();
 }
 
 ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given)
 {
-    ExitCode enCode = ExitCode::Done;
-    Patterns Wanted(Given);
-    bool bAny = Wanted.Empty();
-    for (const auto& [uiArea, From] : FindAreas(Server, Tape))
-    {
-        if (!From.Manifest.Intact())
-        {
-            Complain("Not listed: area {}: {}", uiArea, LOST_AREA);
-            enCode = ExitCode::DataDiffers;
-        }
-        for (const Entry& What : From.Manifest.Entries)
-        {
-            if (!IsNamed(Wanted, What))
-                continue;
-            bAny = true;
-            ShowEntry(What);
-        }
-    }
-    if (!bAny)
-        Complain("No name in this backup matches.");
-    return bAny ? enCode : ExitCode::DataDiffers;
+    return VersionReader(Server, Tape, Given, Purpose::List, nullptr).Run();
 }

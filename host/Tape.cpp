@@ -3,30 +3,28 @@
 #include "host/Hash.h"
 
 #include <algorithm>
-#include <set>
-#include <sstream>
 
 using Json = nlohmann::json;
 
 // What has no name here is read as the first one.
-NLOHMANN_JSON_SERIALIZE_ENUM(Kind, {{Kind::Unknown, nullptr},
+NLOHMANN_JSON_SERIALIZE_ENUM(Kind, {{Kind::Unknown, "unknown"},
                                     {Kind::File, "file"},
                                     {Kind::Folder, "folder"},
                                     {Kind::FileLink, "link"},
                                     {Kind::FolderLink, "folderlink"}})
-NLOHMANN_JSON_SERIALIZE_ENUM(State, {{State::Unknown, nullptr},
+NLOHMANN_JSON_SERIALIZE_ENUM(State, {{State::Unknown, "unknown"},
                                      {State::Saved, ""},
                                      {State::Changed, "changed"},
                                      {State::Damaged, "damaged"},
                                      {State::Skipped, "skipped"},
                                      {State::NotHere, "not here"},
                                      {State::Noted, "noted"}})
-NLOHMANN_JSON_SERIALIZE_ENUM(RecordKind, {{RecordKind::Unknown, nullptr},
+NLOHMANN_JSON_SERIALIZE_ENUM(RecordKind, {{RecordKind::Unknown, "unknown"},
                                           {RecordKind::Volume, "volume"},
                                           {RecordKind::Area, "area"},
                                           {RecordKind::Manifest, "manifest"},
                                           {RecordKind::Check, "check"}})
-NLOHMANN_JSON_SERIALIZE_ENUM(AreaState, {{AreaState::Unknown, nullptr},
+NLOHMANN_JSON_SERIALIZE_ENUM(AreaState, {{AreaState::Unknown, "unknown"},
                                          {AreaState::Partial, "partial"},
                                          {AreaState::Complete, "complete"},
                                          {AreaState::Stopped, "stopped"},
@@ -38,8 +36,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, 
                                                 offset, sha256, state, problem)
 
 namespace {
-
-constexpr std::size_t SHIFTED_READ_SIZE = std::size_t{64} << 20;
 
 std::string HashOf(std::string_view sText)
 {
@@ -58,15 +54,24 @@ template <typename Line> std::string WithoutDefaults(const Line& What)
     return Members.dump() + '\n';
 }
 
-// The text of an object. A header's place is read with one call, which must then be large enough for whatever lies
-// there when an object before it is missing.
+Json ParseLine(std::string_view sLine)
+{
+    constexpr int MAX_DEPTH = 4; // a line is an object of lists at most; a deep one takes much memory
+    return Json::parse(sLine, [](int iDepth, Json::parse_event_t, const Json&) {
+        if (iDepth > MAX_DEPTH)
+            throw TapeError("is damaged");
+        return true;
+    });
+}
+
 std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
 {
-    Block Buffer(IsHeader(uiObject) ? SHIFTED_READ_SIZE : ZDV_BLOCK_SIZE);
+    Block Buffer(ZDV_BLOCK_SIZE);
     std::string sText;
     uiObject == LAST_OBJECT ? Drive.MoveBeforeLast() : Drive.MoveBefore(uiObject);
     for (ReadResult enResult = ReadResult::Filled; enResult == ReadResult::Filled;)
     {
+        CheckInterrupt();
         std::ranges::fill(Buffer, std::byte{0});
         enResult = Drive.Read(Buffer);
         if (enResult == ReadResult::EndOfMedia)
@@ -81,36 +86,18 @@ std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
     return sText;
 }
 
-// Throws a Json::exception, too, for what is damaged.
-Record Parse(std::string_view sText)
+bool HasObject(Session& Server, std::uint32_t uiObject)
 {
-    sText = sText.substr(0, sText.find_last_not_of('\n') + 1);
-    const std::size_t uiLast = sText.find_last_of('\n') + 1;
-    const Json End = Json::parse(sText.substr(uiLast));
-    sText = sText.substr(0, uiLast);
-    if (End.at("sha256") != HashOf(sText))
-        throw TapeError("is damaged");
-    std::istringstream Lines{std::string(sText)};
-    std::string sLine;
-    std::getline(Lines, sLine);
-    Record Read{.First = Json::parse(sLine).get<Head>(), .sProblem = ""};
-    while (std::getline(Lines, sLine))
-        Read.Entries.push_back(Json::parse(sLine).get<Entry>());
-    return Read;
+    return Server.Patiently([&] {
+        Block Buffer(ZDV_BLOCK_SIZE);
+        Server.Drive().MoveBefore(uiObject);
+        return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
+    });
 }
 
-// The next area from an object on. Where no object is missing or damaged its manifest is the third one.
-std::optional<Area> FindArea(Session& Server, std::uint32_t uiFirst, const std::string& sId)
+bool Has(const Head& First, RecordKind enKind, const std::string& sId, std::uint32_t uiArea)
 {
-    const auto IsManifest = [&](const std::optional<Record>& Read) {
-        return Read && Read->First.zdv == RecordKind::Manifest && (sId.empty() || Read->First.id == sId);
-    };
-    std::uint32_t uiObject = uiFirst + 2;
-    std::optional<Record> Manifest = ReadRecord(Server, uiObject);
-    if (!IsManifest(Manifest))
-        for (uiObject = uiFirst; (Manifest = ReadRecord(Server, uiObject)) && !IsManifest(Manifest);)
-            ++uiObject;
-    return Manifest ? std::optional(Area{uiObject - 1, *std::move(Manifest)}) : std::nullopt;
+    return First.zdv == enKind && First.id == sId && First.area == uiArea;
 }
 
 } // namespace
@@ -118,20 +105,68 @@ std::optional<Area> FindArea(Session& Server, std::uint32_t uiFirst, const std::
 std::string ToLine(const Head& First) { return WithoutDefaults(First); }
 std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
 
-std::string TextOf(Kind enKind)
+std::string TextOf(Kind enKind) { return Json(enKind).get<std::string>(); }
+std::string TextOf(State enState) { return Json(enState).get<std::string>(); }
+
+void Count(Head& Totals, const Entry& What)
 {
-    return Json(enKind).is_null() ? "unknown" : Json(enKind).get<std::string>();
-}
-std::string TextOf(State enState)
-{
-    return Json(enState).is_null() ? "unknown" : Json(enState).get<std::string>();
+    if (What.CanBeRestored())
+    {
+        Totals.files += What.type == Kind::File;
+        Totals.folders += What.type == Kind::Folder;
+        Totals.links += What.IsLink();
+        Totals.bytes += What.size;
+    }
+    Totals.problems += What.IsProblem();
 }
 
-void WriteRecord(Device& Drive, std::string sLines)
+std::string Seal(std::string sLines)
 {
     sLines += Json{{"sha256", HashOf(sLines)}}.dump();
     sLines.resize((sLines.size() / ZDV_BLOCK_SIZE + 1) * ZDV_BLOCK_SIZE, '\n');
-    const auto Blocks = std::as_bytes(std::span(sLines));
+    return sLines;
+}
+
+Record ParseRecord(std::string sSealed)
+try
+{
+    sSealed.erase(sSealed.find_last_not_of('\n') + 1);
+    const std::size_t uiLast = sSealed.find_last_of('\n') + 1;
+    const Json End = ParseLine(std::string_view(sSealed).substr(uiLast));
+    sSealed.erase(uiLast);
+    if (End.at("sha256") != HashOf(sSealed))
+        throw TapeError("is damaged");
+    const std::size_t uiFirst = sSealed.find('\n') + 1;
+    const Json First = ParseLine(std::string_view(sSealed).substr(0, uiFirst));
+    if (const int iFormat = First.value("format", FORMAT); iFormat != FORMAT)
+        throw UnknownFormat(fmt::format("it has format {}, of {}, which this zdv does not know", iFormat,
+                                        Quoted(First.value("program", ""))));
+    sSealed.erase(0, uiFirst);
+    return {.First = First.get<Head>(), .sEntries = std::move(sSealed), .sProblem = ""};
+}
+catch (const Json::exception&)
+{
+    throw TapeError("is damaged");
+}
+
+std::optional<Entry> TakeEntry(std::string_view& sLines)
+try
+{
+    if (sLines.empty())
+        return std::nullopt;
+    const std::string_view sLine = sLines.substr(0, sLines.find('\n'));
+    sLines.remove_prefix(std::min(sLine.size() + 1, sLines.size()));
+    return ParseLine(sLine).get<Entry>();
+}
+catch (const Json::exception&)
+{
+    throw TapeError("a line of its manifest describes no entry");
+}
+
+void WriteRecord(Device& Drive, const std::string& sLines)
+{
+    const std::string sSealed = Seal(sLines);
+    const auto Blocks = std::as_bytes(std::span(sSealed));
     for (std::size_t uiStart = 0; uiStart < Blocks.size(); uiStart += ZDV_BLOCK_SIZE)
         Drive.Write(Blocks.subspan(uiStart, ZDV_BLOCK_SIZE));
     Drive.WriteFilemark();
@@ -141,16 +176,12 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
 {
     try
     {
-        const auto sText = Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
-        return sText ? std::optional(Parse(*sText)) : std::nullopt;
+        auto sText = Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
+        return sText ? std::optional(ParseRecord(*std::move(sText))) : std::nullopt;
     }
     catch (const TapeError& Error)
     {
         return Record{.sProblem = Error.what()};
-    }
-    catch (const Json::exception&)
-    {
-        return Record{.sProblem = "is damaged"};
     }
 }
 
@@ -158,29 +189,60 @@ Volume LookAt(Session& Server)
 {
     Volume Found{.Header = ReadRecord(Server, VOLUME_HEADER).value_or(Record()),
                  .Last = ReadRecord(Server, LAST_OBJECT).value_or(Record())};
-    const RecordKind enKind = Found.Header.First.zdv;
-    if (Found.Header.Intact() && enKind != RecordKind::Volume && enKind != RecordKind::Check)
+    Found.Last.sEntries = {};
+    const Head& First = Found.Header.First;
+    const Head& Last = Found.Last.First;
+    if (Found.Header.Intact() && First.zdv != RecordKind::Volume && First.zdv != RecordKind::Check)
         Found.Header = {};
-    if (Found.Last.First.zdv != RecordKind::Manifest)
+    if (Last.zdv != RecordKind::Manifest)
         Found.Last = {};
+    if (!Found.Last.Intact())
+        return Found;
+    if (Found.Header.Intact() && First.id != Last.id)
+        Found.sProblem = "it holds objects of another backup";
+    else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Server, ManifestObject(Last.area)) ||
+             HasObject(Server, ManifestObject(Last.area) + 1))
+        Found.sProblem =
+            "objects are missing on the server, or too many: put an empty file in the place of each "
+            "that is lost";
     return Found;
 }
 
-std::map<std::uint32_t, Area> FindAreas(Session& Server, const Volume& Tape)
+// Without the last manifest, which lists all abandoned areas, each one that is there is asked.
+Areas::Areas(Session& Server, const Volume& Tape)
+    : m_Server(Server), m_Last(Tape.Last.First), m_sId(Tape.Facts().First.id)
 {
-    std::map<std::uint32_t, Area> Areas;
-    std::set<std::uint32_t> Abandoned;
-    const std::string& sId = (Tape.Last.Intact() ? Tape.Last : Tape.Header).First.id;
-    std::uint32_t uiObject = HeaderObject(1);
-    while (std::optional<Area> Found = FindArea(Server, uiObject, sId))
+    std::optional<Record> Found = Tape.Last;
+    for (std::uint32_t uiArea = 0; Found && uiArea <= MAX_AREAS; ++uiArea)
     {
-        const Head& First = Found->Manifest.First;
-        uiObject = Found->uiData + 2;
-        Abandoned.insert(First.abandoned.begin(), First.abandoned.end());
-        Areas[std::min(First.area, MAX_AREAS)] = *std::move(Found);
+        m_Abandoned.insert(Found->First.abandoned.begin(), Found->First.abandoned.end());
+        if (!m_Last.id.empty())
+            return;
+        Found = ReadRecord(Server, ManifestObject(uiArea + 1));
     }
-    for (std::uint32_t uiArea = Areas.empty() ? 0 : Areas.rbegin()->first; uiArea != 0; --uiArea)
-        Areas.try_emplace(uiArea); // of which no manifest is left
-    std::erase_if(Areas, [&](const auto& Found) { return Abandoned.contains(Found.first); });
-    return Areas;
+}
+
+bool HasHeader(Session& Server, const Area& Of)
+{
+    const std::optional<Record> Found = ReadRecord(Server, HeaderObject(Of.uiNumber));
+    return Found && Has(Found->First, RecordKind::Area, Of.Manifest.First.id, Of.uiNumber);
+}
+
+std::optional<Area> Areas::Next()
+{
+    const std::uint32_t uiEnd = m_Last.id.empty() ? MAX_AREAS : std::min(m_Last.area, MAX_AREAS);
+    while (++m_uiArea <= uiEnd)
+    {
+        std::optional<Record> Found = ReadRecord(m_Server, ManifestObject(m_uiArea));
+        if (!Found && m_Last.id.empty())
+            return std::nullopt; // the tape ends
+        Record Manifest = std::move(Found).value_or(Record());
+        if (Manifest.Intact() && m_sId.empty())
+            m_sId = Manifest.First.id;
+        if (Manifest.Intact() && !Has(Manifest.First, RecordKind::Manifest, m_sId, m_uiArea))
+            Manifest = {.sProblem = "is that of another area or backup"};
+        if (!m_Abandoned.contains(m_uiArea) && Manifest.First.state != AreaState::Abandoned)
+            return Area{m_uiArea, std::move(Manifest)};
+    }
+    return std::nullopt;
 }

@@ -10,6 +10,9 @@
 // a file cannot be read after its header has been written, the area ends there, in the middle of that entry, as it
 // also does when the user stops the backup.
 //
+// The three objects of an area are found by counting, so one that is lost on the server must be replaced by an empty
+// file. Area headers are read by a verify only: they are there because the module takes every third object for one.
+//
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
 // which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that
 // are 0 or empty are left out.
@@ -28,9 +31,10 @@
 #include "host/Entry.h"
 #include "host/Session.h"
 
-#include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 
+inline constexpr int FORMAT = 1;
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
 inline constexpr std::uint32_t LAST_OBJECT = 0;
 inline constexpr std::uint32_t MAX_AREAS = 332; // an object's number has three digits
@@ -38,6 +42,8 @@ inline constexpr std::size_t MAX_RECORD_SIZE = std::size_t{512} << 20;
 inline constexpr std::size_t MANIFEST_SIZE = std::size_t{32} << 20; // of lines, at which an area is ended
 
 constexpr std::uint32_t HeaderObject(std::uint32_t uiArea) { return 3 * uiArea - 1; }
+constexpr std::uint32_t DataObject(std::uint32_t uiArea) { return 3 * uiArea; }
+constexpr std::uint32_t ManifestObject(std::uint32_t uiArea) { return 3 * uiArea + 1; }
 constexpr std::uint32_t AreaOf(std::uint32_t uiObject) { return (uiObject + 1) / 3; }
 constexpr bool IsHeader(std::uint32_t uiObject) { return uiObject % 3 == 2; }
 
@@ -87,35 +93,68 @@ std::string ToLine(const Entry& What);
 std::string TextOf(Kind enKind);
 std::string TextOf(State enState);
 
+// Adds an entry to the totals of a manifest.
+void Count(Head& Totals, const Entry& What);
+
 struct Record
 {
     Head First{};
-    std::vector<Entry> Entries{}; // a manifest's
+    std::string sEntries{}; // the lines of a manifest
     std::string sProblem = "is missing";
 
     bool Intact() const { return sProblem.empty(); }
 };
 
-void WriteRecord(Device& Drive, std::string sLines); // with its last line, as the next object
+// No damage, but nothing that this program could read rightly.
+struct UnknownFormat : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
 
-// The record in an object, empty when it is damaged; nothing when the tape ends before it.
+std::string Seal(std::string sLines);    // with the last line, filled up to whole blocks
+Record ParseRecord(std::string sSealed); // throws a TapeError for what is damaged, and an UnknownFormat
+
+// Takes the next entry off the lines; nothing at their end. Throws a TapeError for a line that is no entry.
+std::optional<Entry> TakeEntry(std::string_view& sLines);
+
+void WriteRecord(Device& Drive, const std::string& sLines); // as the next object
+
+// The record in an object, not intact when it is damaged; nothing when the tape ends before it. Throws an
+// UnknownFormat.
 std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject);
 
 // The two ends of a tape.
 struct Volume
 {
     Record Header{};
-    Record Last{}; // the manifest that ends the tape
+    Record Last{};          // the manifest that ends the tape, without its entries
+    std::string sProblem{}; // objects are missing, or those of another backup
 
-    bool Complete() const { return Last.First.state == AreaState::Complete; }
+    bool Complete() const { return sProblem.empty() && Last.First.state == AreaState::Complete; }
+    const Record& Facts() const { return Last.Intact() ? Last : Header; }
 };
 Volume LookAt(Session& Server);
 
 struct Area
 {
-    std::uint32_t uiData = 0; // where its data is among the objects that are there
-    Record Manifest{};        // not intact: the area is lost
+    std::uint32_t uiNumber = 0;
+    Record Manifest{}; // not intact: the area is lost
 };
 
-// The areas that count, by their numbers.
-std::map<std::uint32_t, Area> FindAreas(Session& Server, const Volume& Tape);
+bool HasHeader(Session& Server, const Area& Of);
+
+// The areas of a tape that count, one after another: of many files only one area's need memory.
+class Areas
+{
+public:
+    Areas(Session& Server, const Volume& Tape);
+
+    std::optional<Area> Next();
+
+private:
+    Session& m_Server;
+    const Head m_Last; // of the tape's last manifest; without an id if that is lost
+    std::string m_sId; // that all records must have
+    std::set<std::uint32_t> m_Abandoned{};
+    std::uint32_t m_uiArea = 0;
+};

@@ -1,6 +1,9 @@
 #include "host/Target.h"
 
-#include "host/Names.h"
+#include "host/Console.h"
+
+#include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -11,26 +14,42 @@ std::wstring FolderOf(const std::wstring& sPath)
     return sPath.substr(0, std::max(sPath.find_last_of(L'\\'), ROOT_LENGTH));
 }
 
-void SetTimes(HANDLE hFile, const Entry& What, const std::wstring& sPath)
+// Calls the action with the path of each folder on the way, the last one included.
+template <typename Action> void OnTheWay(const std::wstring& sPath, std::size_t uiFrom, Action action)
 {
-    const FILETIME Created = ToFileTime(What.created);
-    const FILETIME Modified = ToFileTime(What.mtime);
-    if (!SetFileTime(hFile, &Created, nullptr, &Modified))
-        throw FileError(sPath, "cannot be given its times", GetLastError());
+    for (std::size_t uiEnd = uiFrom; uiEnd < sPath.size();)
+    {
+        uiEnd = std::min(sPath.find(L'\\', uiEnd + 1), sPath.size());
+        action(sPath.substr(0, uiEnd));
+    }
 }
 
-void SetAttributes(const Entry& What, const std::wstring& sPath)
+// Of a file, folder or link. A file system without such times (FAT32 knows none before 1980) leaves nothing unsaved
+// that is worth a failure. To the system 0 means to leave a member as it is.
+void SetFacts(HANDLE hFile, const Entry& What, const std::wstring& sPath)
 {
-    if (What.attributes != 0 && !SetFileAttributesW(sPath.c_str(), What.attributes))
-        throw FileError(sPath, "cannot be given its attributes", GetLastError());
+    FILE_BASIC_INFO Times{};
+    Times.CreationTime.QuadPart = ToFileTime(What.created);
+    Times.LastWriteTime.QuadPart = ToFileTime(What.mtime);
+    FILE_BASIC_INFO Attributes{};
+    Attributes.FileAttributes = What.attributes & SAVED_ATTRIBUTES;
+    for (auto& [Info, pProblem] : {std::pair(Times, "cannot be given its times"),
+                                   std::pair(Attributes, "cannot be given its attributes")})
+        if (FILE_BASIC_INFO Given = Info;
+            !SetFileInformationByHandle(hFile, FileBasicInfo, &Given, sizeof(Given)))
+            Complain("Note: {}", FileError(sPath, pProblem, GetLastError()).what());
 }
 
-// Of a folder or a link, not of what that leads to.
-void SetFacts(const Entry& What, const std::wstring& sPath)
+// By a program that does not share it, such as a scanner of viruses.
+bool IsHeld(const std::wstring& sPath)
 {
-    SetTimes(OpenFile(sPath, FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT).get(), What,
-             sPath);
-    SetAttributes(What, sPath);
+    const HANDLE hFile =
+        CreateFileW(sPath.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    if (hFile == INVALID_HANDLE_VALUE)
+        return GetLastError() == ERROR_SHARING_VIOLATION;
+    CloseHandle(hFile);
+    return false;
 }
 
 } // namespace
@@ -38,73 +57,86 @@ void SetFacts(const Entry& What, const std::wstring& sPath)
 TargetFolder::TargetFolder(const std::wstring& sFolder, bool bReplace)
     : m_sFolder(FullPath(sFolder)), m_bReplace(bReplace)
 {
-    EnsureFolder(m_sFolder);
-}
-
-// With its parents. Those outside of the target are looked at only when the folder is missing.
-void TargetFolder::EnsureFolder(const std::wstring& sPath)
-{
-    if (sPath == m_sEnsured)
+    if (IsFolder(m_sFolder))
         return;
-    const bool bInside = sPath.size() > m_sFolder.size();
-    const bool bMissing = GetFileAttributesW(sPath.c_str()) == INVALID_FILE_ATTRIBUTES;
-    if ((bInside || bMissing) && FolderOf(sPath).size() > ROOT_LENGTH)
-        EnsureFolder(FolderOf(sPath));
-    if (bMissing && !CreateDirectoryW(sPath.c_str(), nullptr))
-        throw FileError(sPath, "cannot be created as a folder", GetLastError());
-    if (!IsFolder(sPath))
-        throw FileError(sPath, "is no folder");
-    if (const std::optional<DiskEntry> There = FindEntry(sPath); bInside && There && There->What.IsLink())
-        throw FileError(sPath, "is a link: nothing is written through it");
-    m_sEnsured = sPath;
+    DWORD dwError = ERROR_PATH_NOT_FOUND;
+    OnTheWay(m_sFolder, ROOT_LENGTH, [&](const std::wstring& sPath) { // most of them exist
+        dwError = CreateDirectoryW(sPath.c_str(), nullptr) ? ERROR_SUCCESS : GetLastError();
+    });
+    if (!IsFolder(m_sFolder))
+        throw FileError(m_sFolder, "is no folder, and cannot be created as one", dwError);
 }
 
-std::wstring TargetFolder::PrepareFor(const Entry& What)
+// From the top down: what lies beyond a link is not even asked for, since it may be another machine.
+bool TargetFolder::EnsureFolder(const std::wstring& sPath)
+{
+    bool bCreated = false;
+    if (sPath == m_sEnsured)
+        return bCreated;
+    OnTheWay(sPath, m_sFolder.size(), [&](const std::wstring& sPart) {
+        const std::optional<DiskEntry> There = FindEntry(sPart);
+        bCreated = !There;
+        if (There && There->What.IsLink())
+            throw FileError(sPart, "is a link: nothing is written through it");
+        if (There && There->What.type != Kind::Folder)
+            throw FileError(sPart, "is no folder");
+        if (!There && !CreateDirectoryW(sPart.c_str(), nullptr))
+            throw FileError(sPart, "cannot be created as a folder", GetLastError());
+    });
+    m_sEnsured = sPath;
+    return bCreated;
+}
+
+std::wstring TargetFolder::PathFor(const Entry& What)
 {
     const std::wstring sPath = PathIn(m_sFolder, RelativePath(What.path));
     EnsureFolder(FolderOf(sPath));
-    const DWORD dwAttributes = GetFileAttributesW(sPath.c_str());
-    if (dwAttributes == INVALID_FILE_ATTRIBUTES)
+    if (GetFileAttributesW(sPath.c_str()) == INVALID_FILE_ATTRIBUTES)
         return sPath;
     if (!m_bReplace)
         throw FileError(sPath, "exists already");
-    if ((dwAttributes & FILE_ATTRIBUTE_READONLY) != 0)
-        SetFileAttributesW(sPath.c_str(), FILE_ATTRIBUTE_NORMAL); // else it could not be replaced
+    if (m_Written.Meet(What.path))
+        throw FileError(sPath,
+                        "was restored just now under a name that differs in case or Unicode form only: "
+                        "there is room for one of them");
     return sPath;
 }
 
 void TargetFolder::CreateFolder(const Entry& What)
 {
-    EnsureFolder(PathIn(m_sFolder, RelativePath(What.path)));
-    m_Folders.push_back(What);
+    if (EnsureFolder(PathIn(m_sFolder, RelativePath(What.path))) || m_bReplace)
+        m_Folders.push_back(What);
 }
 
 void TargetFolder::CreateLink(const Entry& What)
 {
-    const std::wstring sPath = PrepareFor(What);
-    if (!DeleteFileW(
-            sPath.c_str())) // one that may be replaced; a folder that holds something stays and is told
-        RemoveDirectoryW(sPath.c_str());
-    ::CreateLink(sPath, What.link, What.type == Kind::FolderLink);
-    SetFacts(What, sPath);
+    RestoredFile(*this, What).Commit();
     m_sEnsured.clear();
 }
 
-bool TargetFolder::FinishFolder()
+bool TargetFolder::FinishFolder(const std::string& sNext)
 {
-    if (m_Folders.empty())
+    if (m_Folders.empty() || sNext.starts_with(m_Folders.back().path + '/'))
         return false;
     const Entry What = std::move(m_Folders.back());
     m_Folders.pop_back();
-    SetFacts(What, PathIn(m_sFolder, RelativePath(What.path)));
+    const std::wstring sPath = PathIn(m_sFolder, RelativePath(What.path));
+    m_sEnsured.clear();
+    EnsureFolder(sPath); // which throws where a link has taken its place or its parent's
+    SetFacts(OpenFile(sPath, FILE_WRITE_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT).get(), What,
+             sPath);
     return true;
 }
 
 RestoredFile::RestoredFile(TargetFolder& Folder, const Entry& What)
-    : m_What(What), m_bReplace(Folder.m_bReplace), m_sPath(Folder.PrepareFor(What)),
-      m_sTemporary(PathIn(FolderOf(m_sPath), L"zdv-" + std::to_wstring(GetCurrentProcessId()) + L".tmp")),
-      m_hFile(OpenFile(m_sTemporary, GENERIC_WRITE | DELETE, CREATE_NEW))
+    : m_Folder(Folder), m_What(What), m_sPath(Folder.PathFor(What)),
+      m_sTemporary(PathIn(FolderOf(m_sPath), L"zdv-" + std::to_wstring(GetCurrentProcessId()) + L".tmp"))
 {
+    if (What.IsLink())
+        ::CreateLink(m_sTemporary, What.link, What.type == Kind::FolderLink);
+    m_hFile = What.IsLink() ? OpenFile(m_sTemporary, FILE_WRITE_ATTRIBUTES | DELETE, OPEN_EXISTING,
+                                       FILE_FLAG_OPEN_REPARSE_POINT)
+                            : OpenFile(m_sTemporary, GENERIC_WRITE | DELETE, CREATE_NEW);
     SetVanishing(true);
 }
 
@@ -124,16 +156,86 @@ void RestoredFile::Write(std::span<const std::byte> Data)
         throw FileError(m_sPath, "cannot be written", GetLastError());
 }
 
+// The times are set last: a file gets that of the creation of the one that it replaces.
 void RestoredFile::Commit()
 {
-    SetTimes(m_hFile.get(), m_What, m_sPath);
     SetVanishing(false);
-    m_hFile.reset();
-    if (!MoveFileExW(m_sTemporary.c_str(), m_sPath.c_str(), m_bReplace ? MOVEFILE_REPLACE_EXISTING : 0))
+    try
     {
-        const DWORD dwError = GetLastError();
-        DeleteFileW(m_sTemporary.c_str());
-        throw FileError(m_sPath, "cannot be given its name", dwError);
+        const DWORD dwThere = GetFileAttributesW(m_sPath.c_str());
+        dwThere != INVALID_FILE_ATTRIBUTES && (dwThere & FILE_ATTRIBUTE_DIRECTORY) != 0 ? MoveAside()
+                                                                                        : TakePlace();
     }
-    SetAttributes(m_What, m_sPath);
+    catch (...)
+    {
+        SetVanishing(true);
+        throw;
+    }
+    m_Folder.m_Written.Add(m_What.path);
+    SetFacts(m_hFile.get(), m_What, m_sPath);
+}
+
+// An empty folder or a link to a folder cannot be replaced in one step.
+void RestoredFile::MoveAside()
+{
+    const std::wstring sAside = m_sTemporary + L".old";
+    const std::optional<DiskEntry> There = FindEntry(m_sPath);
+    if (There && !There->What.IsLink() && !ListFolder(m_sPath).empty())
+        throw FileError(m_sPath, "is a folder that holds something, and is kept");
+    if (!MoveFileExW(m_sPath.c_str(), sAside.c_str(), 0))
+        throw FileError(m_sPath, "cannot be replaced", GetLastError());
+    try
+    {
+        TakePlace();
+    }
+    catch (...)
+    {
+        MoveFileExW(sAside.c_str(), m_sPath.c_str(), 0);
+        throw;
+    }
+    if (!RemoveDirectoryW(sAside.c_str()))
+        Complain("Note: {}", FileError(sAside, "was replaced and cannot be deleted", GetLastError()).what());
+}
+
+// A file that is read-only cannot be replaced.
+void RestoredFile::TakePlace()
+{
+    constexpr int TRIES = 30;
+    constexpr DWORD PAUSE_MS = 100;
+    const DWORD dwThere = GetFileAttributesW(m_sPath.c_str());
+    const bool bReadOnly = dwThere != INVALID_FILE_ATTRIBUTES && (dwThere & FILE_ATTRIBUTE_READONLY) != 0;
+    if (bReadOnly)
+        SetFileAttributesW(m_sPath.c_str(), dwThere & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+    try
+    {
+        DWORD dwError = Rename();
+        for (int iTry = 1; dwError != ERROR_SUCCESS && iTry < TRIES && IsHeld(m_sPath); ++iTry)
+        {
+            CheckInterrupt();
+            Sleep(PAUSE_MS);
+            dwError = Rename();
+        }
+        if (dwError != ERROR_SUCCESS)
+            throw FileError(m_sPath, "cannot be given its name", dwError);
+    }
+    catch (...)
+    {
+        if (bReadOnly)
+            SetFileAttributesW(m_sPath.c_str(), dwThere);
+        throw;
+    }
+}
+
+// Through the handle that is open: between closing it and renaming the file others could take hold of that.
+DWORD RestoredFile::Rename() const
+{
+    const std::size_t uiName = m_sPath.size() * sizeof(wchar_t);
+    std::vector<std::uint64_t> Buffer((sizeof(FILE_RENAME_INFO) + uiName) / sizeof(std::uint64_t) + 1);
+    auto* const pInfo = reinterpret_cast<FILE_RENAME_INFO*>(Buffer.data());
+    pInfo->ReplaceIfExists = m_Folder.m_bReplace;
+    pInfo->FileNameLength = static_cast<DWORD>(uiName);
+    std::memcpy(pInfo->FileName, m_sPath.data(), uiName);
+    const auto dwSize = static_cast<DWORD>(Buffer.size() * sizeof(std::uint64_t));
+    return SetFileInformationByHandle(m_hFile.get(), FileRenameInfo, pInfo, dwSize) ? ERROR_SUCCESS
+                                                                                    : GetLastError();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/LocalFile.h"
+#include "host/Names.h"
 
 #include <span>
 
@@ -12,23 +13,27 @@ public:
 
     void CreateFolder(const Entry& What);
     void CreateLink(const Entry& What);
-    bool FinishFolder(); // times and attributes of the next one, when nothing more is written; false: no more
+
+    // Gives the innermost folder that was created its times and attributes, unless the next entry lies in it; false:
+    // there is none such. Entries come in the order of a tree, so few folders wait.
+    bool FinishFolder(const std::string& sNext);
 
     const std::wstring& Path() const { return m_sFolder; }
 
 private:
     friend class RestoredFile;
-    std::wstring PrepareFor(const Entry& What); // the full path, when an entry of this name may be created
-    void EnsureFolder(const std::wstring& sPath);
+    std::wstring PathFor(const Entry& What);      // when an entry of this name may be created
+    bool EnsureFolder(const std::wstring& sPath); // whether it was created
 
     std::wstring m_sFolder;
     bool m_bReplace;
     std::wstring m_sEnsured; // the folder that was looked at last
     std::vector<Entry> m_Folders;
+    WrittenNames m_Written;
 };
 
-// A file that is being restored. It lies beside its final place under a temporary name, which vanishes with
-// this object, or with the process, unless the file is committed.
+// A file or link that is being restored. It lies beside its final place under a temporary name, which vanishes with
+// this object, or with the process, unless it is committed. What has its name is kept until then.
 class RestoredFile
 {
 public:
@@ -39,9 +44,12 @@ public:
 
 private:
     void SetVanishing(bool bVanishing);
+    void MoveAside();
+    void TakePlace();
+    DWORD Rename() const;
 
+    TargetFolder& m_Folder;
     Entry m_What;
-    bool m_bReplace;
     std::wstring m_sPath;
     std::wstring m_sTemporary;
     FileHandle m_hFile;

@@ -92,18 +92,13 @@ std::optional<std::time_t> ParseVersionText(const std::string& sGiven)
     return tTime != -1 && VersionText(tTime) == sText ? std::optional(tTime) : std::nullopt;
 }
 
-int ZoneMinutes(std::time_t tTime)
-{
-    std::tm Clock = LocalTime(tTime);
-    return static_cast<int>((_mkgmtime(&Clock) - tTime) / 60);
-}
-
 std::wstring StandardTimeText(std::time_t tVersion)
 {
     std::tm Clock = LocalTime(tVersion);
+    const std::time_t tShown = _mkgmtime(&Clock); // as if it were UTC
     Clock.tm_isdst = 0;
     const std::time_t tTooLate = std::mktime(&Clock) - tVersion;
-    const std::time_t tStandard = tVersion + ZoneMinutes(tVersion) * 60 - tTooLate;
+    const std::time_t tStandard = tShown - tTooLate;
     gmtime_s(&Clock, &tStandard);
     return FromUtf8(Format(Clock));
 }

@@ -28,7 +28,5 @@ std::string DurationText(std::uint64_t uiSeconds);                 // "3:07", "1
 std::string VersionText(std::time_t tVersion);
 std::optional<std::time_t> ParseVersionText(const std::string& sText);
 
-int ZoneMinutes(std::time_t tTime); // east of UTC, at this time
-
 // The module takes every time as standard time: in summer it must be given one hour earlier than the clock.
 std::wstring StandardTimeText(std::time_t tVersion);

@@ -28,6 +28,10 @@ std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
     {
         Complain("{}  UNREADABLE: {}", VersionText(tVersion), Error.what());
     }
+    catch (const UnknownFormat& Error)
+    {
+        Complain("{}  UNREADABLE: {}", VersionText(tVersion), Error.what());
+    }
     Server.Open();
     return std::nullopt;
 }
@@ -52,10 +56,12 @@ std::time_t BeginVersion(Session& Server, Head Header)
                 "Note: the newest backup on the server, of {}, lies in the future by this computer's clock, "
                 "and stays the newest.",
                 VersionText(Versions.back()));
-        // A version is named by the second in which it is begun: two of the same second would be one.
-        for (; std::ranges::find(Versions, tNow) != Versions.end(); tNow = std::time(nullptr))
+        // A version is named by the second in which it is begun, as clocks show it: two of the same second, or of
+        // the hour that autumn brings twice, would be one.
+        for (; std::ranges::find(Versions, VersionText(tNow), VersionText) != Versions.end();
+             tNow = std::time(nullptr))
             Pause(1);
-        Header.format = 1;
+        Header.format = FORMAT;
         Header.program = PROGRAM;
         Header.computer = ComputerName();
         Drive.BeginVersion();
@@ -77,16 +83,19 @@ void CheckVersion(Session& Server, const std::string& sId)
 
 std::string StateText(const Volume& Tape)
 {
-    const Record& Facts = Tape.Last.Intact() ? Tape.Last : Tape.Header;
-    const std::string sComputer = Facts.Intact() ? Printable(Facts.First.computer) : "unknown computer";
-    const bool bCheck = Tape.Header.First.zdv == RecordKind::Check;
-    std::string sText = fmt::format("{:<12}{}",
-                                    bCheck            ? "check"
-                                    : Tape.Complete() ? "complete"
-                                                      : "INCOMPLETE",
-                                    sComputer);
+    const Head& Facts = Tape.Facts().First;
+    const char* const pState = Tape.Header.First.zdv == RecordKind::Check ? "check"
+                               : !Tape.sProblem.empty()                   ? "DAMAGED"
+                               : Tape.Complete()                          ? "complete"
+                                                                          : "INCOMPLETE";
+    std::string sText = fmt::format("{:<12}{}", pState,
+                                    Tape.Facts().Intact() ? Printable(Facts.computer) : "unknown computer");
     if (Tape.Last.Intact())
-        sText += fmt::format("  {}, {}", CountText(Facts.First.files, "file"), SizeText(Facts.First.bytes));
+        sText += fmt::format("  {}, {}", CountText(Facts.files, "file"), SizeText(Facts.bytes));
+    if (Facts.problems != 0)
+        sText += ", " + CountText(Facts.problems, "problem");
+    for (const std::string& sPath : Tape.Header.First.paths)
+        sText += "  " + Quoted(sPath);
     return sText;
 }
 
@@ -102,8 +111,12 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
     {
         const std::time_t tVersion = Versions.back();
         std::optional<Volume> Tape = TryVersion(Server, tVersion);
-        if (Tape && (Tape->Complete() || tVersion == tAt))
+        const bool bAsked = tAt && VersionText(tVersion) == VersionText(*tAt);
+        if (Tape && (Tape->Complete() || bAsked))
             return {tVersion, *std::move(Tape)};
+        if (bAsked)
+            throw std::runtime_error(
+                "The version of that second cannot be read. An earlier --at takes the one before it.");
         if (Tape && Tape->Header.First.zdv != RecordKind::Check)
             Complain("Passed over: {}  {}", VersionText(tVersion), StateText(*Tape));
     }

@@ -35,14 +35,14 @@ ExitCode Check(Session& Server, bool bWrite)
 ExitCode Read(Session& Server, const CommandLine& Given)
 {
     const ChosenVersion Chosen = OpenVersion(Server, Given.tAt);
-    if (Given.enCommand == Command::List)
-        return ShowList(Server, Chosen.Tape, Given.Paths);
     std::optional<TargetFolder> Target;
     if (Given.enCommand == Command::Restore)
         Phase(ExitCode::LocalFile,
               "Nothing was written: ", [&] { Target.emplace(FromUtf8(Given.sFolder), Given.bReplace); });
-    Say("Reading {}  {}{}", VersionText(Chosen.tVersion), StateText(Chosen.Tape),
-        Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
+    Say("{} {}  {}{}", Given.enCommand == Command::List ? "Listing" : "Reading", VersionText(Chosen.tVersion),
+        StateText(Chosen.Tape), Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
+    if (Given.enCommand == Command::List)
+        return ShowList(Server, Chosen.Tape, Given.Paths);
     return ReadVersion(Server, Chosen.Tape, Given.Paths, Target ? &*Target : nullptr);
 }
 
