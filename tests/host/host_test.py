@@ -142,7 +142,9 @@ class HostTest(unittest.TestCase):
             lines = [{"path": member.name, "type": kinds.get(member.type, ""), "offset": found.offset, "mtime": 10000000,
                       "link": member.linkname, "size": len(data)} | (said or {})
                      for (member, data, said), found in zip(members, tar) if said is not False]
-        head = lines_of(self.object_file(4))[0]
+        head = lines_of(self.object_file(4))[0] | {
+            kind + "s": sum(line["type"].endswith(kind) for line in lines) for kind in ("file", "folder", "link")}
+        head["bytes"] = sum(line["size"] for line in lines)
         self.object_file(3).write_bytes(archive.getvalue().ljust(-(-len(archive.getvalue()) // BLOCK) * BLOCK, b"\0"))
         self.object_file(4).write_bytes(sealed(head, *lines))
 
@@ -153,7 +155,7 @@ class HostTest(unittest.TestCase):
             self.write(f"many/{number // 100}/{number}", b"%d" % number)
         for size in (0, 1, BLOCK - 1, BLOCK, MIB, MIB + 1, 5 * MIB):
             self.write(f"sizes/{size}", os.urandom(size))
-        for name in ("Grüße an Яна/日本 100%.txt", "two  blanks and 🎞", ".hidden", "/".join(["a" * 60] * 6), "dots...",
+        for name in ("Grüße an Яна/日本 100%.txt", "cafe\u0301/e\u0301", "two  blanks and 🎞", ".hidden", "/".join(["a" * 60] * 6), "dots...",
                      "blank ", "#;=&[1]", "b" * 200):
             self.write(f"names/{name}", name.encode())
         (self.source / "empty/empty").mkdir(parents=True)
@@ -165,18 +167,19 @@ class HostTest(unittest.TestCase):
 
         report = self.backup("--area-size", "3", code=DONE_BUT)
         self.assertRegex(report, r'Not saved, as always: owners, access lists(.|\n)*skipped.*source\\link" is a link')
-        self.assertRegex(self.run_host(DONE, "versions"), r"  complete    \S+  3016 files, 7\.\d MiB\n$")
+        self.assertRegex(self.run_host(DONE, "versions"), r'  complete    \S+  3017 files, 7\.\d MiB, 1 problem  "Z:.*source"\n$')
         listed = self.run_host(DONE, "list")
         self.assertRegex(listed, r"\n13/09/2020 \d\d:\d\d:\d\d +5242880  source/sizes/5242880\n")
-        self.assertEqual(len(listed.splitlines()), 1 + len(list(self.source.rglob("*"))))
-        self.assertIn("Compared 3016 files", self.run_host(DONE, "verify"))
-        self.assertIn("Restored 3016 files", self.restore())
+        self.assertEqual(len(listed.splitlines()), 2 + len(list(self.source.rglob("*"))))
+        self.assertRegex(self.run_host(DONE_BUT, "verify"), r'Compared 3017 files(.|\n)*skipped\): "source/link": ')
+        self.assertIn("Restored 3017 files", self.restore(code=DONE_BUT))
         self.assertEqual(tree(self.target / "source"), saved)
-        self.restore("source\\MANY\\7\\", "blank ", "source/names/gR?ß*/*.TXT", "nothing")
+        self.restore("source\\MANY\\7\\", "blank ", "source/names/gR?ß*/*.TXT")
         self.assertEqual(len(files_below(self.target)), 100 + 2)
         for command in (["list"], ["restore", "--into", windows_path(self.target)]):
-            self.assertIn("o name in this backup matches", self.run_host(DATA_DIFFERS, *command, "nothing"))
-        self.restore()
+            text = self.run_host(DATA_DIFFERS, *command, "nothing", "blank ")
+            self.assertRegex(text, 'ot (listed|restored): "nothing": no name in this backup matches')
+        self.restore(code=DONE_BUT)
 
         for data in sorted(self.version_folder().glob("*.*"), key=lambda path: path.suffix)[2::3]:
             subprocess.run(["tar", "--warning=no-unknown-keyword", "-xf", data], cwd=self.folder / "target", check=True)
@@ -210,7 +213,7 @@ class HostTest(unittest.TestCase):
         self.assertEqual(re.findall('--exclude "(.*)" leaves out nothing', text), [r"C:\secret"])
         self.assertEqual(lines_of(self.object_file(1))[0]["excludes"], ["*.tmp", "Source/?/Tmp", r"C:\secret"])
         self.assertRegex(text, r'skipped\): "speed": .* could not be read to its end')  # it opens, with a size
-        self.restore("a", "b", "single", "locked")
+        self.assertIn('Not saved as it is (skipped): "speed"', self.restore(code=DONE_BUT))
         self.assertEqual(files_below(self.target) - {"source/locked"}, {"single", "source/a/1.txt", "source/b/4"})
         (self.folder / "other/source").mkdir(parents=True)
         for path, complaint in ((self.folder / "missing", "missing"), (self.folder / "other/source", "the same name"),
@@ -230,9 +233,10 @@ class HostTest(unittest.TestCase):
         self.assertEqual(path.read_bytes(), b"changed")
         self.run_host(DONE, "restore", *into, "--overwrite")
         self.assertEqual((path.read_bytes(), other.read_bytes()), (b"saved", b"other"))
+        path.chmod(0o444)
         damage(self.object_file(3), flip(1536 + 1536 + 1))
         self.run_host(DATA_DIFFERS, "restore", *into, "--overwrite")
-        self.assertEqual(path.read_bytes(), b"saved")
+        self.assertEqual((path.read_bytes(), path.stat().st_mode & 0o200), (b"saved", 0))
 
     def test_a_version_is_chosen_by_time(self):
         versions = {"ZELT_20240715120000": b"summer", "ZELT_20240715123000": b"half an hour later",
@@ -265,9 +269,7 @@ class HostTest(unittest.TestCase):
         self.restore(**berlin)
         text = self.restore("--at", "15/07/2024 11:59:59", code=DATA_DIFFERS, **berlin)
         self.assertIn("the oldest is of 15/07/2024 12:00:00", text)
-        for wrong in ("yesterday", "31/02/2024 00:00:00", "1/2/2024 00:00:00", "01/02/2024 24:00:00"):
-            with self.subTest(at=wrong):
-                self.assertIn(wrong, self.restore("--at", wrong, code=COMMAND_LINE))
+        self.assertIn("yesterday", self.restore("--at", "yesterday", code=COMMAND_LINE))
 
         self.version_folder().chmod(0)
         text = self.run_host(DATA_DIFFERS, "versions", **berlin)
@@ -330,19 +332,26 @@ class HostTest(unittest.TestCase):
         pristine = shutil.copytree(self.version_folder(), self.folder / "pristine")
         label = self.version_folder().name
         version = time.strftime("%d/%m/%Y %H:%M:%S", time.strptime(label, "ZELT_%Y%m%d%H%M%S"))
-        cases = (
+
+        def retold(**members):
+            return lambda data: sealed(*((line | members) if "zdv" in line else line
+                                         for line in map(json.loads, data.decode().strip().split("\n")[:-1])))
+
+        cases = (  # what a restore loses and says; a verify says more of an area header
             ("volume header", 1, flip(40), set(), "volume header"),
-            ("area header", 2, flip(40), set(), None),
+            ("area header", 2, flip(40), set(), ""),
             ("data", 3, flip(99_999), {0}, "differs"),
             ("archive header", 3, flip(1536 + 5), {0}, "archive"),
             ("manifest", 4, flip(30), {0, 1}, "area 1: its manifest"),
             ("last manifest", 10, flip(30), {4, 5}, "INCOMPLETE"),
             ("short of a block", 3, lambda data: data[:BLOCK], {0, 1}, "Truncated"),
-            ("empty", 6, lambda data: b"", {2, 3}, "source/3"),
-            ("manifest of another", 7, lambda data: sealed({"zdv": "manifest", "area": 2, "id": "1"}), {2, 3}, "area 2"),
+            ("header of another", 1, retold(id="1"), set(), "another backup"),
+            ("manifest of another", 7, retold(id="1"), {2, 3}, "area 2"),
+            ("another format", 1, retold(format=2), set(range(6)), "format 2"),
+            ("forgotten areas", 10, retold(abandoned=[1, 3]), {0, 1, 4, 5}, "but it was closed with 6 files"),
             ("unreadable", 6, None, {2, 3}, "(code "),
             *((f"{name} missing", number, "missing", lost, text) for name, number, lost, text in (
-                ("volume header", 1, set(), "volume header"), ("area header", 2, set(), None),
+                ("volume header", 1, set(), "volume header"), ("area header", 2, set(), ""),
                 ("data", 3, {0, 1}, "source/1"), ("manifest", 4, {0, 1}, "area 1: its manifest"),
                 ("last data", 9, {4, 5}, "source/5"), ("last manifest", 10, {4, 5}, "INCOMPLETE"))),
         )
@@ -355,12 +364,15 @@ class HostTest(unittest.TestCase):
                     path.chmod(0)
                 elif change == "missing":
                     path.unlink()
+                    self.assertRegex(self.run_host(DATA_DIFFERS, "list", "--at", version), "are missing|INCOMPLETE")
+                    self.assertNotIn("complete", self.run_host(DONE, "versions"))
+                    path.touch()
                 else:
                     damage(path, change)
                 text = self.restore("--at", version, code=DATA_DIFFERS if complaint else DONE)
                 self.assertEqual(files_below(self.target), every - {f"source/{number}" for number in lost}, text)
-                self.assertIn(complaint or "", text)
-                self.assertIn(complaint or "", self.run_host(DATA_DIFFERS if complaint else DONE, "verify", "--at", version))
+                self.assertIn(complaint, text)
+                self.assertIn(complaint or "area 1: its header", self.run_host(DATA_DIFFERS, "verify", "--at", version))
 
     def test_hostile_archives(self):
         self.write("good")
@@ -374,12 +386,15 @@ class HostTest(unittest.TestCase):
             info.type, info.linkname = kind, link
             return info
 
-        names = ("../evil", "a/../../evil", "/evil", "C:/evil", "C:evil", "a\\..\\..\\evil", "evil:stream", "NUL",
-                 "com1.txt", "aux .x", "a//evil", "...", "e\nvil", "x" * 256, "through/evil", "fifo", "hard")
+        names = ("../evil", "through/evil", "fifo", "hard", "sparse")
         kinds = {"fifo": tarfile.FIFOTYPE, "hard": tarfile.LNKTYPE}
         (self.target / "through").symlink_to(outside)
-        self.forge((member("first"), b"1", None), *((member(name, kinds.get(name, tarfile.REGTYPE), "first" * (name == "hard")),
-                   b"", None) for name in names), (member("lies"), b"lies", {"size": 5}), (member("last"), b"2", None))
+        others = [(member(name, kinds.get(name, tarfile.REGTYPE), "first" * (name == "hard")), b"",
+                   {"type": "file"} if name == "hard" else None) for name in names]
+        others[-1] = (others[-1][0], b"", {"size": 1 << 40})
+        others[-1][0].pax_headers = {"GNU.sparse.map": "0,0", "GNU.sparse.size": str(1 << 40)}
+        self.forge((member("first"), b"1", None), *others, (member("lies"), b"lies", {"size": 5}),
+                   (member("last"), b"2", None))
         text = self.run_host(DATA_DIFFERS, "restore", "--into", windows_path(self.target))
         self.assertEqual(text.count("Not restored: "), len(names) + 1, text)
         self.assertNotIn("e\nvil", text)
@@ -388,6 +403,11 @@ class HostTest(unittest.TestCase):
         damage(self.object_file(3), lambda data: data[:1024] + member("bomb").tobuf() * 1_000_000)
         self.assertIn("Restored 1 file ", self.restore("first"))
         self.assertLess(len(self.restore(code=DATA_DIFFERS)), 10_000)
+
+        self.forge(*((member(name), name.encode(), None) for name in ("Readme", "README", "sub/x", "SUB/X")))
+        text = self.run_host(DATA_DIFFERS, "restore", "--overwrite", "--into", windows_path(self.target))
+        self.assertEqual(text.count("differs in case"), 2, text)
+        self.assertEqual([(self.target / name).read_text() for name in ("Readme", "sub/x")], ["Readme", "sub/x"])
 
     # -------------------------------------------------------------------------------------------- refusals
 

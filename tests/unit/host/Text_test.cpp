@@ -1,0 +1,24 @@
+#include "host/Text.h"
+
+#include <gtest/gtest.h>
+
+TEST(Text, OfATimeIsUnderstoodInTwoForms)
+{
+    for (const char* pText : {"31/12/2024 23:59:59", "2024-12-31 23:59:59", "2024-12-31T23:59:59", "2024-12-31"})
+        EXPECT_EQ(VersionText(ParseVersionText(pText).value_or(0)), "31/12/2024 23:59:59") << pText;
+    for (const char* pText :
+         {"", "yesterday", "31/02/2024 00:00:00", "1/2/2024 00:00:00", "01/02/2024 24:00:00",
+          "01/02/2024 00:00:00 ", "2024-02-30 00:00:00", "2024-13-01 00:00:00", "2024-12-31_00:00:00",
+          "2024-12-31", "2024-1-01  00:00:00"})
+        EXPECT_FALSE(ParseVersionText(pText)) << pText;
+}
+
+TEST(Text, OfAmounts)
+{
+    EXPECT_EQ(SizeText(0) + ' ' + SizeText(1) + ' ' + SizeText(1023) + ' ' + SizeText(1024),
+              "0 bytes 1 byte 1023 bytes 1.0 KiB");
+    EXPECT_EQ(SizeText(std::uint64_t{64} << 20) + ' ' + SizeText(std::uint64_t{5000} << 40),
+              "64.0 MiB 5000.0 TiB");
+    EXPECT_EQ(DurationText(59) + ' ' + DurationText(187) + ' ' + DurationText(3727), "0:59 3:07 1:02:07");
+    EXPECT_EQ(Quoted("a\x1B[2J\xE2\x80\xAE\xFFz"), "\"a?[2J?\xEF\xBF\xBDz\"");
+}
