@@ -112,7 +112,8 @@ std::string Progress::Summary() const
 std::string Progress::Line() const
 {
     const bool bKnown = Rate() > 0 && m_uiDone <= m_uiTotal;
-    return fmt::format("{} of {}, {}/s{}  {}", SizeText(m_uiDone), SizeText(m_uiTotal), SizeText(Rate()),
+    return fmt::format("{}{}, {}/s{}  {}", SizeText(m_uiDone),
+                       m_uiTotal == 0 ? "" : " of " + SizeText(m_uiTotal), SizeText(Rate()),
                        bKnown ? ", " + DurationText((m_uiTotal - m_uiDone) / Rate()) + " left" : "",
                        Printable(m_sFile));
 }

@@ -30,7 +30,7 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    void SetTotal(std::uint64_t uiBytes) { m_uiTotal = uiBytes; }
+    void SetTotal(std::uint64_t uiBytes) { m_uiTotal = uiBytes; } // 0, the default: not known
     void Begin(std::string_view sFile) { m_sFile = sFile; }
     void Advance(std::uint64_t uiBytes);
     void GoBack(std::uint64_t uiBytes) { m_uiDone = uiBytes; } // what follows is transferred again

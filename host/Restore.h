@@ -5,9 +5,10 @@
 #include "host/Tape.h"
 #include "host/Target.h"
 
-// Without a target nothing is written. Throws when nothing further can be read.
+// Without a target nothing is written. DoneWithProblems: all is as the backup has it, but that has not all. Throws when
+// nothing further can be read.
 ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
                      TargetFolder* pTarget);
 
-// Shows the entries from the manifests alone.
+// Shows the entries from the manifests alone. As with the other, what is lost is named and gives DataDiffers.
 ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given);

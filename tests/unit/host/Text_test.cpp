@@ -2,17 +2,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(Text, OfATimeIsUnderstoodInTwoForms)
-{
-    for (const char* pText : {"31/12/2024 23:59:59", "2024-12-31 23:59:59", "2024-12-31T23:59:59", "2024-12-31"})
-        EXPECT_EQ(VersionText(ParseVersionText(pText).value_or(0)), "31/12/2024 23:59:59") << pText;
-    for (const char* pText :
-         {"", "yesterday", "31/02/2024 00:00:00", "1/2/2024 00:00:00", "01/02/2024 24:00:00",
-          "01/02/2024 00:00:00 ", "2024-02-30 00:00:00", "2024-13-01 00:00:00", "2024-12-31_00:00:00",
-          "2024-12-31", "2024-1-01  00:00:00"})
-        EXPECT_FALSE(ParseVersionText(pText)) << pText;
-}
-
 TEST(Text, OfAmounts)
 {
     EXPECT_EQ(SizeText(0) + ' ' + SizeText(1) + ' ' + SizeText(1023) + ' ' + SizeText(1024),
