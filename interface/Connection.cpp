@@ -24,9 +24,9 @@ constexpr const wchar_t* SFTP = L"sftp://";
 
 constexpr long REPLY_LIMIT = 120; // seconds
 
-// TLS sessions are forgotten after two hours, and data connections that do not resume their control connection's are
-// refused by many servers. An older connection is replaced before the next transfer.
-constexpr long CONNECTION_LIFETIME = 3600; // seconds
+// OpenSSL forgets a TLS session after two hours, some servers after one or half of one, and many refuse data
+// connections that do not resume their control connection's. An older connection is replaced before the next transfer.
+constexpr long CONNECTION_LIFETIME = 1500; // seconds
 
 bool Failed(FtpContext& FC, const FunctionTrace& Trace, const Failure& Reason)
 {

@@ -63,7 +63,9 @@ class Sftp(paramiko.SFTPServer):
         packet = packet.asbytes()
         if fault == "talk":
             packet = self.talk(kind, packet)
-        elif fault != "none" and self.answers >= HEALTHY:
+        elif fault == "no handle" and kind == CMD_HANDLE:
+            self.break_at(fault, kind, packet)
+        elif fault not in ("none", "no handle") and self.answers >= HEALTHY:
             kind, packet = self.break_at(fault, kind, packet)
         super()._send_packet(kind, packet)
 

@@ -217,6 +217,22 @@ INSTANTIATE_TEST_SUITE_P(, Fault,
                                          Case{"half a packet", true}, Case{"another type", true},
                                          Case{"refusal", true}, Case{"talk", false}));
 
+using OpenFault = Fault;
+
+// The server dies when it is asked for an object or a folder. Neither is empty.
+TEST_F(OpenFault, IsNeitherFilemarkNorBlankTape)
+{
+    MakeReady("none");
+    ASSERT_EQ(m_Tape.Erase(), ZDV_SUCCESS);
+    ASSERT_EQ(m_Tape.WriteObject(SomeBlocks(1, 1)), ZDV_SUCCESS) << m_Tape.ErrorText();
+    ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << m_Tape.ErrorText();
+    server::Control("fault no handle");
+    Blocks aRead;
+    EXPECT_EQ(m_Tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
+    ExpectFailure(true);
+    EXPECT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_DEVICE_ERROR);
+}
+
 // A processor that is busy with asking is missing elsewhere.
 TEST(Waiting, ForTheServerAsksSeldom)
 {
@@ -236,7 +252,8 @@ TEST(Waiting, ForTheServerAsksSeldom)
     EXPECT_LT(iEmpty, 10 * iFull) << iFull;
 }
 
-// TLS sessions are forgotten after two hours, and without one a server may refuse data connections.
+// TLS sessions are forgotten after a time, and without one a server may refuse data connections. Only this side's clock
+// goes on here.
 TEST(Aged, ConnectionIsRenewed)
 {
     if (server::Variable(L"ZDV_TEST_SCHEME") != L"ftpes")
