@@ -12,6 +12,7 @@ namespace {
 enum : std::uint32_t
 {
     TALKS = 0,
+    NO_SERVER = 7,
     BAD_LIST = 10,
     OTHER_KEY = 60,
     NO_TLS = 64
@@ -98,6 +99,9 @@ TEST(Keys, DecideWhoIsTalkedTo)
         ExpectReason(tape, uiCode);
         // A host may not care for a refusal.
         EXPECT_EQ(tape.Position(ZDV_SP_BOM) == ZDV_SUCCESS, uiCode == TALKS);
+        // A list that is damaged ends the set-up before the port is set.
+        const bool bNobodyThere = uiCode == BAD_LIST && server::Variable(L"ZDV_TEST_PORT") != L"21";
+        EXPECT_EQ(tape.ErrorCode(), uiCode == TALKS ? TALKS : bNobodyThere ? NO_SERVER : uiRefused);
         EXPECT_EQ(tape.WriteObject(SomeBlocks(1, 1)) == ZDV_SUCCESS, uiCode == TALKS);
         const std::size_t uiComparisons = Comparisons(Settings.Log());
         EXPECT_EQ(uiComparisons != 0, bCompared);
