@@ -139,7 +139,7 @@ bool DoInitEx(FtpContext& FC)
     if (Check.Keys.bListed)
         SetServerCheck(Calls, Check);
     if (!Check.Keys.sDamage.empty())
-        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Check.Keys.sDamage.c_str()});
+        return Failed(FC, Trace, {ERROR_BAD_CONFIGURATION, Check.Keys.sDamage.c_str()});
     // Refused, and so traced, by a libcurl without HTTP.
     Calls.Try(CURLOPT_USERAGENT, "ZELT/" PRODUCT_VERSION, {L"Set User Agent failed"},
               L"curl_easy_setopt(CURLOPT_USERAGENT)");

@@ -59,7 +59,7 @@
 //   Which servers are talked to is the administrator's to say, in section "Server Keys" of the settings file zlt.ini
 //   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
 //   another key is refused with libcurl's code 60, one without TLS with 64, and the text names the key; a list that
-//   cannot be understood makes "Make Unit Ready" fail with 10. Without the section no server is verified.
+//   cannot be understood makes "Make Unit Ready" fail with 1610. Without the section no server is verified.
 //   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
 //   value must come from ZDV_Open.
 //

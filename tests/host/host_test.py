@@ -427,6 +427,8 @@ class HostTest(unittest.TestCase):
         text = self.run_host(NOT_READY, "check")
         (key,) = re.findall(r"shows (\S+), which zlt.ini does not list \(code 60\)", text)
         self.assertIn("ssh-keygen -lf", text)
+        settings.write_text("[Server Keys]\n127.0.0.1 = yes\n")
+        self.assertIn('"127.0.0.1 = yes" cannot be understood', self.run_host(NOT_READY, "check"))
         settings.write_text(f"[Server Keys]\n127.0.0.1 = {key}\n")
         self.assertIn("identity was compared", self.run_host(DONE, "check"))
 

@@ -13,9 +13,9 @@ enum : std::uint32_t
 {
     TALKS = 0,
     NO_SERVER = 7,
-    BAD_LIST = 10,
     OTHER_KEY = 60,
-    NO_TLS = 64
+    NO_TLS = 64,
+    BAD_LIST = 1610
 };
 
 const std::wstring WRONG =
