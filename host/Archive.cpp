@@ -59,13 +59,13 @@ template <typename Action> la_ssize_t Guarded(std::exception_ptr& pError, Action
     }
 }
 
-// pError: what its callback threw.
-void CheckResult(archive* pArchive, la_ssize_t iResult, const std::exception_ptr& pError)
+// Throws for a result below the least that is good enough. pError: what its callback threw.
+void CheckResult(archive* pArchive, la_ssize_t iResult, la_ssize_t iLeast, const std::exception_ptr& pError)
 {
     if (pError)
         std::rethrow_exception(pError);
     const char* const pText = archive_error_string(pArchive);
-    if (iResult < ARCHIVE_WARN)
+    if (iResult < iLeast)
         throw TapeError(fmt::format("archive: {}", pText ? pText : "no reason is given"));
 }
 
@@ -90,7 +90,10 @@ ArchiveWriter::ArchiveWriter(Device& Drive)
     Check(archive_write_open(m_Archive.get(), this, nullptr, OnWrite, nullptr));
 }
 
-void ArchiveWriter::Check(la_ssize_t iResult) { CheckResult(m_Archive.get(), iResult, m_pError); }
+void ArchiveWriter::Check(la_ssize_t iResult)
+{
+    CheckResult(m_Archive.get(), iResult, ARCHIVE_WARN, m_pError);
+}
 
 void ArchiveWriter::Take(std::span<const std::byte> Data)
 {
@@ -150,7 +153,10 @@ void ArchiveReader::Open()
     m_bOpen = true;
 }
 
-void ArchiveReader::Check(la_ssize_t iResult) const { CheckResult(m_Archive.get(), iResult, m_pError); }
+void ArchiveReader::Check(la_ssize_t iResult, la_ssize_t iLeast) const
+{
+    CheckResult(m_Archive.get(), iResult, iLeast, m_pError);
+}
 
 void ArchiveReader::Find(const Entry& What)
 {
@@ -168,10 +174,10 @@ void ArchiveReader::Find(const Entry& What)
             return Piece.size();
         });
     };
-    Check(archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr));
+    Check(archive_read_open(m_Archive.get(), this, nullptr, OnRead, nullptr), ARCHIVE_WARN);
     archive_entry* pEntry = nullptr;
     const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
-    Check(iResult);
+    Check(iResult, ARCHIVE_WARN);
     if (iResult == ARCHIVE_EOF || !IsSame(pEntry, What))
         throw TapeError("the archive does not hold it as its manifest says");
 }
@@ -179,7 +185,7 @@ void ArchiveReader::Find(const Entry& What)
 std::size_t ArchiveReader::Read(std::span<std::byte> Into)
 {
     const la_ssize_t iRead = archive_read_data(m_Archive.get(), Into.data(), Into.size());
-    Check(iRead);
+    Check(iRead, 0); // a warning or a retry, too, is no number of bytes
     return static_cast<std::size_t>(iRead);
 }
 

@@ -49,7 +49,7 @@ public:
 private:
     std::span<const std::byte> NextPiece();
     void Open();
-    void Check(la_ssize_t iResult) const;
+    void Check(la_ssize_t iResult, la_ssize_t iLeast) const;
 
     Session& m_Server;
     std::uint32_t m_uiObject;

@@ -178,6 +178,8 @@ private:
         while (const std::size_t uiRead = Archive.Read(m_Piece))
         {
             CheckInterrupt();
+            if (uiRead > What.size - uiSize) // a sparse file would have its zeros written without an end
+                throw TapeError("the archive holds more data of it than its manifest says");
             const std::span<const std::byte> Data = std::span(m_Piece).first(uiRead);
             Hash.Add(Data);
             if (File)

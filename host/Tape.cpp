@@ -57,6 +57,9 @@ template <typename Line> std::string WithoutDefaults(const Line& What)
 Json ParseLine(std::string_view sLine)
 {
     constexpr int MAX_DEPTH = 4; // a line is an object of lists at most; a deep one takes much memory
+    constexpr std::size_t MAX_LENGTH = std::size_t{1} << 20; // as a long one does, many times its length
+    if (sLine.size() > MAX_LENGTH)
+        throw TapeError("is damaged");
     return Json::parse(sLine, [](int iDepth, Json::parse_event_t, const Json&) {
         if (iDepth > MAX_DEPTH)
             throw TapeError("is damaged");

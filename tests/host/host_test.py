@@ -386,23 +386,25 @@ class HostTest(unittest.TestCase):
             info.type, info.linkname = kind, link
             return info
 
-        names = ("../evil", "through/evil", "fifo", "hard", "sparse")
+        names = ("../evil", "e\nvil", "through/evil", "fifo", "hard", "order", "real", "endless", "sparse")
+        claims = {"fifo": {"type": "file"}, "hard": {"type": "file"}, "sparse": {"size": 1 << 40}}
+        claims |= dict.fromkeys(("order", "real", "endless"), {"size": 10})
+        data = {"order": bytes(15), "real": bytes(20), "endless": bytes(5)}
+        headers = {name: {"GNU.sparse.size": str(size), "GNU.sparse.map": said} for name, size, said in (
+            ("order", 10, "0,10,0,5"), ("endless", 10, f"{1 << 40},5"), ("sparse", 1 << 40, "0,0"))}
+        headers["real"] = {"SCHILY.realsize": "10"}
         kinds = {"fifo": tarfile.FIFOTYPE, "hard": tarfile.LNKTYPE}
         (self.target / "through").symlink_to(outside)
-        others = [(member(name, kinds.get(name, tarfile.REGTYPE), "first" * (name == "hard")), b"",
-                   {"type": "file"} if name == "hard" else None) for name in names]
-        others[-1] = (others[-1][0], b"", {"size": 1 << 40})
-        others[-1][0].pax_headers = {"GNU.sparse.map": "0,0", "GNU.sparse.size": str(1 << 40)}
+        others = [(member(name, kinds.get(name, tarfile.REGTYPE), "first" * (name == "hard")), data.get(name, b""),
+                   claims.get(name)) for name in names]
+        for other, *_ in others:
+            other.pax_headers = headers.get(other.name, {})
         self.forge((member("first"), b"1", None), *others, (member("lies"), b"lies", {"size": 5}),
                    (member("last"), b"2", None))
         text = self.run_host(DATA_DIFFERS, "restore", "--into", windows_path(self.target))
         self.assertEqual(text.count("Not restored: "), len(names) + 1, text)
         self.assertNotIn("e\nvil", text)
         self.assertEqual((files_below(self.target), list(outside.iterdir())), ({"first", "last"}, []))
-
-        damage(self.object_file(3), lambda data: data[:1024] + member("bomb").tobuf() * 1_000_000)
-        self.assertIn("Restored 1 file ", self.restore("first"))
-        self.assertLess(len(self.restore(code=DATA_DIFFERS)), 10_000)
 
         self.forge(*((member(name), name.encode(), None) for name in ("Readme", "README", "sub/x", "SUB/X")))
         text = self.run_host(DATA_DIFFERS, "restore", "--overwrite", "--into", windows_path(self.target))
