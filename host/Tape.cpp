@@ -90,12 +90,17 @@ std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
 }
 
 bool HasObject(Session& Server, std::uint32_t uiObject)
+try
 {
     return Server.Patiently([&] {
         Block Buffer(ZDV_BLOCK_SIZE);
         Server.Drive().MoveBefore(uiObject);
         return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
     });
+}
+catch (const UnreadableObject&)
+{
+    return true;
 }
 
 bool Has(const Head& First, RecordKind enKind, const std::string& sId, std::uint32_t uiArea)
@@ -182,6 +187,10 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
         auto sText = Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
         return sText ? std::optional(ParseRecord(*std::move(sText))) : std::nullopt;
     }
+    catch (const UnreadableObject& Error)
+    {
+        return Record{.sProblem = fmt::format("cannot be read: {}", Error.what())};
+    }
     catch (const TapeError& Error)
     {
         return Record{.sProblem = Error.what()};
@@ -218,7 +227,10 @@ Areas::Areas(Session& Server, const Volume& Tape)
     std::optional<Record> Found = Tape.Last;
     for (std::uint32_t uiArea = 0; Found && uiArea <= MAX_AREAS; ++uiArea)
     {
-        m_Abandoned.insert(Found->First.abandoned.begin(), Found->First.abandoned.end());
+        if (m_sId.empty())
+            m_sId = Found->First.id;
+        if (Found->First.id == m_sId)
+            m_Abandoned.insert(Found->First.abandoned.begin(), Found->First.abandoned.end());
         if (!m_Last.id.empty())
             return;
         Found = ReadRecord(Server, ManifestObject(uiArea + 1));
@@ -240,8 +252,6 @@ std::optional<Area> Areas::Next()
         if (!Found && m_Last.id.empty())
             return std::nullopt; // the tape ends
         Record Manifest = std::move(Found).value_or(Record());
-        if (Manifest.Intact() && m_sId.empty())
-            m_sId = Manifest.First.id;
         if (Manifest.Intact() && !Has(Manifest.First, RecordKind::Manifest, m_sId, m_uiArea))
             Manifest = {.sProblem = "is that of another area or backup"};
         if (!m_Abandoned.contains(m_uiArea) && Manifest.First.state != AreaState::Abandoned)

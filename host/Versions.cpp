@@ -16,24 +16,37 @@ std::vector<std::time_t> ListVersions(Session& Server)
     return Versions;
 }
 
-// A version that the server does not let be read costs no other one, unless the server itself is gone.
+// A version that the server does not let be read costs no other one, unless the server itself is gone. It is opened
+// again after a failure, since a connection may just have broken.
 std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
 {
-    try
+    std::string sProblem;
+    for (int iTry = 0; iTry < Session::MAX_TRIES; ++iTry)
     {
-        Server.Open(tVersion);
-        return LookAt(Server);
+        try
+        {
+            Server.Open(tVersion);
+            return LookAt(Server);
+        }
+        catch (const DeviceError& Error)
+        {
+            sProblem = Error.what();
+        }
+        catch (const UnknownFormat& Error)
+        {
+            sProblem = Error.what();
+            iTry = Session::MAX_TRIES;
+        }
+        Server.Patiently([&] { Server.Open(); });
     }
-    catch (const DeviceError& Error)
-    {
-        Complain("{}  UNREADABLE: {}", VersionText(tVersion), Error.what());
-    }
-    catch (const UnknownFormat& Error)
-    {
-        Complain("{}  UNREADABLE: {}", VersionText(tVersion), Error.what());
-    }
-    Server.Open();
+    Complain("{}  UNREADABLE: {}", VersionText(tVersion), sProblem);
     return std::nullopt;
+}
+
+// What a restore reports, though no file may be missing. A backup that did not end is none.
+bool IsDamaged(const Volume& Tape)
+{
+    return !Tape.sProblem.empty() || (Tape.Complete() && !Tape.Header.Intact());
 }
 
 } // namespace
@@ -86,9 +99,10 @@ std::string StateText(const Volume& Tape)
     const Head& Facts = Tape.Facts().First;
     const char* const pState = Tape.Header.First.zdv == RecordKind::Check ? "check"
                                : !Tape.sProblem.empty()                   ? "DAMAGED"
-                               : Tape.Complete()                          ? "complete"
-                                                                          : "INCOMPLETE";
-    std::string sText = fmt::format("{:<12}{}", pState,
+                               : !Tape.Complete()                         ? "INCOMPLETE"
+                               : Tape.Header.Intact()                     ? "complete"
+                                                                          : "complete, header damaged";
+    std::string sText = fmt::format("{:<10}  {}", pState,
                                     Tape.Facts().Intact() ? Printable(Facts.computer) : "unknown computer");
     if (Tape.Last.Intact())
         sText += fmt::format("  {}, {}", CountText(Facts.files, "file"), SizeText(Facts.bytes));
@@ -117,21 +131,29 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
         if (bAsked)
             throw std::runtime_error(
                 "The version of that second cannot be read. An earlier --at takes the one before it.");
+        if (!tAt && (!Tape || !Tape->sProblem.empty())) // it may be the one that is wanted
+            throw std::runtime_error(fmt::format(
+                "The version of {} {}. Nothing older is taken without being asked for: give --at with the "
+                "time of the version to read, as \"zdv versions\" shows it.",
+                VersionText(tVersion), Tape ? "is DAMAGED: " + Tape->sProblem : "cannot be read"));
         if (Tape && Tape->Header.First.zdv != RecordKind::Check)
             Complain("Passed over: {}  {}", VersionText(tVersion), StateText(*Tape));
     }
     throw std::runtime_error(
-        "There is no complete backup. One that is not is read when --at is given its very time.");
+        "There is no complete backup. To read one that is not complete, give its exact time to --at.");
 }
 
 ExitCode ShowVersions(Session& Server)
 {
     ExitCode enCode = ExitCode::Done;
     for (const std::time_t tVersion : ListVersions(Server))
-        if (const std::optional<Volume> Tape = TryVersion(Server, tVersion))
+    {
+        const std::optional<Volume> Tape = TryVersion(Server, tVersion);
+        if (Tape)
             Say("{}  {}", VersionText(tVersion), StateText(*Tape));
-        else
+        if (!Tape || IsDamaged(*Tape))
             enCode = ExitCode::DataDiffers;
+    }
     return enCode;
 }
 

@@ -22,8 +22,9 @@ struct ChosenVersion
 };
 
 // Opens the version of this very second, or else the newest complete one not later; without a time the newest
-// complete one. Those that are passed over are named. Throws when there is none.
+// complete one. Those that are passed over are named. Throws when there is none, and without a time also where one is
+// met that is damaged or cannot be read: it may be the one that is wanted.
 ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt);
 
-ExitCode ShowVersions(Session& Server); // throws when there is none
+ExitCode ShowVersions(Session& Server); // Done if none is damaged or unreadable; throws when there is none
 void CheckByWriting(Session& Server);

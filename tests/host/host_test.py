@@ -275,7 +275,8 @@ class HostTest(unittest.TestCase):
         text = self.run_host(DATA_DIFFERS, "versions", **berlin)
         self.assertEqual(text.splitlines()[:3], listed[:3])
         self.assertRegex(text, "16/12/2024 12:00:00  UNREADABLE: .*" + MODULE_TEXT)
-        self.restore(**berlin)
+        self.assertIn("give --at", self.restore(code=DATA_DIFFERS, **berlin))
+        self.restore("--at", "16/12/2024 12:00:01", **berlin)
 
     def test_a_drive(self):
         drive = Path(PROGRAM[0]).parents[1] / "build/wine/dosdevices/y:"
@@ -365,10 +366,13 @@ class HostTest(unittest.TestCase):
                 elif change == "missing":
                     path.unlink()
                     self.assertRegex(self.run_host(DATA_DIFFERS, "list", "--at", version), "are missing|INCOMPLETE")
-                    self.assertNotIn("complete", self.run_host(DONE, "versions"))
+                    code = DONE if number == 10 else DATA_DIFFERS  # of an INCOMPLETE one and a DAMAGED one
+                    self.assertNotIn("complete", self.run_host(code, "versions"))
                     path.touch()
                 else:
                     damage(path, change)
+                if name == "volume header":
+                    self.assertIn("  complete, header damaged  ", self.run_host(DATA_DIFFERS, "versions"))
                 text = self.restore("--at", version, code=DATA_DIFFERS if complaint else DONE)
                 self.assertEqual(files_below(self.target), every - {f"source/{number}" for number in lost}, text)
                 self.assertIn(complaint, text)
