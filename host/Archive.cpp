@@ -1,5 +1,6 @@
 #include "host/Archive.h"
 
+#include <algorithm>
 #include <archive_entry.h>
 
 namespace {
@@ -201,6 +202,7 @@ std::span<const std::byte> ArchiveReader::NextPiece()
         if (m_bEnded)
             return {};
         m_uiBlockSize = m_Block.size();
+        m_uiReached = std::max(m_uiReached, m_uiBlockStart + m_uiBlockSize);
     }
     const std::span<const std::byte> Piece =
         std::span(m_Block).subspan(static_cast<std::size_t>(m_uiNext - m_uiBlockStart));

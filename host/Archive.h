@@ -46,6 +46,8 @@ public:
     void Find(const Entry& What);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
 
+    std::uint64_t Reached() const { return m_uiReached; } // how far into the object anything could be read
+
 private:
     std::span<const std::byte> NextPiece();
     void Open();
@@ -58,6 +60,7 @@ private:
     Block m_Block = Block(ZDV_BLOCK_SIZE);
     std::uint64_t m_uiBlockStart = 0;
     std::size_t m_uiBlockSize = 0;
+    std::uint64_t m_uiReached = 0;
     std::uint64_t m_uiNext = 0; // offset of what libarchive gets next
     std::exception_ptr m_pError;
     ArchiveHandle m_Archive;

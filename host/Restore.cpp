@@ -43,11 +43,11 @@ public:
     ExitCode Run()
     {
         if (!m_Tape.Header.Intact())
-            Report("the volume header", m_Tape.Header.sProblem);
+            Report("the volume header " + m_Tape.Header.sProblem);
         if (!m_Tape.sProblem.empty())
-            Report("this version", m_Tape.sProblem);
+            Report("the version is DAMAGED: " + m_Tape.sProblem);
         else if (!m_Tape.Complete())
-            Report("this version", "it is INCOMPLETE, only what is there can be read");
+            Report("the version is INCOMPLETE: only what is there can be read");
         Areas All(m_Server, m_Tape);
         while (const std::optional<Area> From = All.Next())
             ReadArea(*From);
@@ -69,7 +69,7 @@ private:
             CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
             m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
         if (m_uiNotSaved != 0)
-            Say("Not in the backup, as it notes itself (\"zdv list\" tells which): {}.", m_uiNotSaved);
+            Say("Left out on purpose (see \"zdv list\"): {}.", m_uiNotSaved);
         if (m_uiNotAsItWas != 0)
             Complain("BUT not everything was saved as it is, see above: {}.", m_uiNotAsItWas);
     }
@@ -80,6 +80,13 @@ private:
                                     : m_enPurpose == Purpose::Verify ? "Differs"
                                                                      : "Not restored";
         Complain("{}: {}: {}", pAction, sWhat, Printable(sProblem));
+        ++m_uiProblems;
+    }
+
+    // Of the version as a whole.
+    void Report(const std::string& sProblem)
+    {
+        Complain("Problem: {}", Printable(sProblem));
         ++m_uiProblems;
     }
 
@@ -100,6 +107,14 @@ private:
         }
     }
 
+    // An entry that cannot be read may be large and the line poor, so the next one is tried. If that gets no
+    // further, it is the object: each try would read again all that precedes the place.
+    struct Loss
+    {
+        std::uint64_t uiReached = 0; // at the last entry that could not be read
+        std::string sReason{};       // why none of the area is tried any more
+    };
+
     void ReadArea(const Area& From)
     {
         const std::string sName = fmt::format("area {}", From.uiNumber);
@@ -111,15 +126,15 @@ private:
         if (m_enPurpose == Purpose::Verify && !HasHeader(m_Server, From))
             Report(sName, "its header is missing or damaged, which costs none of its files");
         ArchiveReader Archive(m_Server, DataObject(From.uiNumber));
-        std::string sLost; // why nothing further can be read
+        Loss Lost;
         std::string_view sLines = From.Manifest.sEntries;
         Attempt(sName, [&] {
             while (const std::optional<Entry> What = TakeEntry(sLines))
-                ReadEntry(Archive, *What, sLost);
+                ReadEntry(Archive, *What, Lost);
         });
     }
 
-    void ReadEntry(ArchiveReader& Archive, const Entry& What, std::string& sLost)
+    void ReadEntry(ArchiveReader& Archive, const Entry& What, Loss& Lost)
     {
         Count(m_Held, What);
         FinishFolders(What.path);
@@ -135,10 +150,10 @@ private:
         m_uiNotAsItWas += What.IsProblem();
         m_uiNotSaved += What.state == State::NotHere || What.state == State::Noted;
         if (What.CanBeRestored())
-            ReadSaved(Archive, What, sLost);
+            ReadSaved(Archive, What, Lost);
     }
 
-    void ReadSaved(ArchiveReader& Archive, const Entry& What, std::string& sLost)
+    void ReadSaved(ArchiveReader& Archive, const Entry& What, Loss& Lost)
     {
         CheckInterrupt();
         m_Progress.Begin(What.path);
@@ -154,15 +169,17 @@ private:
             ++(What.type == Kind::File ? m_uiFiles : m_uiOthers);
         };
         Attempt(Quoted(What.path), [&] {
-            if (!sLost.empty())
-                throw TapeError(sLost);
+            if (!Lost.sReason.empty())
+                throw TapeError(Lost.sReason);
             try
             {
                 m_Server.Patiently(Read);
             }
             catch (const UnreadableObject& Error)
             {
-                sLost = Error.what();
+                if (Archive.Reached() == Lost.uiReached)
+                    Lost.sReason = Error.what();
+                Lost.uiReached = Archive.Reached();
                 throw;
             }
         });
@@ -208,14 +225,12 @@ private:
         };
         const Head& Said = m_Tape.Last.First;
         if (m_Tape.Last.Intact() && !m_bLost && Totals(m_Held) != Totals(Said))
-            Report(
-                "this version",
-                fmt::format(
-                    "its manifests name {} and {} folders and links, {}, {}, but it was closed with {} and "
-                    "{}, {}, {}",
-                    CountText(m_Held.files, "file"), m_Held.folders + m_Held.links, SizeText(m_Held.bytes),
-                    CountText(m_Held.problems, "problem"), CountText(Said.files, "file"),
-                    Said.folders + Said.links, SizeText(Said.bytes), CountText(Said.problems, "problem")));
+            Report(fmt::format("the version's manifests name {} and {} folders and links, {}, {}, but it was "
+                               "closed with {} and {}, {}, {}",
+                               CountText(m_Held.files, "file"), m_Held.folders + m_Held.links,
+                               SizeText(m_Held.bytes), CountText(m_Held.problems, "problem"),
+                               CountText(Said.files, "file"), Said.folders + Said.links, SizeText(Said.bytes),
+                               CountText(Said.problems, "problem")));
     }
 
     Session& m_Server;
