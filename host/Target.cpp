@@ -40,16 +40,32 @@ void SetFacts(HANDLE hFile, const Entry& What, const std::wstring& sPath)
             Complain("Note: {}", FileError(sPath, pProblem, GetLastError()).what());
 }
 
-// By a program that does not share it, such as a scanner of viruses.
+// By another program, such as a scanner of viruses. Windows replaces no file that is open, even if it is shared for
+// deletion, so this asks for the file alone.
 bool IsHeld(const std::wstring& sPath)
 {
-    const HANDLE hFile =
-        CreateFileW(sPath.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                    OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+    const HANDLE hFile = CreateFileW(sPath.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
+                                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
     if (hFile == INVALID_HANDLE_VALUE)
         return GetLastError() == ERROR_SHARING_VIOLATION;
     CloseHandle(hFile);
     return false;
+}
+
+// A link that was created and cannot be opened would be left over.
+FileHandle OpenNewLink(const std::wstring& sPath, const Entry& What)
+{
+    const bool bFolder = What.type == Kind::FolderLink;
+    CreateLink(sPath, What.link, bFolder);
+    try
+    {
+        return OpenFile(sPath, FILE_WRITE_ATTRIBUTES | DELETE, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    }
+    catch (...)
+    {
+        bFolder ? RemoveDirectoryW(sPath.c_str()) : DeleteFileW(sPath.c_str());
+        throw;
+    }
 }
 
 } // namespace
@@ -96,9 +112,9 @@ std::wstring TargetFolder::PathFor(const Entry& What)
     if (!m_bReplace)
         throw FileError(sPath, "exists already");
     if (m_Written.Meet(What.path))
-        throw FileError(sPath,
-                        "was restored just now under a name that differs in case or Unicode form only: "
-                        "there is room for one of them");
+        throw FileError(
+            sPath, "was restored just now under this name, or one that differs in case or Unicode form only: "
+                   "the first one is kept");
     return sPath;
 }
 
@@ -132,10 +148,7 @@ RestoredFile::RestoredFile(TargetFolder& Folder, const Entry& What)
     : m_Folder(Folder), m_What(What), m_sPath(Folder.PathFor(What)),
       m_sTemporary(PathIn(FolderOf(m_sPath), L"zdv-" + std::to_wstring(GetCurrentProcessId()) + L".tmp"))
 {
-    if (What.IsLink())
-        ::CreateLink(m_sTemporary, What.link, What.type == Kind::FolderLink);
-    m_hFile = What.IsLink() ? OpenFile(m_sTemporary, FILE_WRITE_ATTRIBUTES | DELETE, OPEN_EXISTING,
-                                       FILE_FLAG_OPEN_REPARSE_POINT)
+    m_hFile = What.IsLink() ? OpenNewLink(m_sTemporary, What)
                             : OpenFile(m_sTemporary, GENERIC_WRITE | DELETE, CREATE_NEW);
     SetVanishing(true);
 }
@@ -193,6 +206,7 @@ void RestoredFile::MoveAside()
         MoveFileExW(sAside.c_str(), m_sPath.c_str(), 0);
         throw;
     }
+    SetFileAttributesW(sAside.c_str(), FILE_ATTRIBUTE_NORMAL); // one that is read-only cannot be deleted
     if (!RemoveDirectoryW(sAside.c_str()))
         Complain("Note: {}", FileError(sAside, "was replaced and cannot be deleted", GetLastError()).what());
 }
