@@ -21,6 +21,11 @@ constexpr int MAX_CUTS = 16;                  // areas that damaged files may co
 constexpr int MAX_BREAKS = 9;                 // of the connection in a row, each with an area that is lost
 constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
 
+// The number of entries that an area may hold: divided after a break, multiplied after an area that was sent.
+constexpr std::uint64_t ANY_NUMBER = std::uint64_t{1} << 32;
+constexpr std::uint64_t NARROWING = 16;
+constexpr std::uint64_t WIDENING = 4;
+
 // As they fit into a volume header.
 std::vector<std::string> Abridged(const std::vector<std::string>& Texts, const char* pOfWhat)
 {
@@ -110,6 +115,7 @@ private:
                 WriteArea();
                 bDone = !m_Next;
                 iBreaks = 0;
+                m_uiMost = m_bEnds ? ANY_NUMBER : std::min(WIDENING * m_uiMost, ANY_NUMBER);
             }
             catch (const DeviceError& Error)
             {
@@ -117,28 +123,46 @@ private:
                 if (++iBreaks == MAX_BREAKS)
                     throw;
                 m_sBreak = Error.what();
-                ++m_Breaks[m_sSending];
-                Complain("The connection broke: {}.\n  Area {} is written again.", m_sBreak, Area());
+                CountBreak(iBreaks);
                 std::tie(m_Tree, m_Next, m_Saved, m_Without) = Before;
                 m_Progress.GoBack(uiBefore);
             }
         }
     }
 
+    // What breaks the connection may be a small file, which the server has met only when later ones were being sent.
+    // So areas hold fewer and fewer entries until it is alone.
+    void CountBreak(int iInARow)
+    {
+        if (!m_sSending.empty() && (iInARow > 1 || m_uiMost != ANY_NUMBER))
+            m_uiMost = std::max(m_uiEntries / NARROWING, std::uint64_t{1});
+        const int iBreaks = ++m_Breaks[m_sSending];
+        Complain("The connection broke: {}.\n  {}", m_sBreak,
+                 m_bStopped ? "The area that was being written is lost."
+                 : !m_sSending.empty() && iBreaks >= Session::MAX_TRIES
+                     ? fmt::format("It broke {} times at {}.", iBreaks, Quoted(m_sSending))
+                     : fmt::format("Area {} is written again.", Area()));
+    }
+
     // False when the user did not want to wait for the end of it.
     bool Verify()
     {
-        const auto Compare = [&] {
-            m_Server.Open(m_tVersion);
-            const Volume Tape = LookAt(m_Server);
-            if (ToLine(Tape.Last.First) != ToLine(m_Saved))
-                throw TapeError(
-                    "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written.");
-            return ReadVersion(m_Server, Tape, {}, nullptr);
-        };
         try
         {
-            if (Phase(ExitCode::DataDiffers, "", Compare) == ExitCode::DataDiffers)
+            const Volume Tape =
+                Phase(ExitCode::DataDiffers, "The backup is written, but was not compared: ", [&] {
+                    m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
+                    return LookAt(m_Server);
+                });
+            if (ToLine(Tape.Last.First) != ToLine(m_Saved))
+                throw CommandFailure{
+                    ExitCode::DataDiffers,
+                    "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written."};
+            const ExitCode enCode =
+                Phase(ExitCode::DataDiffers, "The backup is written, but was not compared to its end: ", [&] {
+                    return ReadVersion(m_Server, Tape, {}, nullptr);
+                });
+            if (enCode == ExitCode::DataDiffers)
                 throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
             return true;
         }
@@ -175,8 +199,9 @@ private:
     // A file that has broken the connection begins an area, so that what comes before it is not sent again and again.
     bool HasRoomFor(const Entry& What) const
     {
-        return m_Archive->Size() == 0 || (m_Archive->Size() + What.size <= m_uiAreaSize &&
-                                          m_sEntries.size() < MANIFEST_SIZE && BreaksAt(What) == 0);
+        return m_uiEntries < m_uiMost && m_sEntries.size() < MANIFEST_SIZE && !m_bEnds &&
+               (m_Archive->Size() == 0 ||
+                (m_Archive->Size() + What.size <= m_uiAreaSize && BreaksAt(What) == 0));
     }
 
     void WriteArea()
@@ -187,6 +212,8 @@ private:
                                                  "choose a larger --area-size",
                                                  MAX_AREAS, m_Abandoned.size()));
         m_sEntries.clear();
+        m_uiEntries = 0;
+        m_bEnds = false;
         WriteObject(ToLine(Head{.zdv = RecordKind::Area, .id = m_Saved.id, .area = Area()}));
         m_Archive.emplace(m_Server.Drive());
         bool bCut = false; // in the middle of an entry
@@ -203,7 +230,9 @@ private:
         {
             m_bStopped = true;
         }
-        bCut || m_bStopped ? m_Archive->CutOff() : m_Archive->Close();
+        // Nothing that is cut off makes no object, and the manifest would take its place.
+        const bool bStarted = m_Archive->Size() != 0;
+        bCut || (m_bStopped && bStarted) ? m_Archive->CutOff() : m_Archive->Close();
         ++m_uiObject;
         m_sSending.clear();
         if (!m_Next && m_Saved.files == 0 && m_bLeftOut)
@@ -215,6 +244,7 @@ private:
     bool WriteEntry(DiskEntry& Found)
     {
         CheckInterrupt();
+        ++m_uiEntries;
         Entry& What = Found.What;
         m_Progress.Begin(What.path);
         bool bWhole = true;
@@ -248,6 +278,7 @@ private:
         {
             const bool bHopeless = BreaksAt(What) >= Session::MAX_TRIES;
             m_bLeftOut = m_bLeftOut || bHopeless;
+            m_bEnds = bHopeless; // a file like it may follow, and its breaks are not in a row with these
             if (bHopeless)
                 throw std::runtime_error("the connection broke each time it was sent, at last: " + m_sBreak);
             FileHandle hFile = OpenFile(Found.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
@@ -385,6 +416,9 @@ private:
     std::map<std::string, int> m_Breaks; // of the connection, by what was being sent; "": a record
     std::string m_sBreak;                // why it broke last
     std::string m_sSending;
+    std::uint64_t m_uiMost = ANY_NUMBER; // entries that an area may hold
+    std::uint64_t m_uiEntries = 0;       // that this area holds
+    bool m_bEnds = false;                // this area, since a file that broke the connection was left out
     int m_iCuts = 0;
     std::optional<ArchiveWriter> m_Archive;
     std::string m_sEntries; // the lines of this area's manifest
