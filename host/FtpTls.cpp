@@ -1,66 +1,130 @@
 #include "host/FtpTls.h"
 
+#include "host/Console.h"
+
+#include <algorithm>
 #include <array>
-#include <utility>
+#include <memory>
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
 namespace {
 
-SOCKET ConnectTo(const Server& Target)
+// Of which a server that answers slowly, or without end, uses no more than a little time and memory.
+class Connection
 {
-    constexpr DWORD TIMEOUT_MS = 10'000;
-    std::string sName = Target.sName;
-    std::erase_if(sName, [](char c) { return c == '[' || c == ']'; }); // around an IPv6 address
-    addrinfo Hints{};
-    Hints.ai_socktype = SOCK_STREAM;
-    addrinfo* pFound = nullptr;
-    SOCKET hSocket = INVALID_SOCKET;
-    if (getaddrinfo(sName.c_str(), std::to_string(Target.uiPort).c_str(), &Hints, &pFound) != 0)
-        return hSocket;
-    for (const addrinfo* p = pFound; p != nullptr && hSocket == INVALID_SOCKET; p = p->ai_next)
+public:
+    Connection()
     {
-        hSocket = socket(p->ai_family, p->ai_socktype, p->ai_protocol);
-        setsockopt(hSocket, SOL_SOCKET, SO_RCVTIMEO, reinterpret_cast<const char*>(&TIMEOUT_MS),
-                   sizeof(TIMEOUT_MS));
-        if (connect(hSocket, p->ai_addr, static_cast<int>(p->ai_addrlen)) != 0)
-            closesocket(std::exchange(hSocket, INVALID_SOCKET));
+        WSADATA Data{};
+        WSAStartup(MAKEWORD(2, 2), &Data);
     }
-    freeaddrinfo(pFound);
-    return hSocket;
-}
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection()
+    {
+        Close();
+        WSACleanup();
+    }
 
-// The code of the next reply, whose last line has a blank after it; empty when there is none.
-std::string ReplyCode(SOCKET hSocket)
-{
-    std::string sLine;
-    for (char c = 0; recv(hSocket, &c, 1, 0) == 1;)
+    void Open(const Server& Target)
     {
-        if (c == '\n' && sLine.size() > 3 && sLine[3] == ' ')
-            return sLine.substr(0, 3);
-        c == '\n' ? sLine.clear() : sLine.push_back(c);
+        std::string sName = Target.sName;
+        std::erase_if(sName, [](char c) { return c == '[' || c == ']'; }); // around an IPv6 address
+        addrinfo Hints{};
+        Hints.ai_socktype = SOCK_STREAM;
+        addrinfo* pFound = nullptr;
+        if (getaddrinfo(sName.c_str(), std::to_string(Target.uiPort).c_str(), &Hints, &pFound) != 0)
+            return;
+        const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> Found(pFound, freeaddrinfo);
+        for (const addrinfo* p = pFound; p != nullptr && m_hSocket == INVALID_SOCKET; p = p->ai_next)
+        {
+            m_hSocket = socket(p->ai_family, p->ai_socktype, p->ai_protocol);
+            u_long uiNonBlocking = 1;
+            ioctlsocket(m_hSocket, static_cast<long>(FIONBIO), &uiNonBlocking);
+            if (connect(m_hSocket, p->ai_addr, static_cast<int>(p->ai_addrlen)) != 0 &&
+                !Wait(Until::Connected))
+                Close();
+        }
     }
-    return {};
-}
+
+    // The code of the next reply, whose last line has a blank after it; empty when there is none.
+    std::string ReplyCode()
+    {
+        constexpr std::size_t MAX_SIZE = 65536;
+        std::string sLine;
+        char c = 0;
+        for (std::size_t uiSize = 0;
+             uiSize < MAX_SIZE && Wait(Until::Readable) && recv(m_hSocket, &c, 1, 0) == 1; ++uiSize)
+        {
+            if (c == '\n' && sLine.size() > 3 && sLine[3] == ' ')
+                return sLine.substr(0, 3);
+            c == '\n' ? sLine.clear() : sLine.push_back(c);
+        }
+        return {};
+    }
+
+    std::string Ask(std::string_view sRequest)
+    {
+        const auto iSize = static_cast<int>(sRequest.size());
+        return send(m_hSocket, sRequest.data(), iSize, 0) == iSize ? ReplyCode() : "";
+    }
+
+private:
+    enum class Until
+    {
+        Connected,
+        Readable
+    };
+
+    // False when it fails, or not before the deadline of all that is asked. Throws Interrupted.
+    bool Wait(Until enUntil)
+    {
+        while (m_hSocket != INVALID_SOCKET && GetTickCount64() < m_uiDeadline)
+        {
+            CheckInterrupt();
+            fd_set Ready{};
+            fd_set Failed{};
+            FD_SET(m_hSocket, &Ready);
+            FD_SET(m_hSocket, &Failed);
+            timeval Slice{.tv_sec = 0, .tv_usec = 200'000};
+            const bool bRead = enUntil == Until::Readable;
+            if (select(0, bRead ? &Ready : nullptr, bRead ? nullptr : &Ready, &Failed, &Slice) != 0)
+                return FD_ISSET(m_hSocket, &Ready) && !FD_ISSET(m_hSocket, &Failed);
+        }
+        return false;
+    }
+
+    void Close()
+    {
+        if (m_hSocket != INVALID_SOCKET)
+            closesocket(m_hSocket);
+        m_hSocket = INVALID_SOCKET;
+    }
+
+    static constexpr ULONGLONG TIMEOUT_MS = 10'000;
+
+    SOCKET m_hSocket = INVALID_SOCKET;
+    const ULONGLONG m_uiDeadline = GetTickCount64() + TIMEOUT_MS;
+};
 
 } // namespace
 
 std::optional<bool> OffersTls(const Server& Target)
 {
-    WSADATA Data{};
-    WSAStartup(MAKEWORD(2, 2), &Data);
-    const SOCKET hSocket = ConnectTo(Target);
-    std::string sCode = ReplyCode(hSocket);
-    const bool bAnswers = !sCode.empty();
-    bool bOffers = false;
+    // "Not known", "not implemented", "log in first" and the like. Others, such as 421, refuse more than TLS.
+    constexpr std::array<std::string_view, 8> NO{"500", "501", "502", "503", "504", "530", "534", "431"};
+    Connection Control;
+    Control.Open(Target);
+    if (Control.ReplyCode() != "220")
+        return std::nullopt;
     for (const std::string_view sRequest : {"AUTH SSL\r\n", "AUTH TLS\r\n"}) // in libcurl's order
     {
-        if (bOffers || send(hSocket, sRequest.data(), static_cast<int>(sRequest.size()), 0) < 0)
-            break;
-        sCode = ReplyCode(hSocket);
-        bOffers = sCode == "234" || sCode == "334";
+        const std::string sCode = Control.Ask(sRequest);
+        if (sCode == "234" || sCode == "334")
+            return true;
+        if (std::ranges::find(NO, sCode) == NO.end())
+            return std::nullopt;
     }
-    closesocket(hSocket);
-    WSACleanup();
-    return bAnswers ? std::optional(bOffers) : std::nullopt;
+    return false;
 }

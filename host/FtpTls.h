@@ -3,5 +3,5 @@
 
 #include "host/Device.h"
 
-// Asks the server as libcurl does, over a connection of its own. Nothing when it does not answer.
+// Asks the server as libcurl does, over a connection of its own, for some seconds. Nothing when its answers say neither.
 std::optional<bool> OffersTls(const Server& Target);

@@ -57,9 +57,14 @@ std::string Describe(const Server& Target)
                        Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
 }
 
+bool HasListedKeys(const Server& Target)
+{
+    return quorvel::ReadKeys({Target.sName}, std::to_string(Target.uiPort)).bListed;
+}
+
 std::string DescribeIdentity(const Server& Target)
 {
-    if (quorvel::ReadKeys({Target.sName}, std::to_string(Target.uiPort)).bListed)
+    if (HasListedKeys(Target))
         return "The server's identity was compared: it has a key that zlt.ini lists.";
     return fmt::format(
         "The server's identity was not compared: somebody else could answer in its place. To have it "

@@ -11,6 +11,7 @@ inline constexpr const char* PORT_RULE =
 
 const char* SchemeOf(unsigned uiPort);      // "sftp", "ftps" or "ftp": the module goes by the port
 std::string Describe(const Server& Target); // ftp://server:21, root "backups", user "tape"
+bool HasListedKeys(const Server& Target);   // in zlt.ini: then it is talked to in no other way
 std::string
 DescribeIdentity(const Server& Target); // whether it was compared when the server was ready, or how it can be
 std::string Explain(const Server& Target,

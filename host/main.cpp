@@ -17,11 +17,14 @@ ExitCode Check(Session& Server, bool bWrite)
     Say("Ready: {}. It holds {}{}", Describe(Server.Target()), CountText(Versions.size(), "version"),
         Versions.empty() ? "; if this root did not exist, it was created just now."
                          : ", the newest of " + VersionText(Versions.back()) + '.');
-    if (SchemeOf(Server.Target().uiPort) == std::string("ftp"))
+    const bool bFtp = SchemeOf(Server.Target().uiPort) == std::string("ftp");
+    if (bFtp && HasListedKeys(Server.Target()))
+        Say("Encrypted: zlt.ini lists the server's keys, so nothing else is accepted.");
+    else if (bFtp)
     {
         const std::optional<bool> bTls = OffersTls(Server.Target());
         Say("{}",
-            !bTls   ? "Perhaps NOT ENCRYPTED: the server does not say whether it offers TLS."
+            !bTls   ? "Perhaps NOT ENCRYPTED: the server has not said whether it offers TLS."
             : *bTls ? "Encrypted: the server offers TLS."
                     : "NOT ENCRYPTED: the server offers no TLS. Others on the way can read the password and "
                       "the backup.");
