@@ -118,6 +118,24 @@ void AddCommands(CLI::App& App, CommandLine& Given)
     Restore.add_flag("--overwrite", Given.bReplace, "replace files that exist");
 }
 
+// What a URL says. Nobody guesses which one was meant if an option or the environment says something else.
+template <typename Value> void SetOnce(const char* pName, Value& Into, const Value& FromUrl)
+{
+    if (Into != Value() && Into != FromUrl)
+        throw CLI::ValidationError(
+            "--server",
+            fmt::format("the URL has another {0} than --{0} or the environment: give it once", pName));
+    Into = FromUrl;
+}
+
+unsigned PortOf(const std::string& sDigits)
+{
+    const int iPort = std::stoi(sDigits);
+    if (iPort < 1 || iPort > MAX_PORT)
+        throw CLI::ValidationError("--server", fmt::format("a port is a number from 1 to {}", MAX_PORT));
+    return static_cast<unsigned>(iPort);
+}
+
 } // namespace
 
 void CompleteServer(Server& Target)
@@ -130,18 +148,18 @@ void CompleteServer(Server& Target)
     if (std::regex_match(sGiven, Parts, URL))
     {
         const std::string sScheme = CLI::detail::to_lower(Parts[1]);
+        if (Parts[4].matched)
+            SetOnce("port", Target.uiPort, PortOf(Parts[4]));
         for (const auto& [pScheme, uiPort] : DEFAULT_PORTS)
             if (Target.uiPort == 0 && sScheme == pScheme)
                 Target.uiPort = uiPort;
         Target.sName = Parts[3];
-        if (Parts[2].matched)
-            Target.sUser = Parts[2];
-        if (Parts[4].matched)
-            Target.uiPort = static_cast<unsigned>(std::stoi(Parts[4]));
-        if (Parts[5].length() > 1)
-            Target.sRoot = Parts[5];
         if (Parts[2].str().find(':') != std::string::npos)
             throw CLI::ValidationError("--server", "leave the password out, others can read it there");
+        if (Parts[2].matched)
+            SetOnce("user", Target.sUser, Parts[2].str());
+        if (Parts[5].length() > 1)
+            SetOnce("root", Target.sRoot, Parts[5].str());
         if (sScheme != SchemeOf(Target.uiPort))
             throw CLI::ValidationError("--server", fmt::format("{} means {}, not {}. {}", Target.uiPort,
                                                                SchemeOf(Target.uiPort), sScheme, PORT_RULE));
