@@ -10,6 +10,7 @@
 #include <iterator>
 #include <sstream>
 #include <utility>
+#include <ws2tcpip.h>
 
 namespace quorvel {
 
@@ -28,6 +29,7 @@ bool AllOf(std::string_view sText, const std::string& sAllowed)
 Words WordsOf(const std::string& sText)
 {
     std::istringstream Stream(sText);
+    Stream.exceptions(std::ios::badbit); // what there is no memory for must not be passed over
     return {std::istream_iterator<std::string>(Stream), {}};
 }
 
@@ -50,6 +52,16 @@ bool IsKey(std::string_view sKey)
     return sHash.size() == 43 && AllOf(sHash, std::string(LETTERS_AND_DIGITS) + "+/");
 }
 
+// In its shortest form, which is libcurl's. Empty for what is no address.
+std::string Ipv6Address(const std::string& sText)
+{
+    IN6_ADDR Address{};
+    wchar_t aAddress[INET6_ADDRSTRLEN] = L"";
+    if (InetPtonW(AF_INET6, Widen(sText).c_str(), &Address) == 1)
+        InetNtopW(AF_INET6, &Address, aAddress, std::size(aAddress));
+    return ToUtf8(aAddress);
+}
+
 struct ServerName
 {
     explicit ServerName(std::string sText) : sHost(std::move(sText))
@@ -63,22 +75,29 @@ struct ServerName
         std::erase_if(sHost, [](char c) { return c == '[' || c == ']'; });
         if (sHost.ends_with('.'))
             sHost.pop_back();
+        if (sHost.find(':') != sHost.npos)
+            sHost = Ipv6Address(sHost);
     }
 
     std::string sHost; // without brackets and the point at the end
     std::string sPort; // ":22", or empty for all
 };
 
+bool IsPort(const std::string& sText)
+{
+    return sText.size() <= 5 && AllOf(sText, "0123456789") && sText[0] != '0' && std::stoul(sText) <= 65535;
+}
+
 // "server = key key ...", "server = ?" or "* = required".
 bool IsEntry(const Words& aNames, const Words& aValues)
 {
     if (aNames.size() != 1 || aValues.empty())
         return false;
+    if (aNames[0] == "*")
+        return aValues == Words{"required"};
     const ServerName Name(aNames[0]);
-    if (Name.sHost == "*")
-        return Name.sPort.empty() && aValues == Words{"required"};
     return AllOf(Name.sHost, std::string(LETTERS_AND_DIGITS) + ".:-_") &&
-           (Name.sPort.empty() || AllOf(Name.sPort.substr(1), "0123456789")) &&
+           (Name.sPort.empty() || IsPort(Name.sPort.substr(1))) &&
            (aValues == Words{"?"} || std::ranges::all_of(aValues, IsKey));
 }
 
@@ -89,6 +108,17 @@ bool IsNamed(const std::string& sEntry, const Words& aServer, const std::string&
            std::ranges::any_of(aServer, [&](const std::string& sServer) {
                return _stricmp(ServerName(sServer).sHost.c_str(), Name.sHost.c_str()) == 0;
            });
+}
+
+// "[fd00::7] = ..." is none, nor is "[fd00::7 = ...", where a bracket was forgotten.
+bool IsHeader(const std::string& sLine)
+{
+    const std::size_t uiEnd = sLine.find(']');
+    if (!sLine.starts_with('[') || uiEnd == sLine.npos)
+        return false;
+    const std::size_t uiRest = sLine.find_first_not_of(" \t", uiEnd + 1);
+    return AllOf(sLine.substr(1, uiEnd - 1), std::string(LETTERS_AND_DIGITS) + " \t_-") &&
+           (uiRest == sLine.npos || sLine[uiRest] == ';');
 }
 
 ListedKeys Damaged(const std::wstring& sWhy) { return {true, {}, L"zlt.ini, section Server Keys: " + sWhy}; }
@@ -105,12 +135,11 @@ ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const st
     bool bInside = false;
     bool bSeen = false;
     std::istringstream Lines(sText);
+    Lines.exceptions(std::ios::badbit);
     for (std::string sLine; std::getline(Lines, sLine);)
     {
         sLine.erase(0, sLine.find_first_not_of(" \t"));
-        // "[fd00::7] = ..." is none.
-        const bool bHeader = sLine.starts_with('[') && sLine.find('=', sLine.find(']')) == sLine.npos;
-        if (bHeader || (!bInside && sLine.starts_with('[')))
+        if (bInside ? IsHeader(sLine) : sLine.starts_with('['))
         {
             std::erase_if(sLine, [](char c) { return c == ' ' || c == '\t'; });
             bInside = _strnicmp(sLine.c_str(), "[ServerKeys", 11) == 0;
@@ -129,6 +158,8 @@ ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const st
             if (bNamed)
                 Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
         }
+        else if (!bInside && std::ranges::any_of(WordsOf(sLine), IsKey))
+            return Damaged(L"a server's key is outside of the section");
     }
     return Found;
 }
