@@ -51,8 +51,9 @@
 //   Ask at once: the next read, write, skip or further filemark forgets the error; making ready and the other
 //   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but for a skip that
 //   has ended a failed upload and has then read on.
-//   In one case the status has no reason, and the last error stays as it was: the device has not been made ready,
-//   or libcurl refuses the URL of the server and the root.
+//   In two cases the status has no reason. The last error stays as it was when the device has not been made ready,
+//   or libcurl refuses the URL of the server and the root. It is 0 when a buffer is no memory of the process and a
+//   transfer runs, which goes on.
 //   After a failed upload the versions and objects cannot be listed: make the device ready or close it.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.

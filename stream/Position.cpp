@@ -45,6 +45,7 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
         return ZDV_FUNCTION_NOT_SUPPORTED;
     std::vector<char> aScratch(ZDV_BLOCK_SIZE);
     const bool bUpload = FC.m_bSendData && !FC.m_bFailureTold;
+    const std::uint32_t uiObject = FC.m_uiCurrentObject; // kept by a read that ends a failed upload
     LastError EndedUpload;
     ZDV_STATUS uiRc = ZDV_SUCCESS;
     for (std::int32_t i = 0; i < iBlocks && uiRc != ZDV_FILEMARK_REACHED; ++i)
@@ -53,7 +54,7 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
         uiRc = ReadData(&FC, 1, aScratch.data());
         // On top of what the read itself counts, also when no block was there: fixed by the interface.
         ++FC.m_uiCurrentBlock;
-        if (i == 0 && bUpload && !FC.m_bSendData && !FC.m_bGetData)
+        if (i == 0 && bUpload && !FC.m_bSendData && FC.m_uiCurrentObject == uiObject)
             EndedUpload = TakeLastError(FC);
     }
     FC.m_EndedUpload = std::move(EndedUpload);
