@@ -14,7 +14,7 @@ public:
     // A version label of tDate, a point and three digits. False for a date beyond the local-time conversion
     // and for a number without label; sLabel stays as it was.
     static bool ConvertDateAndIdToLabel(std::int64_t tDate, std::uint32_t uiObjectId, std::wstring& sLabel);
-    // False for a text that has not the form of an object label. The point is not looked for at one place:
+    // False for a text that is not an object label. The point may be anywhere:
     // "ZELT_202403151430.50012" is object 50012.
     static bool ConvertLabelToDateAndId(const std::wstring& sLabel, std::int64_t& tDate,
                                         std::uint32_t& uiObjectId);

@@ -18,7 +18,7 @@ void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<Are
 {
     Trace.Text(Level::Information, L"sLabel", sLine);
     // A foreign name is kept, so nothing that follows it is recognised, in this directory and any later one
-    // until the module is loaded anew: fixed by the interface.
+    // until the module is loaded again: fixed by the interface.
     if (!sLine.starts_with(LABEL_PREFIX))
         return;
     std::int64_t tDate = 0;
@@ -28,7 +28,7 @@ void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<Are
     sLine.clear();
 }
 
-void ListObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
+void RequestObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
     Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
     // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
@@ -64,12 +64,12 @@ bool AreaObjectMgr::GetAreaObjectList(const std::wstring& sRootURL, const std::w
         return Call.Refuse(L"Empty Version Label", L"... ending(Empty root supplied)");
     if (!Call.HasHandle())
         return false;
-    Listing Current(g_Line);
-    ListObjects(Call.Calls, sRootURL + L"/" + sVersionLabel + L"/", aObjects);
+    ListingAttempt Current(g_Line);
+    RequestObjects(Call.Calls, sRootURL + L"/" + sVersionLabel + L"/", aObjects);
     if (Call.Calls.Succeeded())
     {
         Current.Complete();
         std::sort(aObjects.begin(), aObjects.end());
     }
-    return Call.Succeeded();
+    return Call.Finish();
 }

@@ -4,8 +4,7 @@
 #include "catalogue/ServerUrl.h"
 #include "catalogue/VersionMgr.h"
 #include "common/Rollback.h"
-#include "interface/CurlCalls.h"
-#include "interface/Entry.h"
+#include "device/CurlCalls.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
@@ -31,13 +30,13 @@ bool SetRootUrl(const FtpContext& FC, const FunctionTrace& Trace, const std::wst
     return Calls.Succeeded();
 }
 
-bool ListVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
+bool QueryVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
 {
     Rollback HalfList(FC.m_VersionList);
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
     if (!Manager.GetVersionList(sURL, FC.m_VersionList))
     {
-        TakeLastError(FC, Manager);
+        StoreFailure(FC, StoredFailure(Manager));
         return Trace.Failed(L"... ending(VersionMgr::GetVersionList failed)");
     }
     HalfList.Complete();
@@ -58,7 +57,7 @@ bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, c
     std::wstring sBackupTime;
     if (!Version::ConvertDateToString(tDate, sBackupTime))
     {
-        AssignLastError(FC, {ERROR_INVALID_PARAMETER, sReason});
+        StoreFailure(FC, {ERROR_INVALID_PARAMETER, sReason});
         return Trace.Failed(sFailure);
     }
     Trace.At(sPlace).Text(L"sBackupTime", sBackupTime);
@@ -92,12 +91,12 @@ bool ChooseVersion(FtpContext& FC, const FunctionTrace& Trace, std::int64_t& tCa
 
 bool LoadObjects(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& sURL)
 {
-    // A host that wrote behind half of the objects would overwrite the other half.
+    // A host that wrote after half of the objects would overwrite the other half.
     Rollback HalfList(FC.m_AreaObjectList);
     AreaObjectMgr Manager(FC.m_pCurl);
     if (!Manager.GetAreaObjectList(sURL, FC.m_CurrentVersion.GetLabel(), FC.m_AreaObjectList))
     {
-        TakeLastError(FC, Manager);
+        StoreFailure(FC, StoredFailure(Manager));
         return FailedWithLastError(FC, Trace);
     }
     HalfList.Complete();
@@ -108,7 +107,7 @@ bool UseVersion(FtpContext& FC, const FunctionTrace& Trace, const std::wstring& 
 {
     if (tCandidate == NONE)
     {
-        AssignLastError(FC, {ERROR_BAD_ENVIRONMENT, L"No latest/requested Volume Header found"});
+        StoreFailure(FC, {ERROR_BAD_ENVIRONMENT, L"No latest/requested Volume Header found"});
         return FailedWithLastError(FC, Trace);
     }
     if (!TraceDate(FC, Trace, tCandidate, L"Using version dated", L"Invalid backup date/time to use",
@@ -126,7 +125,7 @@ ZDV_STATUS Query(FtpContext& FC, const FunctionTrace& Trace)
     FC.m_tLatestVersion = NONE;
 
     const std::wstring sURL = RootUrl(FC);
-    if (!SetRootUrl(FC, Trace, sURL) || !ListVersions(FC, Trace, sURL))
+    if (!SetRootUrl(FC, Trace, sURL) || !QueryVersions(FC, Trace, sURL))
         return ZDV_DEVICE_ERROR;
     if (FC.m_tLatestVersion == NONE)
     {
@@ -151,8 +150,8 @@ ZDV_STATUS ObjectQueryBackup(FtpContext& FC)
     }
     catch (...)
     {
-        TraceException(Trace);
-        AssignLastError(FC, ExceptionFailure());
+        Trace.Exception();
+        StoreFailure(FC, ExceptionFailure());
         return ZDV_DEVICE_ERROR;
     }
 }

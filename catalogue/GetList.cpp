@@ -1,7 +1,7 @@
 // ZDV_GetList.
 #include "catalogue/Version.h"
 #include "interface/Category.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 
 #include <cstddef>
 #include <cstdlib>

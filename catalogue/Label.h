@@ -16,7 +16,7 @@ inline constexpr std::wstring_view LABEL_PREFIX = L"ZELT_";
 inline constexpr std::size_t LABEL_DATE_LENGTH = 14; // YYYYMMDDhhmmss
 inline constexpr const wchar_t* LABEL_DATE_PATTERN = L"%Y%m%d%H%M%S";
 
-// What a version or an object is labelled that has no label of its own.
+// The label of a version or object that cannot have one: its date is out of range, or its number over 999.
 inline constexpr std::wstring_view ERROR_LABEL = L"ZELT_ERROR";
 static_assert(ERROR_LABEL.starts_with(LABEL_PREFIX));
 
@@ -30,7 +30,7 @@ bool FormatLocalTime(const quorvel::FunctionTrace& Trace, std::int64_t tDate, co
 // alone.
 std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::FunctionTrace& Trace);
 
-// The label without its prefix. False, traced, when the label has not LABEL_PREFIX and uiRemainder more
-// characters, or a character is neither a digit nor (if allowed) a point.
+// The label without its prefix. False, traced, when the label is not LABEL_PREFIX and uiRemainder more
+// characters, each a digit or (if allowed) a point.
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
                 const quorvel::FunctionTrace& Trace, std::wstring& sRemainder);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/Rollback.h"
-#include "interface/CurlCallback.h"
+#include "device/CurlCallback.h"
 
 #include <curl/curl.h>
 #include <string>
@@ -14,14 +14,14 @@
 struct ListingLine
 {
     std::wstring sText;
-    std::size_t uiStart = 0; // of the line being read; what stands before it was kept
+    std::size_t uiStart = 0; // of the line being read; what comes before it was kept
 };
 
-// One listing. If it fails, the line is put back as it was found.
-class Listing
+// One try to list a directory. If it fails, the line is put back as it was found.
+class ListingAttempt
 {
 public:
-    explicit Listing(ListingLine& Line) : m_Line(Line) { Line.uiStart = Line.sText.size(); }
+    explicit ListingAttempt(ListingLine& Line) : m_Line(Line) { Line.uiStart = Line.sText.size(); }
     void Complete() { m_Line.Complete(); }
 
 private:
@@ -54,11 +54,11 @@ void FeedListing(ListingLine& Line, std::string_view sPiece, const LineEnded& li
 
 // The body of a libcurl callback that receives a listing: takeLine decides what becomes of each line and of the
 // list. uiNoList is the answer when there is no list.
-template <typename Entry>
+template <typename Item>
 std::size_t ReceiveListing(const wchar_t* sFunction, ListingLine& Line, std::string_view sPiece, void* pList,
                            std::size_t uiNoList,
                            void (*takeLine)(const quorvel::FunctionTrace& Trace, std::wstring& sLine,
-                                            std::vector<Entry>& aList))
+                                            std::vector<Item>& aList))
 {
     return GuardedCallback(sFunction, [&](const quorvel::FunctionTrace& Trace) {
         if (pList == nullptr)
@@ -66,7 +66,7 @@ std::size_t ReceiveListing(const wchar_t* sFunction, ListingLine& Line, std::str
             Trace.Error(L"... ending(Invalid user data)");
             return uiNoList;
         }
-        auto& aList = *static_cast<std::vector<Entry>*>(pList);
+        auto& aList = *static_cast<std::vector<Item>*>(pList);
         FeedListing(Line, sPiece, [&](std::wstring& sLine) { takeLine(Trace, sLine, aList); });
         Trace.Ending();
         return sPiece.size();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/FunctionTrace.h"
-#include "interface/CurlCalls.h"
+#include "device/CurlCalls.h"
 
 #include <string>
 #include <windows.h>
@@ -22,8 +22,7 @@ public:
     // Always false.
     bool Refuse(const wchar_t* sError, const wchar_t* sEnding)
     {
-        m_Manager.m_dwLastError = ERROR_INVALID_PARAMETER;
-        m_Manager.m_sLastError = sError;
+        StoreFailure(m_Manager, {ERROR_INVALID_PARAMETER, sError});
         return Trace.Failed(sEnding);
     }
     bool HasHandle()
@@ -31,13 +30,17 @@ public:
         return m_bHasHandle || Refuse(L"NULL cURL handle", L"... ending(Supplied handle is null)");
     }
 
-    bool Succeeded()
+    // The last step: whether all calls have succeeded.
+    bool Finish()
     {
-        if (Calls.Succeeded(m_Manager))
-            Trace.Ending();
-        else
+        if (!Calls.Succeeded())
+        {
+            StoreFailure(m_Manager, Calls.Reason());
             Trace.At(quorvel::ENDING).Text(quorvel::Level::Error, L"m_sLastError", m_Manager.m_sLastError);
-        return Calls.Succeeded();
+            return false;
+        }
+        Trace.Ending();
+        return true;
     }
 
     const quorvel::FunctionTrace Trace;

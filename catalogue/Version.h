@@ -12,7 +12,7 @@ public:
 
     // "ZELT_" and fourteen digits. False for a date beyond the local-time conversion; sLabel stays as it was.
     static bool ConvertDateToLabel(std::int64_t tDate, std::wstring& sLabel);
-    // False, with tDate 0, for a text that has not the form of a version label.
+    // False, with tDate 0, for a text that is not a version label.
     static bool ConvertLabelToDate(const std::wstring& sLabel, std::int64_t& tDate);
     // "dd/mm/yyyy hh:mm:ss", local time. False for a date beyond the local-time conversion.
     static bool ConvertDateToString(std::int64_t tDate, std::wstring& sText);

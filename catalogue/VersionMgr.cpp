@@ -52,7 +52,7 @@ void PerformCreatingDirectories(CurlCalls& Calls, const std::wstring& sPattern)
     Calls.Call(PerformListing, L"Couldn't perform operation");
 }
 
-void ListVersions(CurlCalls& Calls, const std::wstring& sPattern, std::vector<std::int64_t>& aVersions)
+void RequestVersions(CurlCalls& Calls, const std::wstring& sPattern, std::vector<std::int64_t>& aVersions)
 {
     SetDirectory(Calls, sPattern);
     Calls.Set(CURLOPT_DIRLISTONLY, 1L, L"Couldn't set directory list only option");
@@ -85,14 +85,14 @@ bool VersionMgr::GetVersionList(const std::wstring& sRootURL, std::vector<std::i
         return Call.Refuse(L"Empty URL", L"... ending(Empty URL supplied)");
     if (!Call.HasHandle())
         return false;
-    Listing Current(g_Line);
-    ListVersions(Call.Calls, sRootURL + L"/", aVersions);
+    ListingAttempt Current(g_Line);
+    RequestVersions(Call.Calls, sRootURL + L"/", aVersions);
     if (Call.Calls.Succeeded())
     {
         Current.Complete();
         std::sort(aVersions.begin(), aVersions.end());
     }
-    return Call.Succeeded();
+    return Call.Finish();
 }
 
 bool VersionMgr::CreateVersion(const std::wstring& sServer, const std::wstring& sRoot, const Version& version)
@@ -106,5 +106,5 @@ bool VersionMgr::CreateVersion(const std::wstring& sServer, const std::wstring& 
         return false;
     const std::wstring sLabel = version.GetLabel();
     RequestDirectory(Call.Calls, RootUrl(m_sProtocol, sServer, sRoot) + L"/" + sLabel + L"/");
-    return Call.Succeeded();
+    return Call.Finish();
 }

@@ -47,6 +47,9 @@ public:
     void Information(const wchar_t* pMessage) const { Message(Level::Information, pMessage); }
     void Verbose(const wchar_t* pMessage) const { Message(Level::Verbose, pMessage); }
 
+    // The exception being handled. For catch blocks only.
+    void Exception() const noexcept;
+
     // A variable; verbose unless the level is given.
     template <typename Char> void Text(Level enLevel, const wchar_t* pName, const Char* pValue) const
     {

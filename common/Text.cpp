@@ -33,8 +33,8 @@ std::wstring OnlyWhatTheLocaleKnows(std::wstring_view sText)
     return sKnown;
 }
 
-// The length of a scheme and its "://". A password may hold "://" too, but no user's name in front of it: the
-// colon between them is no part of a scheme.
+// The length of a scheme and its "://". A password may contain "://", too, but it follows "user:", and a scheme
+// contains no colon.
 template <typename Char> std::size_t SchemeLength(std::basic_string_view<Char> sText)
 {
     std::size_t i = 0;

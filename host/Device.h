@@ -2,7 +2,7 @@
 // normal outcome is thrown.
 #pragma once
 
-#include "host/Module.h"
+#include "interface/Module.h"
 
 #include <cstddef>
 #include <ctime>

@@ -7,12 +7,12 @@
 #include <cstddef>
 #include <iterator>
 
-// The entry of a table by its uiCategory; null for a category that is not in it.
-template <typename Entry, std::size_t uiEntries, typename Category>
-const Entry* FindCategory(const Entry (&aTable)[uiEntries], Category uiCategory)
+// The row of a table by its uiCategory; null for a category that is not in it.
+template <typename Row, std::size_t uiRows, typename Category>
+const Row* FindCategory(const Row (&aTable)[uiRows], Category uiCategory)
 {
-    const Entry* const pEntry = std::ranges::find(aTable, uiCategory, &Entry::uiCategory);
-    return pEntry != std::end(aTable) ? pEntry : nullptr;
+    const Row* const pRow = std::ranges::find(aTable, uiCategory, &Row::uiCategory);
+    return pRow != std::end(aTable) ? pRow : nullptr;
 }
 
 // The one answer to a category that the export of this trace does not know.

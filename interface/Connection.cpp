@@ -2,8 +2,8 @@
 
 #include "common/Text.h"
 #include "common/Url.h"
-#include "interface/CurlCalls.h"
-#include "interface/LastError.h"
+#include "device/CurlCalls.h"
+#include "device/LastError.h"
 #include "interface/ModuleVersion.h"
 #include "interface/zdv.h"
 
@@ -30,7 +30,8 @@ constexpr long CONNECTION_LIFETIME = 1500; // seconds
 
 bool Failed(FtpContext& FC, const FunctionTrace& Trace, const Failure& Reason)
 {
-    StoreLastError(FC, Reason);
+    if (!WorkerRuns(FC))
+        StoreFailure(FC, Reason);
     Trace.At(quorvel::ENDING).Text(Level::Error, L"FC.m_sLastError", Reason.sLastError);
     return false;
 }
@@ -40,7 +41,7 @@ bool SetPort(CurlCalls& Calls, const FunctionTrace& Trace, std::uint32_t uiPort)
     Trace.At(L"curl_easy_setopt(CURLOPT_PORT)").Number(L"FC.m_uiPort", uiPort);
     Calls.Set(CURLOPT_PORT, static_cast<long>(uiPort), L"Failed to set Port");
     if (!Calls.Succeeded())
-        Trace.At(L"CURLOPT_PORT").Number(Level::Error, Calls.Failure(), Calls.Result());
+        Trace.At(L"CURLOPT_PORT").Number(Level::Error, Calls.FailureText(), Calls.Result());
     return Calls.Succeeded();
 }
 
@@ -144,11 +145,11 @@ bool DoInitEx(FtpContext& FC)
     Calls.Try(CURLOPT_USERAGENT, "ZELT/" PRODUCT_VERSION, {L"Set User Agent failed"},
               L"curl_easy_setopt(CURLOPT_USERAGENT)");
     if (!SetPort(Calls, Trace, FC.m_uiPort))
-        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.Failure()});
+        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.FailureText()});
     FC.m_sProtocol = Scheme(FC.m_uiPort);
     Trace.Text(L"FC.m_sProtocol", FC.m_sProtocol);
     if (!SetOptions(Calls, FC))
-        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.Failure()});
+        return Failed(FC, Trace, {ERROR_BAD_ENVIRONMENT, Calls.FailureText()});
     FC.m_sRoot = NormalisedRoot(FC.m_sRoot);
     Trace.Location(L"FC.m_sRoot", FC.m_sRoot);
     Trace.Ending();

@@ -1,7 +1,7 @@
 // ZDV_GetDeviceOptions[W] and ZDV_SetDeviceOptions[W].
 #include "common/Text.h"
 #include "interface/Category.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 
 #include <cstdlib>
 

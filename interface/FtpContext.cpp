@@ -1,7 +1,8 @@
 #include "interface/FtpContext.h"
 
 #include "common/FunctionTrace.h"
-#include "stream/PipeEnds.h"
+#include "device/Failure.h"
+#include "device/PipeHandles.h"
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
@@ -11,8 +12,7 @@ FtpContext::FtpContext()
     const FunctionTrace Trace = FunctionTrace::Started(L"FtpContext::FtpContext");
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
     {
-        m_dwLastError = ERROR_NOT_READY;
-        m_sLastError = L"curl_global_init(CURL_GLOBAL_DEFAULT) failed";
+        StoreFailure(*this, {ERROR_NOT_READY, L"curl_global_init(CURL_GLOBAL_DEFAULT) failed"});
         Trace.Text(Level::Error, L"m_sLastError", m_sLastError);
     }
     Trace.Text(L"sVersions", curl_version());

@@ -12,24 +12,25 @@
 #include <vector>
 #include <windows.h>
 
-// Whether a transfer's two ends have met. Awaited is left once, by whichever thread decides first.
-enum class Connection
+// Whether the two threads of a transfer have met; stream/Meeting.h shows who changes it, and when.
+enum class Meeting
 {
+    None,
     Awaited,
     Made,
     GivenUpByWorker,
     GivenUpByHost
 };
 
-// A failure as the host is told it.
+// A failure, as it is kept for the host.
 struct LastError
 {
     std::uint32_t dwCode = 0;
     std::wstring sText;
 };
 
-// One open device. Its address is the host's handle. What the worker thread of a transfer may touch, and
-// what orders the two threads, stands in stream/Transfer.h.
+// One open device. Its address is the host's handle. stream/Transfer.h says what the worker thread of
+// a transfer may touch, and what orders the two threads.
 class FtpContext
 {
 public:
@@ -69,8 +70,8 @@ public:
     std::vector<AreaObject> m_AreaObjectList; // entry n - 1 is object n of the current version
     std::uint32_t m_dwLastError = 0;          // a Windows error number or a libcurl result code
     std::wstring m_sLastError;
-    std::atomic<Connection> m_enConnection = Connection::Made; // of the transfer started last
-    HANDLE m_hHostThread = nullptr;                            // the thread that starts it, meanwhile
-    bool m_bFailureTold = false; // a write has answered with the failure of the upload that runs
-    LastError m_EndedUpload;     // why the upload failed that the last spacing over blocks has ended
+    std::atomic<Meeting> m_enMeeting = Meeting::None;
+    HANDLE m_hHostThread = nullptr; // the thread that waits for its worker, so that the worker can call it
+    bool m_bFailureTold = false;    // a write has answered with the failure of the upload that runs
+    LastError m_EndedUpload;        // why the upload failed that the last spacing over blocks has ended
 };

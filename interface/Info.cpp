@@ -3,7 +3,7 @@
 #include "interface/BackupTime.h"
 #include "interface/Category.h"
 #include "interface/DeviceDescription.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 
 #include <cstdlib>
 #include <optional>

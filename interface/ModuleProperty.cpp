@@ -2,7 +2,7 @@
 #include "common/Text.h"
 #include "interface/Category.h"
 #include "interface/DeviceDescription.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "interface/ModuleVersion.h"
 
 using quorvel::FunctionTrace;

@@ -1,6 +1,6 @@
 // ZDV_GetProperty and ZDV_SetProperty.
 #include "interface/Category.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 
 using quorvel::FunctionTrace;
 

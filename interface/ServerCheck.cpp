@@ -1,8 +1,8 @@
 #include "interface/ServerCheck.h"
 
 #include "common/Text.h"
-#include "interface/CurlCallback.h"
-#include "interface/CurlCalls.h"
+#include "device/CurlCallback.h"
+#include "device/CurlCalls.h"
 
 #include <algorithm>
 #include <openssl/ssl.h>

@@ -1,7 +1,7 @@
 // ZDV_Utility.
 #include "interface/Category.h"
 #include "interface/Connection.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "stream/ResetMedia.h"
 
 using quorvel::FunctionTrace;

@@ -17,7 +17,7 @@
 //   object. Object 1 is the volume header; writing it creates a new version, named by the second. Objects
 //   2, 5, 8, ... are area headers. A header is read with one call. Data moves in blocks of 65,536 bytes.
 //   A file in a version's directory that is no object hides the objects listed after it, until the library
-//   is loaded anew.
+//   is loaded again.
 //
 // Position
 //   The position is an object number (0 is the beginning of the medium) and a block number in that object.

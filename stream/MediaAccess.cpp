@@ -1,6 +1,6 @@
 // ZDV_MediaAccess.
 #include "interface/Category.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "stream/ObjectClose.h"
 
 using quorvel::FunctionTrace;

@@ -5,21 +5,19 @@ namespace {
 constexpr DWORD LOOK_STEP = 5000;      // milliseconds until the host is looked at again
 constexpr DWORD CONNECT_LIMIT = 30000; // milliseconds that a worker looks for its host among strangers
 
-bool Decide(FtpContext& FC, Connection enDecision)
-{
-    Connection enAwaited = Connection::Awaited;
-    return FC.m_enConnection.compare_exchange_strong(enAwaited, enDecision) || enAwaited == enDecision;
-}
+SRWLOCK g_StateLock = SRWLOCK_INIT;
+CONDITION_VARIABLE g_StateChanged = CONDITION_VARIABLE_INIT;
 
-SRWLOCK g_DecisionLock = SRWLOCK_INIT;
-CONDITION_VARIABLE g_Decided = CONDITION_VARIABLE_INIT;
-
-// Wakes a worker that waits for the host's decision. Without the lock it could fall asleep just behind it.
-void AnnounceDecision()
+// The only writer of the state. False when it is no longer enFrom. Wakes a worker that waits for the host; without the
+// lock that could fall asleep just after the change.
+bool MoveTo(FtpContext& FC, Meeting enFrom, Meeting enTo)
 {
-    AcquireSRWLockExclusive(&g_DecisionLock);
-    ReleaseSRWLockExclusive(&g_DecisionLock);
-    WakeAllConditionVariable(&g_Decided);
+    if (!FC.m_enMeeting.compare_exchange_strong(enFrom, enTo))
+        return false;
+    AcquireSRWLockExclusive(&g_StateLock);
+    ReleaseSRWLockExclusive(&g_StateLock);
+    WakeAllConditionVariable(&g_StateChanged);
+    return true;
 }
 
 // Who is at the other end of a pipe.
@@ -39,17 +37,21 @@ HANDLE OpenPipe(const TransferDirection& Direction)
 // Whether the host takes the client that has just come for its worker. It is about to say so.
 bool IsWelcome(const FtpContext& FC, ULONGLONG ullLimit)
 {
-    AcquireSRWLockExclusive(&g_DecisionLock);
-    for (ULONGLONG ullNow = GetTickCount64(); FC.m_enConnection == Connection::Awaited && ullNow < ullLimit;
+    AcquireSRWLockExclusive(&g_StateLock);
+    for (ULONGLONG ullNow = GetTickCount64(); FC.m_enMeeting == Meeting::Awaited && ullNow < ullLimit;
          ullNow = GetTickCount64())
-        SleepConditionVariableSRW(&g_Decided, &g_DecisionLock, static_cast<DWORD>(ullLimit - ullNow), 0);
-    ReleaseSRWLockExclusive(&g_DecisionLock);
-    return FC.m_enConnection == Connection::Made;
+        SleepConditionVariableSRW(&g_StateChanged, &g_StateLock, static_cast<DWORD>(ullLimit - ullNow), 0);
+    ReleaseSRWLockExclusive(&g_StateLock);
+    return FC.m_enMeeting == Meeting::Made;
 }
 
 } // namespace
 
 // ------------------------------------------------------------------------------------------- host's thread
+
+void BeginMeeting(FtpContext& FC) { MoveTo(FC, Meeting::None, Meeting::Awaited); }
+
+void EndMeeting(FtpContext& FC) { MoveTo(FC, FC.m_enMeeting, Meeting::None); }
 
 void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction)
 {
@@ -61,25 +63,26 @@ void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction)
 
 DWORD AwaitClient(FtpContext& FC, HANDLE hServer)
 {
-    while (FC.m_enConnection == Connection::Awaited)
+    while (FC.m_enMeeting == Meeting::Awaited)
     {
         if (!ConnectNamedPipe(hServer, nullptr))
             return GetLastError();
-        if (IsThisProcess(GetNamedPipeClientProcessId, hServer) && Decide(FC, Connection::Made))
-        {
-            AnnounceDecision();
+        if (IsThisProcess(GetNamedPipeClientProcessId, hServer) &&
+            MoveTo(FC, Meeting::Awaited, Meeting::Made))
             return ERROR_SUCCESS;
-        }
         DisconnectNamedPipe(hServer);
     }
     return ERROR_PIPE_NOT_CONNECTED;
 }
 
-Connection GiveUp(FtpContext& FC)
+bool GiveUp(FtpContext& FC)
 {
-    const Connection enDecision = FC.m_enConnection.exchange(Connection::GivenUpByHost);
-    AnnounceDecision();
-    return enDecision;
+    if (MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByHost))
+        return true;
+    // The worker calls this thread until it sees this.
+    MoveTo(FC, Meeting::GivenUpByWorker, Meeting::GivenUpByHost);
+    WaitForSingleObject(FC.m_hThread, INFINITE);
+    return false;
 }
 
 // ------------------------------------------------------------------------------------------- worker
@@ -89,7 +92,7 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
     const ULONGLONG ullLimit = GetTickCount64() + CONNECT_LIMIT;
     DWORD dwLastError = ERROR_PIPE_BUSY;
     while (dwLastError == ERROR_PIPE_BUSY && GetTickCount64() < ullLimit &&
-           FC.m_enConnection != Connection::GivenUpByHost)
+           FC.m_enMeeting != Meeting::GivenUpByHost)
     {
         WaitNamedPipeW(Direction.sPipeName, LOOK_STEP);
         const HANDLE hClient = OpenPipe(Direction);
@@ -108,19 +111,18 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
 
 void LeaveHost(FtpContext& FC)
 {
-    if (!Decide(FC, Connection::GivenUpByWorker))
-        return;
+    MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByWorker);
     // More than once: the host's thread may be on its way into ConnectNamedPipe. It does nothing else until it
     // has seen this.
-    while (FC.m_enConnection == Connection::GivenUpByWorker)
+    while (FC.m_enMeeting == Meeting::GivenUpByWorker)
     {
         CancelSynchronousIo(FC.m_hHostThread);
         Sleep(1);
     }
 }
 
-void StoreWorkerError(FtpContext& FC, const Failure& Reason) noexcept
+void StoreWorkerFailure(FtpContext& FC, const Failure& Reason) noexcept
 {
-    if (Decide(FC, Connection::GivenUpByWorker) || FC.m_enConnection == Connection::Made)
-        AssignLastError(FC, Reason);
+    if (MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByWorker) || FC.m_enMeeting != Meeting::GivenUpByHost)
+        StoreFailure(FC, Reason);
 }

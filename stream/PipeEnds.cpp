@@ -1,5 +1,6 @@
 #include "stream/PipeEnds.h"
 
+#include "device/PipeHandles.h"
 #include "interface/FtpContext.h"
 
 using quorvel::FunctionTrace;
@@ -32,29 +33,6 @@ bool MoveAll(const FunctionTrace& Trace, const Texts& Traced, DWORD dwLeft, std:
 
 } // namespace
 
-void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText,
-                    HANDLE hWorker)
-{
-    if (hPipe == INVALID_HANDLE_VALUE)
-        return;
-    Trace.Verbose(sText);
-    const HANDLE hClosing = hPipe.exchange(INVALID_HANDLE_VALUE);
-    // The flush returns once the reader has taken everything; the disconnect is its end of data. The end of a process
-    // kills the worker with its end of the pipe open, and then nobody takes anything.
-    if (WaitForSingleObject(hWorker, 0) != WAIT_OBJECT_0)
-        FlushFileBuffers(hClosing);
-    DisconnectNamedPipe(hClosing);
-    CloseHandle(hClosing);
-}
-
-void CloseClientEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText)
-{
-    if (hPipe == INVALID_HANDLE_VALUE)
-        return;
-    Trace.Verbose(sText);
-    CloseHandle(hPipe.exchange(INVALID_HANDLE_VALUE));
-}
-
 bool ReadPipe(const FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, DWORD dwBytes,
               std::uint64_t& ullBytesRead)
 {
@@ -73,14 +51,16 @@ bool WritePipe(const FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWOR
     return MoveAll(Trace, {L"dwBytesToWrite", L"dwBytesWritten"}, dwBytes, ullBytesWritten, Write);
 }
 
-void CloseUploadRead::operator()(FtpContext* pFC) const
+PipeReadThunk::~PipeReadThunk()
 {
-    CloseClientEnd(pFC->m_hUploadRead, FunctionTrace(L"PipeReadThunk::~PipeReadThunk"),
-                   L"Close Pipe(Upload->Read)");
+    if (m_pFC != nullptr)
+        CloseClientEnd(m_pFC->m_hUploadRead, FunctionTrace(L"PipeReadThunk::~PipeReadThunk"),
+                       L"Close Pipe(Upload->Read)");
 }
 
-void CloseDownloadWrite::operator()(FtpContext* pFC) const
+PipeWriteThunk::~PipeWriteThunk()
 {
-    CloseClientEnd(pFC->m_hDownloadWrite, FunctionTrace(L"PipeWriteThunk::~PipeWriteThunk"),
-                   L"Close Pipe(Download->Write)");
+    if (m_pFC != nullptr)
+        CloseClientEnd(m_pFC->m_hDownloadWrite, FunctionTrace(L"PipeWriteThunk::~PipeWriteThunk"),
+                       L"Close Pipe(Download->Write)");
 }

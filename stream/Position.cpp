@@ -1,6 +1,6 @@
 // ZDV_Position.
 #include "interface/Category.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "stream/ObjectClose.h"
 #include "stream/ReadData.h"
 #include "stream/ResetMedia.h"
@@ -62,8 +62,8 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
     return uiRc;
 }
 
-// The object numbers that a request of iBlocks filemarks passes: in the data of an object the first filemark
-// forward is its own end, and just past a filemark the first one back is that one.
+// By how many the object number changes for iBlocks filemarks. In the data of an object the first filemark forward is
+// that object's own, and just past a filemark the first one backward is that filemark.
 std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
 {
     if (iBlocks > 0 && !bAtFileMark)
@@ -73,7 +73,7 @@ std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
     return iBlocks;
 }
 
-// Not compared with the recorded objects: the next read tells of a position beyond either end.
+// The position may leave the recorded objects at either end: the next read then says so.
 ZDV_STATUS SpaceFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBlocks)
 {
     Trace.At(L"ZDV_Position(ZDV_SP_FFM)").Verbose(L"ObjectClose");

@@ -1,7 +1,7 @@
 // ZDV_ReadData: what a read means on the tape. The data comes by a download, see stream/Transfer.h.
 #include "stream/ReadData.h"
 
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "stream/Blocks.h"
 #include "stream/ObjectClose.h"
 #include "stream/PipeEnds.h"
@@ -55,12 +55,12 @@ ZDV_STATUS DownloadReadFailed(FtpContext& FC, const FunctionTrace& Trace)
     if (dwLastError != ERROR_BROKEN_PIPE)
     {
         Trace.At(L"ReadFile failed").Number(Level::Error, L"dwLastError", dwLastError);
-        StoreLastError(FC, {dwLastError, L"ReadFile failed"});
+        if (!WorkerRuns(FC))
+            StoreFailure(FC, {dwLastError, L"ReadFile failed"});
         FC.m_bAtFileMark = false;
         return ZDV_DEVICE_ERROR;
     }
-    // The filemark stays pending behind a short read that has reported it, and is reported once more: fixed by the
-    // interface.
+    // This read reports the filemark, and the next one reports it again: fixed by the interface.
     Trace.Verbose(L"EOF - set At FileMark");
     FC.m_bFileMarkPending = true;
     FC.m_bAtFileMark = true;

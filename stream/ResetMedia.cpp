@@ -2,7 +2,7 @@
 
 #include "catalogue/BackupQuery.h"
 #include "common/FunctionTrace.h"
-#include "interface/LastError.h"
+#include "device/LastError.h"
 #include "stream/ObjectClose.h"
 
 #include <utility>

@@ -1,9 +1,10 @@
 #include "stream/Transfer.h"
 
 #include "catalogue/ServerUrl.h"
-#include "interface/CurlCalls.h"
+#include "device/CurlCalls.h"
+#include "device/LastError.h"
+#include "device/PipeHandles.h"
 #include "stream/Meeting.h"
-#include "stream/PipeEnds.h"
 #include "stream/Worker.h"
 
 using quorvel::FunctionTrace;
@@ -61,37 +62,32 @@ constexpr DWORD WAIT_STEP = 5000; // milliseconds
 
 // ------------------------------------------------------------------------------------------- start
 
-ZDV_STATUS SetObjectUrl(FtpContext& FC, const FunctionTrace& Trace)
+bool SetObjectUrl(FtpContext& FC, const FunctionTrace& Trace)
 {
     CurlCalls Calls(FC.m_pCurl, Trace);
     // Objects without a label of their own would all share one file.
     if (FC.m_AreaObjectList[FC.m_uiCurrentObject - 1].m_uiObjectId >= AreaObject::FIRST_ID_WITHOUT_LABEL)
     {
-        AssignLastError(FC, {ERROR_INVALID_PARAMETER, L"Invalid object id"});
+        StoreFailure(FC, {ERROR_INVALID_PARAMETER, L"Invalid object id"});
     }
     else
     {
         Calls.SetUrl(ObjectUrl(FC), L"sURL", L"Set URL option failed");
-        if (Calls.Succeeded(FC))
-            return ZDV_SUCCESS;
+        if (Calls.Succeeded())
+            return true;
+        StoreFailure(FC, Calls.Reason());
     }
     Trace.At(quorvel::ENDING).Text(Level::Error, L"pFC->m_sLastError", FC.m_sLastError);
-    return ZDV_DEVICE_ERROR;
+    return false;
 }
 
-ZDV_STATUS FailPipe(const FtpContext& FC, const FunctionTrace& Trace)
-{
-    Trace.Number(Level::Error, L"pFC->m_dwLastError", FC.m_dwLastError);
-    return ZDV_DEVICE_ERROR;
-}
-
-bool Own(const FtpContext& FC, const TransferDirection& Direction)
+bool Claim(const FtpContext& FC, const TransferDirection& Direction)
 {
     const FtpContext* pOwner = nullptr;
     return Direction.pOwner->compare_exchange_strong(pOwner, &FC);
 }
 
-void Disown(const FtpContext& FC, const TransferDirection& Direction)
+void Release(const FtpContext& FC, const TransferDirection& Direction)
 {
     const FtpContext* pOwner = &FC;
     Direction.pOwner->compare_exchange_strong(pOwner, nullptr);
@@ -100,9 +96,9 @@ void Disown(const FtpContext& FC, const TransferDirection& Direction)
 // ERROR_SUCCESS, or why there is none.
 DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
 {
-    if (!Own(FC, Direction))
+    if (!Claim(FC, Direction))
         return ERROR_PIPE_BUSY;
-    // Prepared for a pipe that every account may open, but not passed on: host and worker are one account.
+    // Prepared for a pipe that every account may open, but not passed on: fixed by the interface.
     SECURITY_DESCRIPTOR Descriptor;
     InitializeSecurityDescriptor(&Descriptor, SECURITY_DESCRIPTOR_REVISION);
     SetSecurityDescriptorDacl(&Descriptor, TRUE, nullptr, FALSE);
@@ -115,20 +111,8 @@ DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     FC.*Direction.hServer = hServer;
     FC.*Direction.hClient = INVALID_HANDLE_VALUE;
     if (dwLastError != ERROR_SUCCESS)
-        Disown(FC, Direction);
+        Release(FC, Direction);
     return dwLastError;
-}
-
-// Pipe and thread are left to ObjectClose. A worker that has given up leaves its reason, and calls this thread
-// until it hears of it.
-ZDV_STATUS FailConnection(FtpContext& FC, const FunctionTrace& Trace, const TransferDirection& Direction,
-                          DWORD dwLastError)
-{
-    if (GiveUp(FC) == Connection::GivenUpByWorker)
-        WaitForSingleObject(FC.m_hThread, INFINITE);
-    else
-        AssignLastError(FC, {dwLastError, Direction.sCouldNotConnect});
-    return FailPipe(FC, Trace.At(L"ConnectNamedPipe failed"));
 }
 
 // ERROR_SUCCESS, or why the worker is not there.
@@ -136,23 +120,30 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     const HANDLE hServer = FC.*Direction.hServer;
     HoldClientsBack(hServer, Direction);
-    FC.m_enConnection = Connection::Awaited;
     FC.m_hThread = CreateThread(nullptr, 0, Direction.Worker, &FC, 0, nullptr);
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-ZDV_STATUS ConnectWorker(FtpContext& FC, const FunctionTrace& Trace, const TransferDirection& Direction)
+// False with the last error set. The pipe and the thread are then left to EndTransfers.
+bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
+    BeginMeeting(FC);
     // Made before the worker, which could not call this thread without it.
-    if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &FC.m_hHostThread,
-                         THREAD_TERMINATE, FALSE, 0))
-        return FailConnection(FC, Trace, Direction, GetLastError());
-    const DWORD dwLastError = MeetWorker(FC, Direction);
-    FC.*Direction.bRunning = dwLastError == ERROR_SUCCESS;
-    const ZDV_STATUS uiRc =
-        dwLastError == ERROR_SUCCESS ? ZDV_SUCCESS : FailConnection(FC, Trace, Direction, dwLastError);
-    CloseHandle(FC.m_hHostThread);
-    return uiRc;
+    const bool bCallable = DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(),
+                                           &FC.m_hHostThread, THREAD_TERMINATE, FALSE, 0) != FALSE;
+    const DWORD dwLastError = bCallable ? MeetWorker(FC, Direction) : GetLastError();
+    const bool bGivenUp = dwLastError != ERROR_SUCCESS && GiveUp(FC);
+    if (bCallable)
+        CloseHandle(FC.m_hHostThread);
+    if (bGivenUp)
+        StoreFailure(FC, {dwLastError, Direction.sCouldNotConnect});
+    return dwLastError == ERROR_SUCCESS;
+}
+
+ZDV_STATUS FailPipe(const FtpContext& FC, const FunctionTrace& Trace)
+{
+    Trace.Number(Level::Error, L"pFC->m_dwLastError", FC.m_dwLastError);
+    return ZDV_DEVICE_ERROR;
 }
 
 // ------------------------------------------------------------------------------------------- end
@@ -179,7 +170,8 @@ void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
     if (FC.m_hThread != nullptr)
         AwaitWorker(FC, Trace, Direction);
     // Not before: a worker that was never connected might open the pipe of the next owner.
-    Disown(FC, Direction);
+    Release(FC, Direction);
+    EndMeeting(FC);
 }
 
 } // namespace
@@ -189,14 +181,17 @@ ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
     const FunctionTrace Trace(Direction.sHostFunction);
     // What a connection that failed has left: a context has one worker, and never loses sight of it.
     EndTransfers(FC);
-    if (const ZDV_STATUS uiRc = SetObjectUrl(FC, Trace); uiRc != ZDV_SUCCESS)
-        return uiRc;
+    if (!SetObjectUrl(FC, Trace))
+        return ZDV_DEVICE_ERROR;
     if (const DWORD dwLastError = CreatePipe(FC, Direction); dwLastError != ERROR_SUCCESS)
     {
-        AssignLastError(FC, {dwLastError, Direction.sCouldNotCreate});
+        StoreFailure(FC, {dwLastError, Direction.sCouldNotCreate});
         return FailPipe(FC, Trace.At(L"CreatePipe failed"));
     }
-    return ConnectWorker(FC, Trace, Direction);
+    if (!ConnectWorker(FC, Direction))
+        return FailPipe(FC, Trace.At(L"ConnectNamedPipe failed"));
+    FC.*Direction.bRunning = true;
+    return ZDV_SUCCESS;
 }
 
 void EndTransfers(FtpContext& FC)

@@ -3,28 +3,28 @@
 //   upload     WriteData -> m_hUploadWrite | m_hUploadRead -> ReadCallback -> libcurl -> server
 //   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
 //
-// Transfer.cpp starts and ends it on the host's thread, Meeting.cpp lets the two threads find each other, and all of
-// the worker's thread is in Worker.cpp.
+// Transfer.cpp starts and ends it on the host's thread, Meeting.cpp lets the two threads find each other, and
+// Worker.cpp holds all that runs on the worker's thread.
 //
 // The pipes' names are one for the machine, and other accounts may open them. So each thread makes sure that
 // this process is at the other end before a byte moves: the host turns strangers away and waits on for the
-// worker, the worker leaves a stranger's pipe alone and looks for the host's. It gives up after a while, and
-// then calls the host's thread out of ConnectNamedPipe, as it does whenever it ends before it was connected.
-// Within the process a direction has one transfer at a time, also where a stranger's pipe of the same name would
-// let there be several.
+// worker, the worker leaves a stranger's pipe alone and looks for the host's. After a while it gives up. A worker that
+// gives up, or ends before it was connected, releases the host's thread from ConnectNamedPipe.
+// Within the process one device at a time has a direction, even if a stranger's pipe of the same name would let
+// there be several pipes.
 //
-// The threads share the FtpContext without a lock (the one in Meeting.cpp guards nothing: it is there for a thread to
-// sleep behind). What orders them is the pipe and the thread's life:
+// The threads share the FtpContext without a lock (the one in Meeting.cpp guards nothing: a thread sleeps on it). What
+// orders them is the pipe and the thread's life:
 //   before the worker    everything the worker reads (the libcurl handle and the URL set on it) is written
 //                        before CreateThread.
-//   m_pCurl              read by the worker while the host waits in ConnectNamedPipe. The worker keeps that
-//                        handle; a device that is made ready anew in the middle of a transfer has another.
+//   m_pCurl              read by the worker while the host waits in ConnectNamedPipe. The worker transfers with that
+//                        handle, also when the device is made ready again in the middle; its callbacks only look
+//                        whether there is one.
 //   client end           written by the worker alone; the host reads it after its own call on the pipe has
 //                        failed, and the worker publishes its end before it closes the handle.
 //   server end           written by the host alone; the worker reads it after its own call has failed, and
 //                        ObjectClose publishes its end before it disconnects the pipe.
-//   m_enConnection       decided once: that the transfer is connected by the host alone, that there will be none
-//                        by either. The worker touches no byte and no server before it is connected.
+//   m_enMeeting          see Meeting.h.
 //   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
 //   m_ullBytesWritten
 //   m_dwLastError,       the worker's while it runs, see interface/LastError.h. It sets them before it gives
@@ -32,8 +32,8 @@
 // All else belongs to the host's thread.
 #pragma once
 
+#include "device/Failure.h"
 #include "interface/FtpContext.h"
-#include "interface/LastError.h"
 #include "interface/zdv.h"
 
 // What the two directions do differently, side by side.

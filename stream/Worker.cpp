@@ -1,7 +1,9 @@
 #include "stream/Worker.h"
 
-#include "interface/CurlCallback.h"
-#include "interface/CurlCalls.h"
+#include "common/MemoryReserve.h"
+#include "common/ScopeExit.h"
+#include "device/CurlCallback.h"
+#include "device/CurlCalls.h"
 #include "stream/Meeting.h"
 #include "stream/PipeEnds.h"
 
@@ -10,6 +12,7 @@
 
 using quorvel::FunctionTrace;
 using quorvel::Level;
+using quorvel::ScopeExit;
 
 namespace {
 
@@ -62,7 +65,7 @@ CURLcode PerformUpload(CURL* pCurl, const FunctionTrace& Trace)
 }
 
 // After a failed transfer the handle stays in upload mode, so that listings fail until the device is made ready
-// anew: fixed by the interface.
+// again: fixed by the interface.
 void Upload(CurlCalls& Calls, FtpContext* pFC)
 {
     Calls.Set(CURLOPT_DIRLISTONLY, 0L, L"Set directory list only option failed",
@@ -191,49 +194,34 @@ bool HasSession(FtpContext* pFC, const FunctionTrace& Trace)
         return Trace.Failed(L"... ending(NULL argument)");
     if (pFC->m_pCurl != nullptr)
         return true;
-    StoreWorkerError(*pFC, {ERROR_INVALID_PARAMETER, L"bad argument"});
+    StoreWorkerFailure(*pFC, {ERROR_INVALID_PARAMETER, L"bad argument"});
     return Trace.Failed(L"... ending(bad argument)");
 }
 
 DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDirection& Direction,
                   LibcurlCalls transfer)
 {
-    CURL* const pCurl = pFC->m_pCurl; // taken before the host is let go: it may make the device ready anew
+    CURL* const pCurl = pFC->m_pCurl; // taken before the host is let go: it may make the device ready again
     const HANDLE hClient = OpenClientEnd(*pFC, Direction);
     if (hClient == INVALID_HANDLE_VALUE)
     {
         const DWORD dwLastError = GetLastError();
         Trace.At(L"CreateFile failed").Number(Level::Error, L"pFC->m_dwLastError", dwLastError);
-        StoreWorkerError(*pFC, {dwLastError, Direction.sCouldNotOpen});
+        StoreWorkerFailure(*pFC, {dwLastError, Direction.sCouldNotOpen});
         return ZDV_DEVICE_ERROR;
     }
     pFC->*Direction.hClient = hClient;
     CurlCalls Calls(pCurl, Trace);
     transfer(Calls, pFC);
-    if (!Calls.Succeeded(*pFC))
+    if (!Calls.Succeeded())
     {
+        StoreFailure(*pFC, Calls.Reason());
         Trace.At(quorvel::ENDING).Text(Level::Error, L"pFC->m_sLastError", pFC->m_sLastError);
         return WORKER_FAILED;
     }
     Trace.Ending();
     return 0;
 }
-
-// Gives back what OpenSSL keeps for a thread: linked statically, it is not told of a thread's end.
-struct OpenSslThread
-{
-    OpenSslThread() = default;
-    OpenSslThread(const OpenSslThread&) = delete;
-    OpenSslThread& operator=(const OpenSslThread&) = delete;
-    ~OpenSslThread() { OPENSSL_thread_stop(); }
-};
-
-// Releases the host's thread, should it still wait for this worker when it ends.
-struct LeaveWaitingHost
-{
-    void operator()(FtpContext* pFC) const { LeaveHost(*pFC); }
-};
-using HostRelease = std::unique_ptr<FtpContext, LeaveWaitingHost>;
 
 // PipeEnd closes the worker's end of the pipe whichever way the thread ends, and after everything else, since the
 // host takes it as the worker's last word.
@@ -242,9 +230,13 @@ DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCal
 {
     const FunctionTrace Trace(Direction.sWorkerFunction);
     auto* const pFC = static_cast<FtpContext*>(pArgument);
-    const HostRelease Release(pFC);
+    const ScopeExit Release([pFC] {
+        if (pFC != nullptr)
+            LeaveHost(*pFC);
+    });
     const PipeEnd Guard(pFC);
-    const OpenSslThread Thread;
+    const ScopeExit FreeOpenSsl(
+        [] { OPENSSL_thread_stop(); }); // linked statically, it does not notice a thread's end
     quorvel::KeepMemoryReserve();
     try
     {
@@ -253,9 +245,9 @@ DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCal
     }
     catch (...)
     {
-        TraceException(Trace);
+        Trace.Exception();
         if (pFC != nullptr)
-            StoreWorkerError(*pFC, ExceptionFailure());
+            StoreWorkerFailure(*pFC, ExceptionFailure());
         return WORKER_FAILED;
     }
 }

@@ -2,7 +2,7 @@
 #include "stream/WriteData.h"
 
 #include "catalogue/VersionMgr.h"
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "stream/Blocks.h"
 #include "stream/ObjectClose.h"
 #include "stream/PipeEnds.h"
@@ -27,7 +27,7 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
     if (!Manager.CreateVersion(FC.m_sServer, FC.m_sRoot, FC.m_CurrentVersion))
     {
-        TakeLastError(FC, Manager);
+        StoreFailure(FC, StoredFailure(Manager));
         Trace.Error(L"... ending(VersionMgr::CreateVersion failed)");
         return ZDV_DEVICE_ERROR;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Module.h"
+#include "interface/Module.h"
 
 #include <string>
 #include <vector>

@@ -1,5 +1,5 @@
 // A host may load and unload the module as often as it likes.
-#include "host/Module.h"
+#include "interface/Module.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -102,7 +102,7 @@ TEST(Listing, ThatFailsIsForgotten)
 {
     ListingLine Line{L"ZELT_2024031"};
     {
-        Listing Broken(Line);
+        ListingAttempt Broken(Line);
         FeedListing(Line, "5143005\nZELT_20", [](std::wstring& sLine) { sLine.clear(); });
         EXPECT_EQ(Line.sText, L"ZELT_20");
     }

@@ -9,7 +9,7 @@
 
 namespace {
 
-class Tape : public testing::Test
+class TapeWithoutServer : public testing::Test
 {
 protected:
     // A tape of recorded objects that stands in the data of one.
@@ -43,7 +43,7 @@ protected:
 
 } // namespace
 
-TEST_F(Tape, SpacesOverFilemarks)
+TEST_F(TapeWithoutServer, SpacesOverFilemarks)
 {
     // object, just past a filemark, filemarks to pass, object afterwards, filemark pending afterwards
     const std::tuple<std::uint32_t, bool, std::int32_t, std::uint32_t, bool> CASES[] = {
@@ -65,7 +65,7 @@ TEST_F(Tape, SpacesOverFilemarks)
         }
 }
 
-TEST_F(Tape, SkipsBlocksUpToAFilemarkOnly)
+TEST_F(TapeWithoutServer, SkipsBlocksUpToAFilemarkOnly)
 {
     Load(2, 2);
     FC.m_bAtFileMark = true;
@@ -82,7 +82,7 @@ TEST_F(Tape, SkipsBlocksUpToAFilemarkOnly)
     EXPECT_TRUE(FC.m_bAtFileMark);
 }
 
-TEST_F(Tape, IsResetAlsoWhenTheCatalogueCannotBeRead)
+TEST_F(TapeWithoutServer, IsResetAlsoWhenTheCatalogueCannotBeRead)
 {
     for (const auto& [uiMode, uiObject] : {std::pair(ZDV_SP_RET, 3u), {ZDV_SP_BOM, 0u}, {ZDV_SP_EORM, 0u}})
     {
@@ -98,7 +98,7 @@ TEST_F(Tape, IsResetAlsoWhenTheCatalogueCannotBeRead)
     }
 }
 
-TEST_F(Tape, IsBlankAfterAnErase)
+TEST_F(TapeWithoutServer, IsBlankAfterAnErase)
 {
     Load(4, 3);
     FC.m_VersionList = {T_2024};
@@ -112,7 +112,7 @@ TEST_F(Tape, IsBlankAfterAnErase)
     EXPECT_EQ(Read(), ZDV_BLANK_CHECK);
 }
 
-TEST_F(Tape, WritesFurtherFilemarksIntoNoObject)
+TEST_F(TapeWithoutServer, WritesFurtherFilemarksIntoNoObject)
 {
     Load(3, 3);
     FC.m_bFileMarkPending = true;
@@ -125,7 +125,7 @@ TEST_F(Tape, WritesFurtherFilemarksIntoNoObject)
     EXPECT_EQ(FC.m_AreaObjectList.size(), 4u);
 }
 
-TEST_F(Tape, EndsBehindItsLastObject)
+TEST_F(TapeWithoutServer, EndsBehindItsLastObject)
 {
     for (const std::uint32_t uiObject : {2u, 4294967293u})
     {
@@ -139,7 +139,7 @@ TEST_F(Tape, EndsBehindItsLastObject)
     }
 }
 
-TEST_F(Tape, RefusesTransfersThatFitNoObject)
+TEST_F(TapeWithoutServer, RefusesTransfersThatFitNoObject)
 {
     // recorded objects, object, writing allowed, status, last error, object afterwards
     const std::tuple<std::uint32_t, std::uint32_t, bool, ZDV_STATUS, std::uint32_t, std::uint32_t> CASES[] = {
@@ -166,7 +166,7 @@ TEST_F(Tape, RefusesTransfersThatFitNoObject)
     EXPECT_EQ(FC.m_dwLastError, DWORD{ERROR_INVALID_HANDLE});
 }
 
-TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
+TEST_F(TapeWithoutServer, KeepsTheReasonOfAFailedTransfer)
 {
     ASSERT_TRUE(DoInitEx(FC));
     FC.m_sProtocol = REFUSED_SCHEME;
@@ -185,7 +185,7 @@ TEST_F(Tape, KeepsTheReasonOfAFailedTransfer)
     EXPECT_EQ(FC.m_dwLastError, 0u);
 }
 
-TEST_F(Tape, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
+TEST_F(TapeWithoutServer, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
 {
     ASSERT_TRUE(DoInitEx(FC));
     FC.m_sProtocol = REFUSED_SCHEME;
@@ -203,7 +203,7 @@ TEST_F(Tape, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
 }
 
 // A worker that ends before it comes to the pipe: the host does not wait for it there.
-TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
+TEST_F(TapeWithoutServer, IsToldOfAWorkerThatDoesNotCome)
 {
     ASSERT_TRUE(DoInitEx(FC));
     Load(1, 1);
@@ -223,7 +223,7 @@ TEST_F(Tape, IsToldOfAWorkerThatDoesNotCome)
 }
 
 // Else the worker could open the pipe of the other device.
-TEST_F(Tape, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
+TEST_F(TapeWithoutServer, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
 {
     const OpenDevice Other;
     const TraceLog Log;
@@ -240,7 +240,7 @@ TEST_F(Tape, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
     TransferDirection Lost = UPLOAD;
     Lost.Worker = [](LPVOID pFC) -> DWORD {
         const auto& Mine = *static_cast<FtpContext*>(pFC);
-        while (Mine.m_enConnection == Connection::Awaited)
+        while (Mine.m_enMeeting == Meeting::Awaited)
             CancelSynchronousIo(Mine.m_hHostThread);
         while (pLog->Text().find("ThreadWriter still active") == std::string::npos)
             SwitchToThread(); // until the host waits for this worker
@@ -255,7 +255,7 @@ TEST_F(Tape, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
 }
 
 // As the end of the process leaves a host that closes its device even later.
-TEST_F(Tape, IsClosedThoughItsWorkerWasKilled)
+TEST_F(TapeWithoutServer, IsClosedThoughItsWorkerWasKilled)
 {
     TransferDirection Killed = UPLOAD;
     Killed.Worker = [](LPVOID pFC) -> DWORD {
@@ -272,7 +272,7 @@ TEST_F(Tape, IsClosedThoughItsWorkerWasKilled)
     EndTransfers(FC); // the block in the pipe is nobody's
 }
 
-TEST_F(Tape, HidesTheErrorFieldsWhileAWorkerRuns)
+TEST_F(TapeWithoutServer, HidesTheErrorFieldsWhileAWorkerRuns)
 {
     const HANDLE hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     const auto Worker = [](LPVOID hEvent) { return WaitForSingleObject(hEvent, INFINITE); };

@@ -3,12 +3,9 @@
 
 #include "common/FunctionTrace.h"
 #include "common/MemoryReserve.h"
+#include "device/LastError.h"
 #include "interface/FtpContext.h"
-#include "interface/LastError.h"
 #include "interface/zdv.h"
-
-// Traces the exception being handled. Call it in a catch block only.
-void TraceException(const quorvel::FunctionTrace& Trace) noexcept;
 
 // The last line of an export: the status under its ending.
 inline ZDV_STATUS Ended(const quorvel::FunctionTrace& Trace, ZDV_STATUS uiRc,
@@ -31,7 +28,7 @@ ZDV_STATUS Guarded(const wchar_t* sFunction, ZDV_STATUS uiFailure, const Body& b
     }
     catch (...)
     {
-        TraceException(Trace);
+        Trace.Exception();
         return uiFailure;
     }
 }
@@ -72,7 +69,8 @@ ZDV_STATUS WithDevice(ZDV_HANDLE handle, const Export& Names, const Body& body) 
         }
         catch (...)
         {
-            StoreLastError(*pFC, ExceptionFailure());
+            if (!WorkerRuns(*pFC))
+                StoreFailure(*pFC, ExceptionFailure());
             throw;
         }
     });

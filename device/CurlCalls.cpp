@@ -1,4 +1,4 @@
-#include "interface/CurlCalls.h"
+#include "device/CurlCalls.h"
 
 #include "common/Url.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/FunctionTrace.h"
-#include "interface/CurlError.h"
+#include "device/Failure.h"
 #include "interface/ServerCheck.h"
 
 #include <cstdint>
@@ -17,7 +17,7 @@ struct RefusalTrace
 };
 
 // libcurl calls on one handle, in the order in which they are written. The first that fails is the last: those
-// behind it are neither made nor traced.
+// after it are neither made nor traced.
 class CurlCalls
 {
 public:
@@ -49,35 +49,25 @@ public:
     // The URL of the request, traced as sName.
     void SetUrl(const std::wstring& sURL, const wchar_t* sName, const wchar_t* sFailure);
 
-    // An option that the calls behind it can do without.
+    // An option that the calls after it can do without.
     template <typename Value>
     void Try(CURLoption enOption, Value value, const RefusalTrace& Refusal = {},
              const wchar_t* sStep = nullptr)
     {
         if (!Succeeded())
             return;
-        CurlCalls Own(m_pCurl, m_Trace);
-        Own.Set(enOption, value, nullptr, sStep);
-        if (!Own.Succeeded() && Refusal.sPlace != nullptr)
-            m_Trace.At(Refusal.sPlace).Number(quorvel::Level::Error, Refusal.sName, Own.Result());
+        CurlCalls Single(m_pCurl, m_Trace);
+        Single.Set(enOption, value, nullptr, sStep);
+        if (!Single.Succeeded() && Refusal.sPlace != nullptr)
+            m_Trace.At(Refusal.sPlace).Number(quorvel::Level::Error, Refusal.sName, Single.Result());
     }
 
-    // True when all calls have succeeded. Otherwise the holder's two error fields say which one failed: its code,
-    // and its text with libcurl's own added, and that of the server's check.
-    template <typename Holder> bool Succeeded(Holder& holder) const
-    {
-        if (Succeeded())
-            return true;
-        holder.m_dwLastError = Result();
-        holder.m_sLastError = m_sFailure;
-        CurlError(m_enCurlRc, holder.m_sLastError);
-        holder.m_sLastError += m_sRefusal;
-        return false;
-    }
-
+    // Whether all calls have succeeded.
     bool Succeeded() const { return m_enCurlRc == CURLE_OK; }
     std::uint32_t Result() const { return static_cast<std::uint32_t>(m_enCurlRc); }
-    const wchar_t* Failure() const { return m_sFailure; }
+    const wchar_t* FailureText() const { return m_sFailure; }
+    // Which call failed, and why, for as long as these calls live. Only when one has.
+    Failure Reason() const { return {Result(), m_sFailure, m_enCurlRc, m_sRefusal.c_str()}; }
     const quorvel::FunctionTrace& Trace() const { return m_Trace; }
 
 private:

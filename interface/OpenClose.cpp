@@ -1,5 +1,5 @@
 // ZDV_Open and ZDV_Close.
-#include "interface/Entry.h"
+#include "interface/Export.h"
 #include "interface/ResourceVersion.h"
 #include "stream/ObjectClose.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "interface/Entry.h"
+#include "common/FunctionTrace.h"
 
 #include <cstddef>
 
@@ -18,7 +18,7 @@ template <typename Body> std::size_t GuardedCallback(const wchar_t* sFunction, c
     }
     catch (...)
     {
-        TraceException(Trace);
+        Trace.Exception();
         return ABORT_TRANSFER;
     }
 }

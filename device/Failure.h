@@ -1,0 +1,33 @@
+// The one way to fail: a value says why, and StoreFailure keeps it for the host.
+#pragma once
+
+#include <cstdint>
+#include <curl/curl.h>
+#include <string>
+
+struct Failure
+{
+    std::uint32_t dwLastError; // a Windows error number or a libcurl result code
+    const wchar_t* sLastError;
+    CURLcode enCurlRc = CURLE_OK; // of a call of libcurl, whose own text is then added
+    const wchar_t* sDetail = L""; // added at the end
+};
+
+// What the exception being handled is stored as. For catch blocks only.
+Failure ExceptionFailure() noexcept;
+
+// The failure's text, as far as there is memory for it.
+void Describe(const Failure& Reason, std::wstring& sText) noexcept;
+
+// Sets both fields of a device or a catalogue manager. The caller owns them: device/LastError.h says when.
+template <typename Holder> void StoreFailure(Holder& holder, const Failure& Reason) noexcept
+{
+    holder.m_dwLastError = Reason.dwLastError;
+    Describe(Reason, holder.m_sLastError);
+}
+
+// What a holder has stored, for as long as it lives.
+template <typename Holder> Failure StoredFailure(const Holder& holder)
+{
+    return {holder.m_dwLastError, holder.m_sLastError.c_str()};
+}
