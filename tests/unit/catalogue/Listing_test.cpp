@@ -109,15 +109,15 @@ TEST(Listing, ThatFailsIsForgotten)
     EXPECT_EQ(Line.sText, L"ZELT_2024031");
 }
 
-// Every line begins as a label does: behind a foreign name no object is looked at any more.
-TEST(Listing, SurvivesAMillionHostileLines)
+// Every line begins like a label: after a foreign name no object would be looked at.
+TEST(Listing, SurvivesHostileLines)
 {
     static constexpr std::string_view PIECES[] = {"20240315143005", ".001", "ZELT_",    ".",    "..", "\r",
                                                   "99999999999",    "7",    "\xFF\x80", "%s%n", "-1", " "};
     const TraceLog Silent(0);
     std::minstd_rand Random(4711);
     std::size_t uiVersions = 0, uiObjects = 0;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 5; ++i)
     {
         std::string sListing;
         for (int iLine = 0; iLine < 10000; ++iLine)
@@ -132,8 +132,8 @@ TEST(Listing, SurvivesAMillionHostileLines)
         uiVersions += Versions({sListing}).size();
         uiObjects += Objects({sListing}).size();
     }
-    EXPECT_GT(uiVersions, 100u);
-    EXPECT_GT(uiObjects, 100u);
+    EXPECT_GT(uiVersions, 50u);
+    EXPECT_GT(uiObjects, 50u);
     EXPECT_THAT(Versions({"ZELT_20230101000000\n"}), ElementsAre(T_2023));
     EXPECT_THAT(Objects({"ZELT_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }
