@@ -27,7 +27,7 @@
 //   m_enMeeting          see Meeting.h.
 //   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
 //   m_ullBytesWritten
-//   m_dwLastError,       the worker's while it runs, see interface/LastError.h. It sets them before it gives
+//   m_dwLastError,       the worker's while it runs, see device/LastError.h. It sets them before it gives
 //   m_sLastError         up its end of the pipe.
 // All else belongs to the host's thread.
 #pragma once
