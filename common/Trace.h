@@ -3,8 +3,8 @@
 //   [2024-05-01 09:03:07.045]:01fc:[V]: ZDV_Position : starting ...
 //   [2024-05-01 09:03:07.046]:01fc:[V]: ZDV_Position : iBlocks = -1
 //
-// The previous run's file is kept once as ".old". The file is opened and closed for every line, so nothing
-// is lost when the process dies and anybody may read, copy or delete it at any time.
+// Each load of the DLL begins a new file; the one before it is kept once as ".old". The file is opened and closed for
+// every line, so nothing is lost when the process dies and anybody may read, copy or delete it at any time.
 #pragma once
 
 #include "common/Mutex.h"
