@@ -66,7 +66,6 @@ public:
     WholePackets() : m_hThread(CreateThread(nullptr, 0, Deliver, this, 0, nullptr)) { g_pThis = this; }
     ~WholePackets()
     {
-        g_pThis = nullptr;
         Change([&] { m_bEnds = true; });
         WaitForSingleObject(m_hThread, INFINITE);
         CloseHandle(m_hThread);
@@ -99,16 +98,20 @@ private:
 
     static int WSAAPI Close(SOCKET hSocket)
     {
-        g_pThis->Change([] {
+        int iResult = 0;
+        g_pThis->Change([&] {
             g_pThis->m_sWaiting.clear();
             g_pThis->m_iError = 0;
+            iResult = closesocket(hSocket);
         });
-        return closesocket(hSocket);
+        return iResult;
     }
 
-    // As much as the real socket takes.
+    // As much as the real socket takes. Nothing waits when it was closed meanwhile.
     void DeliverPiece()
     {
+        if (m_sWaiting.empty())
+            return;
         const int iSent =
             send(m_hSocket, m_sWaiting.data(), static_cast<int>(std::min(m_sWaiting.size(), PIECE)), 0);
         if (iSent >= 0)
@@ -123,23 +126,29 @@ private:
     static DWORD WINAPI Deliver(LPVOID pThis)
     {
         auto& packets = *static_cast<WholePackets*>(pThis);
+        AcquireSRWLockExclusive(&packets.m_Lock);
         while (!packets.m_bEnds)
         {
-            packets.AwaitRoom();
-            AcquireSRWLockExclusive(&packets.m_Lock);
-            while (packets.m_sWaiting.empty() && !packets.m_bEnds)
+            if (packets.m_sWaiting.empty())
                 SleepConditionVariableSRW(&packets.m_Changed, &packets.m_Lock, INFINITE, 0);
-            packets.DeliverPiece();
-            ReleaseSRWLockExclusive(&packets.m_Lock);
+            else
+            {
+                packets.AwaitRoom();
+                packets.DeliverPiece();
+            }
         }
+        ReleaseSRWLockExclusive(&packets.m_Lock);
         return 0;
     }
 
-    void AwaitRoom() const
+    // Gives the lock up meanwhile.
+    void AwaitRoom()
     {
         fd_set Sockets{1, {m_hSocket}};
         timeval Limit{1, 0};
+        ReleaseSRWLockExclusive(&m_Lock);
         select(0, nullptr, &Sockets, nullptr, &Limit);
+        AcquireSRWLockExclusive(&m_Lock);
     }
 
     static inline WholePackets* g_pThis = nullptr;
@@ -149,6 +158,7 @@ private:
     SOCKET m_hSocket = INVALID_SOCKET;
     int m_iError = 0;
     bool m_bEnds = false;
+    const Module m_Module{LoadLibraryW(L"ZDV_FTP.DLL")};
     Replacement m_Send{"WS2_32.dll", "send", Send};
     Replacement m_Close{"WS2_32.dll", "closesocket", Close};
     HANDLE m_hThread;
@@ -178,8 +188,8 @@ protected:
         EXPECT_EQ(sText.starts_with(L"ERROR: Perform operation failed ["), bFailed) << sText;
     }
 
+    const WholePackets m_Sockets; // a worker uses them until the tape is closed
     Tape m_Tape{server::Root(L"faults")};
-    const WholePackets m_Sockets; // ends before the tape is closed
 };
 
 } // namespace
