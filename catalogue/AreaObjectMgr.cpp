@@ -31,8 +31,7 @@ void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<Are
 void RequestObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
     Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
-    // The listing of versions leaves libcurl creating directories; a version that is gone must not come back
-    // empty.
+    // The listing of versions has switched this on. Here it would bring a version that is gone back as an empty one.
     Calls.Set(CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE},
               L"Couldn't unset FTP create missing dirs");
     Calls.Set(CURLOPT_DIRLISTONLY, 1L, L"Couldn't set directory list only option");

@@ -25,7 +25,7 @@ ZDV_VERSION_DATE ToVersionDate(const std::tm& Time)
             Time.tm_year, Time.tm_wday, Time.tm_yday, Time.tm_isdst};
 }
 
-// Behind the current node, or the last one when there is none; the new node becomes the current one.
+// After the current node, or after the last one if none is current. The new node becomes the current one.
 void Insert(ZDV_LIST& List, ZDV_LIST_NODE* pNode)
 {
     ZDV_LIST_NODE* const pBefore = List.pCurrent != nullptr ? List.pCurrent : List.pLast;

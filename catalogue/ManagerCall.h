@@ -6,8 +6,8 @@
 #include <string>
 #include <windows.h>
 
-// One call of a catalogue manager. It forgets what the manager has failed with before; why it fails itself is in
-// the manager's two error fields, and in the trace.
+// One call of a catalogue manager. It first clears the manager's two error fields. If it fails, they and the trace say
+// why.
 template <typename Manager> class ManagerCall
 {
 public:

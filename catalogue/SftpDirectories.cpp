@@ -40,7 +40,7 @@ SftpDirectories::SftpDirectories(CURL* pCurl, const std::wstring& sURL) : m_pCur
         return;
     for (const std::string& sDirectory : DirectoriesOf(sURL))
     {
-        // "*": a failure, as of one that exists, is passed over.
+        // "*" ignores a failure: the directory may exist.
         curl_slist* const pCommands =
             curl_slist_append(m_pCommands.get(), ("*mkdir " + Quoted(sDirectory)).c_str());
         if (pCommands == nullptr)

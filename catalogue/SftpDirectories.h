@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-// Makes libcurl create the directories of an sftp:// URL in the next request: what it does by itself for a
-// listing over FTP, it does for none over SFTP. Directories that exist already are passed over. Does nothing
-// for the other schemes. The libcurl handle is as before when this goes out of scope.
+// Makes libcurl create the directories of an sftp:// URL in the next request. For a listing over FTP libcurl does so
+// by itself, over SFTP it does not. Directories that exist are no failure. Does nothing for the other schemes. The
+// libcurl handle is as before when this goes out of scope.
 class SftpDirectories
 {
 public:

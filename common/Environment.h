@@ -1,4 +1,4 @@
-// What there is to know of the system and of the host's program.
+// Facts about the system and the host's program.
 #pragma once
 
 #include <cstdint>

@@ -76,7 +76,7 @@ public:
     {
         Number(Level::Verbose, pName, value);
     }
-    // A server, a root or a URL, as far as it may be traced.
+    // A server, a root or a URL, without what may be a password.
     template <typename Char> void Location(const wchar_t* pName, const Char* pValue) const
     {
         if (pValue == nullptr)

@@ -33,7 +33,7 @@ Words WordsOf(const std::string& sText)
     return {std::istream_iterator<std::string>(Stream), {}};
 }
 
-// All that means something is ASCII, so that UTF-8 and the code pages of Windows are one here.
+// Only ASCII means something here, and that is the same in UTF-8 and in the code pages of Windows.
 std::string WithoutMark(const std::string& sSettings)
 {
     if (!sSettings.starts_with("\xFF\xFE"))
@@ -52,7 +52,7 @@ bool IsKey(std::string_view sKey)
     return sHash.size() == 43 && AllOf(sHash, std::string(LETTERS_AND_DIGITS) + "+/");
 }
 
-// In its shortest form, which is libcurl's. Empty for what is no address.
+// In its shortest form, which is libcurl's. Empty for a text that is no address.
 std::string Ipv6Address(const std::string& sText)
 {
     IN6_ADDR Address{};
@@ -110,7 +110,7 @@ bool IsNamed(const std::string& sEntry, const Words& aServer, const std::string&
            });
 }
 
-// "[fd00::7] = ..." is none, nor is "[fd00::7 = ...", where a bracket was forgotten.
+// Whether the line begins a section: "[fd00::7] = ..." does not, nor does "[fd00::7 = ...", which lacks a bracket.
 bool IsHeader(const std::string& sLine)
 {
     const std::size_t uiEnd = sLine.find(']');

@@ -4,7 +4,7 @@
 
 namespace quorvel {
 
-// Puts a value back as it was, unless what changes it comes to its end.
+// Puts a value back as it was, unless Complete() was called.
 template <typename Value> class Rollback
 {
 public:

@@ -25,8 +25,8 @@ void CopyTruncated(const std::wstring& sText, wchar_t* pBuffer, std::size_t uiSi
 // The text with every unpaired half of a surrogate pair replaced by U+FFFD.
 std::wstring WellFormed(std::wstring_view sText);
 
-// The text as it may be traced: users type whole URLs, and the password of "user:password@" must not reach
-// the log, whatever characters it holds. So all between the scheme and the last "@" goes.
+// The text as it may be traced. Users type whole URLs, and the password of "user:password@" must not reach the log,
+// whatever characters it holds. So everything between the scheme and the last "@" is masked.
 std::string WithoutPassword(std::string_view sText);
 std::wstring WithoutPassword(std::wstring_view sText);
 

@@ -105,7 +105,7 @@ CTrace::CTrace() : m_uiLevelMask(7), m_sFileName(L"ZDV_FTP_trace.log"), m_sLevel
     m_Stream.imbue(std::locale(std::locale::classic(), new std::codecvt_utf8_utf16<wchar_t>));
     m_sFilePath = CTrace::LogFolder() + L"\\" + m_sFileName;
     KeepPreviousFile();
-    // Taken last: the folder of the log never depends on it, only where "trace.ini" is looked for does.
+    // Set last: the place of "trace.ini" depends on it, the folder of the log must not.
     m_uiEnvironment = EnvironmentCode();
 }
 
@@ -166,7 +166,7 @@ bool CTrace::CanWrite()
 void CTrace::WriteLine(Level enLevel, std::wstring_view sFunction, std::wstring_view sBody)
 {
     const std::scoped_lock Lock(m_Lock);
-    // Complete before the file is open, so that a line that there is no memory for leaves it closed.
+    // Made before the file is opened: if there is no memory for the line, the file stays closed.
     const std::wstring sLine = Header(enLevel) + WellFormed(sFunction) + L" : " + WellFormed(sBody) + L"\n";
     m_Stream.open(m_sFilePath.c_str(), std::ios::app);
     if (!m_Stream)

@@ -12,7 +12,7 @@ namespace quorvel {
 std::string NarrowUrl(std::wstring_view sURL);
 
 // A part of a URL as libcurl understands it: an address in its shortest form, a path without
-// "." and "..". Empty for a URL that libcurl does not take; the request itself will say so.
+// "." and "..". Empty for a URL that libcurl refuses: then the request fails, too, and says why.
 std::string UrlPart(std::wstring_view sURL, CURLUPart enPart, unsigned uiFlags = 0);
 
 } // namespace quorvel

@@ -9,7 +9,7 @@
 #include <string>
 #include <type_traits>
 
-// Where and as what the code of a refused option is traced. No place: nowhere.
+// Where the code of a refused option is traced, and under which name. Without a place it is not traced.
 struct RefusalTrace
 {
     const wchar_t* sPlace = nullptr;
@@ -40,7 +40,7 @@ public:
     template <typename Value>
     void Set(CURLoption enOption, Value value, const wchar_t* sFailure, const wchar_t* sStep = nullptr)
     {
-        // libcurl reads what it is given as one of these, whatever it is.
+        // libcurl reads its argument as one of these types, whatever was passed.
         static_assert(std::is_same_v<Value, long> || std::is_pointer_v<Value> ||
                       std::is_null_pointer_v<Value>);
         Call([&](CURL* pCurl) { return curl_easy_setopt(pCurl, enOption, value); }, sFailure, sStep);
@@ -66,7 +66,7 @@ public:
     bool Succeeded() const { return m_enCurlRc == CURLE_OK; }
     std::uint32_t Result() const { return static_cast<std::uint32_t>(m_enCurlRc); }
     const wchar_t* FailureText() const { return m_sFailure; }
-    // Which call failed, and why, for as long as these calls live. Only when one has.
+    // Which call failed, and why. Only after a failure; valid for as long as this object lives.
     Failure Reason() const { return {Result(), m_sFailure, m_enCurlRc, m_sRefusal.c_str()}; }
     const quorvel::FunctionTrace& Trace() const { return m_Trace; }
 

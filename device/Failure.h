@@ -26,7 +26,7 @@ template <typename Holder> void StoreFailure(Holder& holder, const Failure& Reas
     Describe(Reason, holder.m_sLastError);
 }
 
-// What a holder has stored, for as long as it lives.
+// What a holder has stored. Valid for as long as the holder lives.
 template <typename Holder> Failure StoredFailure(const Holder& holder)
 {
     return {holder.m_dwLastError, holder.m_sLastError.c_str()};

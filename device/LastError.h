@@ -16,6 +16,6 @@ void ClearLastError(FtpContext& FC);
 LastError TakeLastError(FtpContext& FC) noexcept;
 void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept;
 
-// The last failure. As long as a worker runs that of the upload that a spacing has ended, else 0 and empty.
+// The last failure. While a worker runs: why the upload failed that a spacing over blocks has ended, or 0 and empty.
 std::uint32_t LastErrorCode(const FtpContext& FC);
 std::wstring LastErrorText(const FtpContext& FC);

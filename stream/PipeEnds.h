@@ -14,7 +14,7 @@ bool ReadPipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, 
 bool WritePipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWORD dwBytes,
                std::uint64_t& ullBytesWritten);
 
-// Close the worker's end of the upload or the download pipe when the worker ends. Either may have no device.
+// Close the worker's end of the upload or the download pipe when the worker ends. pFC may be null.
 class PipeReadThunk
 {
 public:

@@ -36,8 +36,8 @@ ZDV_STATUS EndOfRecordedMedia(FtpContext& FC, const FunctionTrace& Trace, std::i
     return uiRc;
 }
 
-// Reads the blocks and throws them away. Only a filemark stops it early. The failure of an upload that the first read
-// ends is what the host has to hear of, though the later reads forget it.
+// Reads the blocks and throws them away; only a filemark stops it early. If the first read ends an upload that has
+// failed, the host must hear of that failure, although the later reads forget it.
 ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBlocks)
 {
     Trace.Number(L"iBlocks", iBlocks);
@@ -62,8 +62,8 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
     return uiRc;
 }
 
-// By how many the object number changes for iBlocks filemarks. In the data of an object the first filemark forward is
-// that object's own, and just past a filemark the first one backward is that filemark.
+// How much the object number changes for iBlocks filemarks. In the data of an object the first filemark forward is that
+// object's own, and just past a filemark the first one backward is that filemark.
 std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
 {
     if (iBlocks > 0 && !bAtFileMark)
@@ -84,7 +84,7 @@ ZDV_STATUS SpaceFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::int32
     FC.m_uiCurrentObject += static_cast<std::uint32_t>(iObjects);
     Trace.Number(L"iBlocks", iObjects);
     Trace.Number(L"pFC->m_uiCurrentObject", FC.m_uiCurrentObject);
-    // Forward ends just past a filemark, backward just before one, whatever was left to pass of the request.
+    // A request forward ends just past a filemark, one backward just before it, even if no object was passed.
     FC.m_bFileMarkPending = iBlocks < 0;
     FC.m_bAtFileMark = iBlocks >= 0;
     return ZDV_SUCCESS;

@@ -38,7 +38,7 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
     {
         const bool bFailureTold = FC.m_bFailureTold;
         ObjectClose(FC);
-        // The host has to hear of a failure of the upload that this has ended before it is forgotten, but once.
+        // If the upload that this has ended has failed, the host must hear of it before it is forgotten, but only once.
         if (FC.m_dwLastError != ERROR_SUCCESS && !bFailureTold)
             return Ended(Trace, ZDV_DEVICE_ERROR);
         ClearLastError(FC);

@@ -3,6 +3,6 @@
 #include "interface/FtpContext.h"
 #include "interface/zdv.h"
 
-// Loads the tape afresh: ends any transfer, allows writing, re-reads the versions and the chosen one's
-// objects. The object number is kept. The status of the catalogue query; the position is reset either way.
+// Loads the tape again: ends any transfer, allows writing, lists the versions and the objects of the chosen one. The
+// object number is kept. Answers the status of the catalogue query; the filemark flags are reset also when it fails.
 ZDV_STATUS ResetMedia(FtpContext& FC);

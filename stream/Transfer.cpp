@@ -124,11 +124,13 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-// False with the last error set. The pipe and the thread are then left to EndTransfers.
+// False with the last error set. The pipe and the thread are then left to EndTransfers. Three calls fail with the one
+// text sCouldNotConnect: DuplicateHandle, CreateThread and ConnectNamedPipe. The number is the system's. A worker that
+// fails first stores its own text.
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     BeginMeeting(FC);
-    // Made before the worker, which could not call this thread without it.
+    // Made before the worker, which needs it to call this thread out of ConnectNamedPipe.
     const bool bCallable = DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(),
                                            &FC.m_hHostThread, THREAD_TERMINATE, FALSE, 0) != FALSE;
     const DWORD dwLastError = bCallable ? MeetWorker(FC, Direction) : GetLastError();

@@ -6,12 +6,12 @@
 // Transfer.cpp starts and ends it on the host's thread, Meeting.cpp lets the two threads find each other, and
 // Worker.cpp holds all that runs on the worker's thread.
 //
-// The pipes' names are one for the machine, and other accounts may open them. So each thread makes sure that
-// this process is at the other end before a byte moves: the host turns strangers away and waits on for the
-// worker, the worker leaves a stranger's pipe alone and looks for the host's. After a while it gives up. A worker that
-// gives up, or ends before it was connected, releases the host's thread from ConnectNamedPipe.
-// Within the process one device at a time has a direction, even if a stranger's pipe of the same name would let
-// there be several pipes.
+// The pipes' names are machine-wide, and other accounts may open them. So each thread makes sure that this process is
+// at the other end before a byte moves. The host turns strangers away and goes on waiting for its worker. The worker
+// leaves a stranger's pipe alone and looks for the host's, until it gives up. A worker that gives up, or ends before it
+// was connected, releases the host's thread from ConnectNamedPipe.
+// Only one device of the process at a time has a direction. The pipe alone does not see to that: if a stranger has
+// created the first pipe of this name, the system may allow several.
 //
 // The threads share the FtpContext without a lock (the one in Meeting.cpp guards nothing: a thread sleeps on it). What
 // orders them is the pipe and the thread's life:
@@ -21,14 +21,14 @@
 //                        handle, also when the device is made ready again in the middle; its callbacks only look
 //                        whether there is one.
 //   client end           written by the worker alone; the host reads it after its own call on the pipe has
-//                        failed, and the worker publishes its end before it closes the handle.
-//   server end           written by the host alone; the worker reads it after its own call has failed, and
-//                        ObjectClose publishes its end before it disconnects the pipe.
+//                        failed. The worker sets it to INVALID_HANDLE_VALUE before it closes the handle.
+//   server end           written by the host alone; the worker reads it after its own call has failed.
+//                        ObjectClose sets it to INVALID_HANDLE_VALUE before it disconnects the pipe.
 //   m_enMeeting          see Meeting.h.
-//   m_ullBytesRead,      one is counted by each side; both are zeroed while no worker exists.
+//   m_ullBytesRead,      each side counts one of them; both are set to 0 while no worker exists.
 //   m_ullBytesWritten
-//   m_dwLastError,       the worker's while it runs, see device/LastError.h. It sets them before it gives
-//   m_sLastError         up its end of the pipe.
+//   m_dwLastError,       the worker's while it runs, see device/LastError.h. It sets them before it closes
+//   m_sLastError         its end of the pipe.
 // All else belongs to the host's thread.
 #pragma once
 

@@ -15,7 +15,7 @@ using quorvel::Level;
 
 namespace {
 
-// The volume header's write makes the version that this and the following objects belong to.
+// Writing the volume header creates the version that it and the following objects belong to.
 ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
 {
     Trace.Information(L"Writing Volume Header so start new version");
@@ -75,7 +75,7 @@ ZDV_STATUS UploadWriteFailed(FtpContext& FC, const FunctionTrace& Trace)
     const DWORD dwLastError = GetLastError();
     if (PipeHasEnded(dwLastError) && FC.m_hUploadRead == INVALID_HANDLE_VALUE)
     {
-        // The worker has given up its end as its last act. Once it has left, why it failed is the host's.
+        // Closing its end was the worker's last act. Once its thread has ended, the last error is the host's.
         WaitForSingleObject(FC.m_hThread, INFINITE);
         FC.m_bFailureTold = true;
     }

@@ -249,7 +249,7 @@ public:
 private:
     static constexpr std::size_t FIRST_DATA_OBJECT = 3;
 
-    // Reported twice behind data and once behind a header.
+    // Reported twice after data and once after a header.
     void ReadFilemark()
     {
         ++m_uiObject;
