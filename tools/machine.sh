@@ -6,7 +6,7 @@ export PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 readonly project
 readonly apt_patience_s=1800
-readonly unreadable_sign='['\''"\\&$;()*?<>|`]' # in a folder's name, by windres or CMake
+readonly unreadable_sign='['\''"\\&$;()*?<>|`]' # windres or CMake cannot read these in a folder's name
 readonly hidden_folder='^/(usr|etc|run)/'        # tools/sandbox mounts others over these
 readonly unreachable='(Temporary failure resolving|Could not resolve|Could not connect|Cannot initiate the connection|Network is unreachable|Connection (failed|refused|timed out)).*'
 
