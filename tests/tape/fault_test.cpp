@@ -246,20 +246,35 @@ TEST_F(OpenFault, IsNeitherFilemarkNorBlankTape)
 // A processor that is busy with asking is missing elsewhere.
 TEST(Waiting, ForTheServerAsksSeldom)
 {
-    static int iFull, iEmpty;
-    Tape tape(server::Root(L"waiting"));
-    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    const auto Recv = +[](SOCKET hSocket, char* pData, int iSize, int iFlags) WSAAPI {
-        const int iReceived = recv(hSocket, pData, iSize, iFlags);
-        ++(iReceived < 0 ? iEmpty : iFull);
-        return iReceived;
+    struct Count
+    {
+        int iDone, iVain;
+        int Add(int iResult)
+        {
+            ++(iResult < 0 ? iVain : iDone);
+            return iResult;
+        }
     };
-    const Replacement Counted("WS2_32.dll", "recv", Recv);
-    ASSERT_EQ(tape.WriteObject(SomeBlocks(32, 1)), ZDV_SUCCESS) << tape.ErrorText();
+    static Count received{}, sent{};
+    const auto Recv = +[](SOCKET hSocket, char* pData, int iSize, int iFlags)
+                           WSAAPI { return received.Add(recv(hSocket, pData, iSize, iFlags)); };
+    const auto Send = +[](SOCKET hSocket, const char* pData, int iSize, int iFlags) WSAAPI {
+        const int iFewBytes = 65536;
+        setsockopt(hSocket, SOL_SOCKET, SO_SNDBUF, reinterpret_cast<const char*>(&iFewBytes),
+                   sizeof iFewBytes);
+        return sent.Add(send(hSocket, pData, iSize, iFlags));
+    };
+    Tape tape(server::Root(L"waiting"));
+    const Replacement Received("WS2_32.dll", "recv", Recv);
+    const Replacement Sent("WS2_32.dll", "send", Send);
+    ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
+    ASSERT_EQ(tape.WriteObject(SomeBlocks(64, 1)), ZDV_SUCCESS) << tape.ErrorText(); // fills the socket
+    EXPECT_LT(2 * sent.iVain, sent.iDone);
     ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS);
+    received = {};
     Blocks aRead;
     ASSERT_EQ(tape.Read(32, aRead), ZDV_SUCCESS) << tape.ErrorText();
-    EXPECT_LT(iEmpty, 10 * iFull) << iFull;
+    EXPECT_LT(received.iVain, 10 * received.iDone);
 }
 
 // TLS sessions are forgotten after a time, and without one a server may refuse data connections. Only this side's clock
