@@ -49,8 +49,8 @@ bool QueryVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstrin
     return true;
 }
 
-// Traces a date for people to read at sPlace, as sBackupTime; false for a date that has no text, with sReason
-// stored and sFailure traced.
+// Traces a date as people read it, at sPlace and as sBackupTime. False if the date has no text: then sReason is stored
+// and sFailure traced.
 bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPlace,
                const wchar_t* sReason, const wchar_t* sFailure)
 {

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Keeps the server's last line. The debug callback, since a download leaves its header callback on the handle.
+// Keeps the server's last line. It is the debug callback, because a download leaves its header callback on the handle.
 int KeepReply(CURL*, curl_infotype enType, char* pData, std::size_t uiSize, void* pReply) noexcept
 {
     if (enType != CURLINFO_HEADER_IN)
@@ -25,7 +25,7 @@ int KeepReply(CURL*, curl_infotype enType, char* pData, std::size_t uiSize, void
 
 bool MeansEmpty(std::string_view sReply)
 {
-    // At the beginning: the rest may name a folder, and that any words.
+    // At the beginning only: the rest may hold the name of a folder, which can be any words.
     static constexpr std::string_view PHRASES[] = {"550 no files", "550 empty directory",
                                                    "550 directory is empty", "550 directory empty"};
     std::string sWords(sReply);

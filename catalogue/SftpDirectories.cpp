@@ -24,7 +24,7 @@ std::string Quoted(const std::string& sPath)
 std::vector<std::string> DirectoriesOf(const std::wstring& sURL)
 {
     std::string sPath = quorvel::UrlPart(sURL, CURLUPART_PATH, CURLU_URLDECODE);
-    // libcurl does not resolve the login directory in a quoted path, but servers start relative ones there.
+    // libcurl does not replace "~" in a quoted path, but servers start relative paths in the login directory.
     if (sPath.starts_with("/~/"))
         sPath.erase(0, std::min(sPath.find_first_not_of('/', 2), sPath.size()));
     std::vector<std::string> aDirectories;

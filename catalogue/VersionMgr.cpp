@@ -31,7 +31,7 @@ void TakeVersion(const FunctionTrace& Trace, std::wstring& sLine, std::vector<st
     sLine.clear();
 }
 
-// Servers answer the request for a new directory with its listing, whatever it holds.
+// A new directory is made by listing it. What the server lists is not wanted.
 std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*) noexcept
 {
     return uiSize * uiCount;

@@ -29,7 +29,7 @@ bool AllOf(std::string_view sText, const std::string& sAllowed)
 Words WordsOf(const std::string& sText)
 {
     std::istringstream Stream(sText);
-    Stream.exceptions(std::ios::badbit); // what there is no memory for must not be passed over
+    Stream.exceptions(std::ios::badbit); // without memory it throws, and does not end early
     return {std::istream_iterator<std::string>(Stream), {}};
 }
 

@@ -6,7 +6,8 @@ namespace {
 
 bool IsConnected(const FtpContext& FC) { return FC.m_bSendData || FC.m_bGetData; }
 
-// A running worker's fields are not the host's to look at, and a transfer without a failure has nothing to tell.
+// Whether the answer is the failure of the upload that a spacing has ended: while a worker runs the fields are its own,
+// and later they may be empty.
 bool EndedUploadIsTold(const FtpContext& FC)
 {
     return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_EndedUpload.dwCode != ERROR_SUCCESS);

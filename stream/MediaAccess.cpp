@@ -8,8 +8,8 @@ using quorvel::FunctionTrace;
 namespace {
 
 // The first filemark ends the object being written. Each further one leaves out an object number, and so
-// makes no object at the end of the data. A request for none runs through the whole 32-bit range. All fixed by the
-// interface.
+// makes no object at the end of the data. A request for 0 filemarks counts through the whole 32-bit range. All of this is
+// fixed by the interface.
 ZDV_STATUS WriteFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiParam)
 {
     Trace.Number(L"uiParam", uiParam);

@@ -8,8 +8,8 @@ constexpr DWORD CONNECT_LIMIT = 30000; // milliseconds that a worker looks for i
 SRWLOCK g_StateLock = SRWLOCK_INIT;
 CONDITION_VARIABLE g_StateChanged = CONDITION_VARIABLE_INIT;
 
-// The only writer of the state. False when it is no longer enFrom. Wakes a worker that waits for the host; without the
-// lock that could fall asleep just after the change.
+// The only writer of the state. False when it is no longer enFrom. Wakes a worker that waits for the host. Without the
+// lock the worker could look at the state just before the change, and fall asleep just after it.
 bool MoveTo(FtpContext& FC, Meeting enFrom, Meeting enTo)
 {
     if (!FC.m_enMeeting.compare_exchange_strong(enFrom, enTo))
@@ -20,21 +20,21 @@ bool MoveTo(FtpContext& FC, Meeting enFrom, Meeting enTo)
     return true;
 }
 
-// Who is at the other end of a pipe.
+// Whether the process at the other end of a pipe is this one.
 bool IsThisProcess(BOOL(WINAPI* askPipe)(HANDLE, PULONG), HANDLE hPipe)
 {
     ULONG ulProcess = 0;
     return askPipe(hPipe, &ulProcess) && ulProcess == GetCurrentProcessId();
 }
 
-// Whose pipe it is shows only when it is open: until then a stranger gets no token to act with.
+// Only an open pipe shows whose it is. If it is a stranger's, he gets no identity to act with.
 HANDLE OpenPipe(const TransferDirection& Direction)
 {
     return CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING,
                        SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
 }
 
-// Whether the host takes the client that has just come for its worker. It is about to say so.
+// Waits until the host has said whether it takes the client that has just connected for its worker.
 bool IsWelcome(const FtpContext& FC, ULONGLONG ullLimit)
 {
     AcquireSRWLockExclusive(&g_StateLock);
@@ -79,7 +79,7 @@ bool GiveUp(FtpContext& FC)
 {
     if (MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByHost))
         return true;
-    // The worker calls this thread until it sees this.
+    // The worker calls this thread until it sees this state.
     MoveTo(FC, Meeting::GivenUpByWorker, Meeting::GivenUpByHost);
     WaitForSingleObject(FC.m_hThread, INFINITE);
     return false;
@@ -112,8 +112,8 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
 void LeaveHost(FtpContext& FC)
 {
     MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByWorker);
-    // More than once: the host's thread may be on its way into ConnectNamedPipe. It does nothing else until it
-    // has seen this.
+    // More than once: the host's thread may not be inside ConnectNamedPipe yet. No other call of it is cancelled, since
+    // it does nothing else until it has seen this state.
     while (FC.m_enMeeting == Meeting::GivenUpByWorker)
     {
         CancelSynchronousIo(FC.m_hHostThread);

@@ -13,7 +13,7 @@ struct Texts
     const wchar_t* sMoved;
 };
 
-// Calls the pipe until all bytes are through. What has moved is counted at once: the count is right after a failure.
+// Calls the pipe until all bytes have moved. Each call is counted at once, so the count is right after a failure, too.
 template <typename Function>
 bool MoveAll(const FunctionTrace& Trace, const Texts& Traced, DWORD dwLeft, std::uint64_t& ullCount,
              const Function& call)

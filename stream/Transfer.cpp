@@ -93,7 +93,7 @@ void Release(const FtpContext& FC, const TransferDirection& Direction)
     Direction.pOwner->compare_exchange_strong(pOwner, nullptr);
 }
 
-// ERROR_SUCCESS, or why there is none.
+// ERROR_SUCCESS, or why there is no pipe.
 DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
 {
     if (!Claim(FC, Direction))
@@ -115,7 +115,7 @@ DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     return dwLastError;
 }
 
-// ERROR_SUCCESS, or why the worker is not there.
+// Starts the worker and waits for it. ERROR_SUCCESS, or why it is not there.
 DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     const HANDLE hServer = FC.*Direction.hServer;
@@ -181,7 +181,7 @@ void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
 ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction)
 {
     const FunctionTrace Trace(Direction.sHostFunction);
-    // What a connection that failed has left: a context has one worker, and never loses sight of it.
+    // A failed connection may have left a pipe and a worker. A context has one worker at a time.
     EndTransfers(FC);
     if (!SetObjectUrl(FC, Trace))
         return ZDV_DEVICE_ERROR;

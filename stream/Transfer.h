@@ -72,6 +72,6 @@ extern const TransferDirection DOWNLOAD;
 // last error set on failure; what a failed connection leaves is ended by EndTransfers.
 ZDV_STATUS StartTransfer(FtpContext& FC, const TransferDirection& Direction);
 
-// Ends what there is of a transfer: closes the host's end of the pipe, which is the other side's end of data, and
-// waits for the worker for as long as it takes.
+// Ends what there is of a transfer: closes the host's end of the pipe, which the worker takes for the end of the data,
+// and waits for the worker for as long as it takes.
 void EndTransfers(FtpContext& FC);

@@ -31,7 +31,7 @@ std::size_t UploadReadFailed(const FtpContext& FC, const FunctionTrace& Trace)
     {
         Trace.Number(L"pFC->m_ullBytesRead", FC.m_ullBytesRead);
         Trace.Information(L"... ending(EOF)");
-        return 0; // only whole buffers count: a request is whole blocks, which whole buffers divide
+        return 0; // no buffer is full in part here: an object is whole blocks, and a block whole buffers
     }
     Trace.At(L"... ending(ReadFile failed)").Number(Level::Error, L"dwLastError", dwLastError);
     return ABORT_TRANSFER;
@@ -85,7 +85,7 @@ std::size_t DownloadWriteFailed(const FtpContext& FC, const FunctionTrace& Trace
 {
     const DWORD dwLastError = GetLastError();
     const bool bClosed = FC.m_hDownloadRead == INVALID_HANDLE_VALUE;
-    // The host's disconnect comes first, its close second; which of them this call meets is chance.
+    // The host disconnects the pipe and then closes it. It is chance which of the two this call meets.
     if (bClosed && (dwLastError == ERROR_NO_DATA || dwLastError == ERROR_PIPE_NOT_CONNECTED))
     {
         Trace.Information(L"Download->Read pipe handle closed");
@@ -223,8 +223,8 @@ DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDir
     return 0;
 }
 
-// PipeEnd closes the worker's end of the pipe whichever way the thread ends, and after everything else, since the
-// host takes it as the worker's last word.
+// PipeEnd closes the worker's end of the pipe whichever way the thread ends, and after everything else: to the host
+// this is the worker's last act.
 template <typename PipeEnd>
 DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCalls transfer)
 {
@@ -236,7 +236,7 @@ DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCal
     });
     const PipeEnd Guard(pFC);
     const ScopeExit FreeOpenSsl(
-        [] { OPENSSL_thread_stop(); }); // linked statically, it does not notice a thread's end
+        [] { OPENSSL_thread_stop(); }); // linked statically, OpenSSL does not notice a thread's end
     quorvel::KeepMemoryReserve();
     try
     {
