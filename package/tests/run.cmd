@@ -1,7 +1,7 @@
 @echo off
 rem README.txt explains this. run.cmd 64 backs up 64 MiB, for a slow line, and not 1024.
 pushd "%~dp0"
-echo A server, a login, and a folder that the tests may write to. Enter alone keeps what stands in brackets.
+echo A server, a login, and a folder that the tests may write to. Enter alone keeps what is in brackets.
 echo.
 set /p "ZDV_SERVER=Server, its bare name or address [%ZDV_SERVER%]: "
 set /p "ZDV_PORT=Port, 22 for SFTP, 990 for implicit TLS, 21 for FTP [%ZDV_PORT%]: "
