@@ -158,10 +158,9 @@ bool WrittenNames::Meet(const std::string& sTapeName) const
     {
         if (Here == m_Folders.end())
             return false;
-        const auto Found = Here->Names.find(Folded(sPart));
-        if (Found == Here->Names.end())
+        if (!Here->Names.contains(Folded(sPart)))
             return false;
-        if (Found->second != std::hash<std::wstring_view>()(sPart))
+        if (Here->sLast != sPart)
             return true;
         ++Here;
     }
@@ -177,7 +176,7 @@ void WrittenNames::Add(const std::string& sTapeName)
         if (uiDepth == m_Folders.size())
             m_Folders.emplace_back();
         Folder& Here = m_Folders[uiDepth++];
-        Here.Names.try_emplace(Folded(sPart), std::hash<std::wstring_view>()(sPart));
+        Here.Names.insert(Folded(sPart));
         if (Here.sLast != sPart)
             m_Folders.resize(uiDepth);
         m_Folders[uiDepth - 1].sLast = sPart;

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <string>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 // The path below a folder that a name means on Windows. Refuses every name that could lead out of it, or to a
@@ -34,15 +34,15 @@ private:
     std::vector<Pattern> m_All;
 };
 
-// Names that were written, in the order of a tree: of a folder that was left only its own name is kept, and of each
-// name a hash, so that millions need little memory.
+// Names that were written, in the order of a tree. So that millions need little memory, hashes are kept, and only of
+// the names in the folders that the last name lies in.
 class WrittenNames
 {
 public:
     void Add(const std::string& sTapeName);
 
-    // Whether a name is one of them, or may be in some file systems: it, or a folder that it lies in, differs only in
-    // case or in Unicode's normal form.
+    // Whether a name may be one of them: it, or a folder that it lies in, differs from one in case or in Unicode's
+    // normal form only; or it lies in a folder that was left before, which a tree never comes back to.
     bool Meet(const std::string& sTapeName) const;
 
 private:
@@ -50,8 +50,7 @@ private:
 
     struct Folder
     {
-        std::unordered_map<std::size_t, std::size_t>
-            Names{}; // as Folded() has them, and as they were written
+        std::unordered_set<std::size_t> Names{}; // as Folded() has them
         std::wstring sLast{};
     };
     std::vector<Folder> m_Folders{}; // from the top down to where the last name lies

@@ -81,7 +81,7 @@ TEST(WrittenNames, MeetThoseThatAFileSystemMayTakeForThem)
         EXPECT_FALSE(Written.Meet(pName)) << pName;
         Written.Add(pName);
     }
-    for (const char* pName : {"c/d/e/f", "C/d/e/f", "c/D/x", "c/d/e/F", "A/x"})
+    for (const char* pName : {"c/d/e/f", "C/d/e/f", "c/D/x", "c/d/e/F", "A/x", "a/README"})
         EXPECT_TRUE(Written.Meet(pName)) << pName;
     for (const char* pName : {"c/d/e/g", "c/x", "x"})
         EXPECT_FALSE(Written.Meet(pName)) << pName;
