@@ -65,7 +65,6 @@ Device::Device(Module Loaded) : m_Module(std::move(Loaded))
 Device::Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion)
     : Device(Phase(ExitCode::NoModule, "", Load))
 {
-    constexpr std::uint32_t NO_SUCH_VERSION = 10; // the versions are listed, none is old enough
     const std::wstring sTime = tVersion ? StandardTimeText(*tVersion) : L"none";
     const std::pair<std::int32_t, std::wstring> OPTIONS[] = {{ZDV_FTP_SERVERNAME, FromUtf8(Target.sName)},
                                                              {ZDV_FTP_PORT, std::to_wstring(Target.uiPort)},
@@ -78,7 +77,9 @@ Device::Device(const Server& Target, const std::wstring& sPassword, std::optiona
                            static_cast<std::uint32_t>(sTime.size())),
           "choosing a version");
     const ZDV_STATUS uiStatus = m_Module.Utility(m_Handle, ZDV_U_MAKE_UNIT_READY);
-    if (LastErrorCode() != NO_SUCH_VERSION)
+    // The number means two things: no version is old enough, and an option that libcurl refuses. Only in the first
+    // case are versions listed.
+    if (LastErrorCode() != ERROR_BAD_ENVIRONMENT || Versions().empty())
         Check(uiStatus, "making the unit ready");
 }
 
