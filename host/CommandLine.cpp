@@ -119,13 +119,21 @@ void AddCommands(CLI::App& App, CommandLine& Given)
 }
 
 // What a URL says. Nobody guesses which one was meant if an option or the environment says something else.
-template <typename Value> void SetOnce(const char* pName, Value& Into, const Value& FromUrl)
+template <typename Value, typename Meaning = std::identity>
+void SetOnce(const char* pName, Value& Into, const Value& FromUrl, Meaning meaning = {})
 {
-    if (Into != Value() && Into != FromUrl)
+    if (Into != Value() && meaning(Into) != meaning(FromUrl))
         throw CLI::ValidationError(
             "--server",
             fmt::format("the URL has another {0} than --{0} or the environment: give it once", pName));
     Into = FromUrl;
+}
+
+// The module takes a backslash for a slash, and a slash at the beginning for none.
+std::string RootAsUnderstood(std::string sRoot)
+{
+    std::ranges::replace(sRoot, '\\', '/');
+    return sRoot.substr(sRoot.starts_with('/'));
 }
 
 unsigned PortOf(const std::string& sDigits)
@@ -159,7 +167,7 @@ void CompleteServer(Server& Target)
         if (Parts[2].matched)
             SetOnce("user", Target.sUser, Parts[2].str());
         if (Parts[5].length() > 1)
-            SetOnce("root", Target.sRoot, Parts[5].str());
+            SetOnce("root", Target.sRoot, Parts[5].str(), RootAsUnderstood);
         if (sScheme != SchemeOf(Target.uiPort))
             throw CLI::ValidationError("--server", fmt::format("{} means {}, not {}. {}", Target.uiPort,
                                                                SchemeOf(Target.uiPort), sScheme, PORT_RULE));
