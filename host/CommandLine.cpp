@@ -1,7 +1,7 @@
 #include "host/CommandLine.h"
 
 #include "host/Errors.h"
-#include "host/Versions.h"
+#include "host/Tape.h"
 
 #include <CLI/CLI.hpp>
 #include <regex>

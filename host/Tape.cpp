@@ -110,7 +110,13 @@ bool Has(const Head& First, RecordKind enKind, const std::string& sId, std::uint
 
 } // namespace
 
-std::string ToLine(const Head& First) { return WithoutDefaults(First); }
+std::string ToLine(Head First)
+{
+    First.program = PROGRAM;
+    First.format = FORMAT;
+    return WithoutDefaults(First);
+}
+
 std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
 
 std::string TextOf(Kind enKind) { return Json(enKind).get<std::string>(); }
@@ -147,8 +153,8 @@ try
     const std::size_t uiFirst = sSealed.find('\n') + 1;
     const Json First = ParseLine(std::string_view(sSealed).substr(0, uiFirst));
     if (const int iFormat = First.value("format", FORMAT); iFormat != FORMAT)
-        throw UnknownFormat(fmt::format("it has format {}, of {}, which this zdv does not know", iFormat,
-                                        Quoted(First.value("program", ""))));
+        throw UnknownFormat(fmt::format("the backup has format {}, which this zdv cannot read: use {}", iFormat,
+                                        Printable(First.value("program", "a newer one"))));
     sSealed.erase(0, uiFirst);
     return {.First = First.get<Head>(), .sEntries = std::move(sSealed), .sProblem = ""};
 }

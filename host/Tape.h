@@ -13,10 +13,10 @@
 // The three objects of an area are found by counting, so one that is lost on the server must be replaced by an empty
 // file. Area headers are read by a verify only: they are there because the module takes every third object for one.
 //
-// Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is and in "id" of
-// which backup; the last line holds the SHA-256 of all lines before it; line feeds fill the last block. Members that
-// are 0 or empty are left out.
-//   "volume"    format, program, computer, paths, excludes, and what the backup is expected to hold: files, bytes
+// Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is, in "id" of which
+// backup, and in "format" and "program" how to read it; the last line holds the SHA-256 of all lines before it; line
+// feeds fill the last block. Members that are 0 or empty are left out.
+//   "volume"    computer, paths, excludes, and what the backup is expected to hold: files, bytes
 //   "area"      area (its number)
 //   "manifest"  the trailer: area, state; computer, files, folders, links, bytes, problems: of the backup so far;
 //               abandoned: the areas that do not count. Then a line for each entry, in the order of the archive.
@@ -30,11 +30,13 @@
 
 #include "host/Entry.h"
 #include "host/Session.h"
+#include "interface/ModuleVersion.h"
 
 #include <nlohmann/json.hpp>
 #include <set>
 
-inline constexpr int FORMAT = 1;
+inline constexpr const char* PROGRAM = "zdv " MODULE_VERSION;
+inline constexpr int FORMAT = 1; // of all records; one with another number is refused
 inline constexpr std::uint32_t VOLUME_HEADER = 1;
 inline constexpr std::uint32_t LAST_OBJECT = 0;
 inline constexpr std::uint32_t MAX_AREAS = 332; // an object's number has three digits
@@ -85,8 +87,8 @@ struct Head
     std::uint64_t problems = 0;
 };
 
-// As JSON, with its line feed. What is 0 or empty is left out.
-std::string ToLine(const Head& First);
+// As JSON, with its line feed. What is 0 or empty is left out; a first line gets this program and its format.
+std::string ToLine(Head First);
 std::string ToLine(const Entry& What);
 
 // As on the tape: "folderlink", "skipped".

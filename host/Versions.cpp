@@ -74,8 +74,6 @@ std::time_t BeginVersion(Session& Server, Head Header)
         for (; std::ranges::find(Versions, VersionText(tNow), VersionText) != Versions.end();
              tNow = std::time(nullptr))
             Pause(1);
-        Header.format = FORMAT;
-        Header.program = PROGRAM;
         Header.computer = ComputerName();
         Drive.BeginVersion();
         WriteRecord(Drive, ToLine(Header));

@@ -2,9 +2,6 @@
 #pragma once
 
 #include "host/Tape.h"
-#include "interface/ModuleVersion.h"
-
-inline constexpr const char* PROGRAM = "zdv " MODULE_VERSION;
 
 std::string ComputerName();
 

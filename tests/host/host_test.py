@@ -350,6 +350,7 @@ class HostTest(unittest.TestCase):
             ("manifest of another", 7, retold(id="1"), {2, 3}, "area 2"),
             ("another format", 1, retold(format=2), set(range(6)), "format 2"),
             ("forgotten areas", 10, retold(abandoned=[1, 3]), {0, 1, 4, 5}, "but it was closed with 6 files"),
+            ("manifest of another format", 7, retold(format=2), {2, 3, 4, 5}, "NOT EVERYTHING WAS READ. the backup has format 2"),
             ("unreadable", 6, None, {2, 3}, "(code "),
             *((f"{name} missing", number, "missing", lost, text) for name, number, lost, text in (
                 ("volume header", 1, set(), "volume header"), ("area header", 2, set(), ""),
