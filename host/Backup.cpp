@@ -149,18 +149,19 @@ private:
     {
         try
         {
-            const Volume Tape =
+            Volume Tape =
                 Phase(ExitCode::DataDiffers, "The backup is written, but was not compared: ", [&] {
                     m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
                     return LookAt(m_Server);
                 });
-            if (ToLine(Tape.Last.First) != ToLine(m_Saved))
+            Tape.Sums = m_Sums;
+            if (Tape.Last.sSum != m_Sums.rbegin()->second)
                 throw CommandFailure{
                     ExitCode::DataDiffers,
                     "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written."};
             const ExitCode enCode =
                 Phase(ExitCode::DataDiffers, "The backup is written, but was not compared to its end: ", [&] {
-                    return ReadVersion(m_Server, Tape, {}, nullptr);
+                    return ReadVersion(m_Server, Tape, Command::Verify, {});
                 });
             if (enCode == ExitCode::DataDiffers)
                 throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
@@ -186,7 +187,9 @@ private:
         m_Saved.state = enState;
         m_Saved.area = Area();
         m_Saved.abandoned.assign(m_Abandoned.begin(), m_Abandoned.end());
-        WriteObject(ToLine(m_Saved) + m_sEntries);
+        const std::string sLines = ToLine(m_Saved) + m_sEntries;
+        m_Sums[Area()] = HashOf(sLines);
+        WriteObject(sLines);
     }
 
     // How often the connection broke while this file was sent.
@@ -422,6 +425,7 @@ private:
     int m_iCuts = 0;
     std::optional<ArchiveWriter> m_Archive;
     std::string m_sEntries; // the lines of this area's manifest
+    std::map<std::uint32_t, std::string> m_Sums; // of the manifests, by area
     Block m_Piece = Block(PIECE_SIZE);
     std::span<const std::byte> m_Read; // of it
     bool m_bLeftOut = false;           // a file that broke the connection

@@ -51,6 +51,13 @@ std::string Sha256::Finish()
     return Hexadecimal(aDigest);
 }
 
+std::string HashOf(std::string_view sText)
+{
+    Sha256 Hash;
+    Hash.Add(std::as_bytes(std::span(sText)));
+    return Hash.Finish();
+}
+
 std::string RandomId()
 {
     std::array<UCHAR, 16> aId{};

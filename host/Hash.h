@@ -4,6 +4,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 // SHA-256 by the system's own cryptography.
 class Sha256
@@ -17,5 +18,7 @@ public:
 private:
     std::unique_ptr<void, void (*)(void*)> m_hHash;
 };
+
+std::string HashOf(std::string_view sText); // its SHA-256 in hexadecimal
 
 std::string RandomId();

@@ -22,19 +22,12 @@ void ShowEntry(const Entry& What)
     Say("{}", Printable(sLine));
 }
 
-enum class Purpose
-{
-    List,
-    Verify,
-    Restore,
-};
-
 class VersionReader
 {
 public:
-    VersionReader(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
-                  Purpose enPurpose, TargetFolder* pTarget)
-        : m_Server(Server), m_Tape(Tape), m_Wanted(Given), m_enPurpose(enPurpose), m_pTarget(pTarget)
+    VersionReader(Session& Server, const Volume& Tape, Command enPurpose,
+                  const std::vector<std::string>& Wanted, TargetFolder* pTarget)
+        : m_Server(Server), m_Tape(Tape), m_enPurpose(enPurpose), m_Wanted(Wanted), m_pTarget(pTarget)
     {
         if (m_Wanted.Empty())
             m_Progress.SetTotal(Tape.Last.First.bytes);
@@ -55,7 +48,7 @@ public:
         CheckTotals();
         for (const std::string& sPattern : m_Wanted.Unmatched())
             Report(Quoted(sPattern), "no name in this backup matches");
-        if (m_enPurpose != Purpose::List)
+        if (m_enPurpose != Command::List)
             Summarize();
         if (m_uiProblems != 0)
             return ExitCode::DataDiffers;
@@ -65,9 +58,11 @@ public:
 private:
     void Summarize() const
     {
-        Say("{} {} and {} folders and links, {}{}.", m_enPurpose == Purpose::Verify ? "Compared" : "Restored",
+        Say("{} {} and {} folders and links, {}{}.", m_enPurpose == Command::Verify ? "Compared" : "Restored",
             CountText(m_uiFiles, "file"), m_uiOthers, m_Progress.Summary(),
             m_uiProblems == 0 ? "" : "; " + CountText(m_uiProblems, "problem"));
+        if (m_Tape.JustWritten()) // the backup has named what it has not saved
+            return;
         if (m_uiNotSaved != 0)
             Say("Left out on purpose (see \"zdv list\"): {}.", m_uiNotSaved);
         if (m_uiNotAsItWas != 0)
@@ -76,8 +71,8 @@ private:
 
     void Report(const std::string& sWhat, const std::string& sProblem)
     {
-        const char* const pAction = m_enPurpose == Purpose::List     ? "Not listed"
-                                    : m_enPurpose == Purpose::Verify ? "Differs"
+        const char* const pAction = m_enPurpose == Command::List     ? "Not listed"
+                                    : m_enPurpose == Command::Verify ? "Differs"
                                                                      : "Not restored";
         Complain("{}: {}: {}", pAction, sWhat, Printable(sProblem));
         ++m_uiProblems;
@@ -123,7 +118,7 @@ private:
             m_bLost = true;
             return Report(sName, "its manifest, which names its files, " + From.Manifest.sProblem);
         }
-        if (m_enPurpose == Purpose::Verify && !HasHeader(m_Server, From))
+        if (m_enPurpose == Command::Verify && !HasHeader(m_Server, From))
             Report(sName, "its header is missing or damaged, which costs none of its files");
         ArchiveReader Archive(m_Server, DataObject(From.uiNumber));
         Loss Lost;
@@ -140,11 +135,11 @@ private:
         FinishFolders(What.path);
         if (!m_Wanted.Empty() && !m_Wanted.Match(What.path))
             return;
-        if (m_enPurpose == Purpose::List)
+        if (m_enPurpose == Command::List)
             return ShowEntry(What);
         if (What.type == Kind::Unknown || What.state == State::Unknown)
             return Report(Quoted(What.path), "it is of a kind that this zdv does not know");
-        if (What.IsProblem())
+        if (What.IsProblem() && !m_Tape.JustWritten())
             Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path),
                      Printable(What.problem));
         m_uiNotAsItWas += What.IsProblem();
@@ -235,8 +230,8 @@ private:
 
     Session& m_Server;
     const Volume& m_Tape;
+    Command m_enPurpose;
     Patterns m_Wanted;
-    Purpose m_enPurpose;
     TargetFolder* m_pTarget;
     Progress m_Progress;
     Block m_Piece = Block(PIECE_SIZE);
@@ -251,19 +246,12 @@ private:
 
 } // namespace
 
-ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
-                     TargetFolder* pTarget)
+ExitCode ReadVersion(Session& Server, const Volume& Tape, Command enPurpose,
+                     const std::vector<std::string>& Wanted, TargetFolder* pTarget)
 {
     const std::string& sComputer = Tape.Facts().First.computer;
     if (pTarget != nullptr && !sComputer.empty() && sComputer != ComputerName())
         Complain("Note: this is a backup of the computer {}, not of this one, {}.", Quoted(sComputer),
                  Quoted(ComputerName()));
-    return VersionReader(Server, Tape, Given, pTarget == nullptr ? Purpose::Verify : Purpose::Restore,
-                         pTarget)
-        .Run();
-}
-
-ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given)
-{
-    return VersionReader(Server, Tape, Given, Purpose::List, nullptr).Run();
+    return VersionReader(Server, Tape, enPurpose, Wanted, pTarget).Run();
 }

@@ -2,13 +2,12 @@
 // What is damaged or missing is reported by name and leaves the rest alone.
 #pragma once
 
+#include "host/CommandLine.h"
 #include "host/Tape.h"
 #include "host/Target.h"
 
-// Without a target nothing is written. DoneWithProblems: all is as the backup has it, but that has not all. Throws when
-// nothing further can be read.
-ExitCode ReadVersion(Session& Server, const Volume& Tape, const std::vector<std::string>& Given,
-                     TargetFolder* pTarget);
-
-// Shows the entries from the manifests alone. As with the other, what is lost is named and gives DataDiffers.
-ExitCode ShowList(Session& Server, const Volume& Tape, const std::vector<std::string>& Given);
+// List shows the entries of the manifests without reading the data, Verify compares, and Restore, which alone has a
+// target, writes. DataDiffers: something is lost or not as the manifests say. DoneWithProblems: all is as the backup
+// has it, but that lacks something. Throws when nothing further can be read.
+ExitCode ReadVersion(Session& Server, const Volume& Tape, Command enPurpose,
+                     const std::vector<std::string>& Wanted, TargetFolder* pTarget = nullptr);

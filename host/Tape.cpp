@@ -37,13 +37,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE_WITH_DEFAULT(Entry, path, type, size, mtime, 
 
 namespace {
 
-std::string HashOf(std::string_view sText)
-{
-    Sha256 Hash;
-    Hash.Add(std::as_bytes(std::span(sText)));
-    return Hash.Finish();
-}
-
 template <typename Line> std::string WithoutDefaults(const Line& What)
 {
     static const Json Defaults = Line();
@@ -148,7 +141,8 @@ try
     const std::size_t uiLast = sSealed.find_last_of('\n') + 1;
     const Json End = ParseLine(std::string_view(sSealed).substr(uiLast));
     sSealed.erase(uiLast);
-    if (End.at("sha256") != HashOf(sSealed))
+    const std::string sSum = HashOf(sSealed);
+    if (End.at("sha256") != sSum)
         throw TapeError("is damaged");
     const std::size_t uiFirst = sSealed.find('\n') + 1;
     const Json First = ParseLine(std::string_view(sSealed).substr(0, uiFirst));
@@ -156,7 +150,7 @@ try
         throw UnknownFormat(fmt::format("the backup has format {}, which this zdv cannot read: use {}", iFormat,
                                         Printable(First.value("program", "a newer one"))));
     sSealed.erase(0, uiFirst);
-    return {.First = First.get<Head>(), .sEntries = std::move(sSealed), .sProblem = ""};
+    return {.First = First.get<Head>(), .sEntries = std::move(sSealed), .sSum = sSum, .sProblem = ""};
 }
 catch (const Json::exception&)
 {
@@ -228,7 +222,7 @@ Volume LookAt(Session& Server)
 
 // Without the last manifest, which lists all abandoned areas, each one that is there is asked.
 Areas::Areas(Session& Server, const Volume& Tape)
-    : m_Server(Server), m_Last(Tape.Last.First), m_sId(Tape.Facts().First.id)
+    : m_Server(Server), m_Tape(Tape), m_sId(Tape.Facts().First.id)
 {
     std::optional<Record> Found = Tape.Last;
     for (std::uint32_t uiArea = 0; Found && uiArea <= MAX_AREAS; ++uiArea)
@@ -237,7 +231,7 @@ Areas::Areas(Session& Server, const Volume& Tape)
             m_sId = Found->First.id;
         if (Found->First.id == m_sId)
             m_Abandoned.insert(Found->First.abandoned.begin(), Found->First.abandoned.end());
-        if (!m_Last.id.empty())
+        if (Tape.Last.Intact())
             return;
         Found = ReadRecord(Server, ManifestObject(uiArea + 1));
     }
@@ -251,16 +245,21 @@ bool HasHeader(Session& Server, const Area& Of)
 
 std::optional<Area> Areas::Next()
 {
-    const std::uint32_t uiEnd = m_Last.id.empty() ? MAX_AREAS : std::min(m_Last.area, MAX_AREAS);
+    const bool bEndKnown = m_Tape.Last.Intact();
+    const std::uint32_t uiEnd = bEndKnown ? std::min(m_Tape.Last.First.area, MAX_AREAS) : MAX_AREAS;
     while (++m_uiArea <= uiEnd)
     {
+        if (m_Abandoned.contains(m_uiArea))
+            continue;
         std::optional<Record> Found = ReadRecord(m_Server, ManifestObject(m_uiArea));
-        if (!Found && m_Last.id.empty())
+        if (!Found && !bEndKnown)
             return std::nullopt; // the tape ends
         Record Manifest = std::move(Found).value_or(Record());
         if (Manifest.Intact() && !Has(Manifest.First, RecordKind::Manifest, m_sId, m_uiArea))
             Manifest = {.sProblem = "is that of another area or backup"};
-        if (!m_Abandoned.contains(m_uiArea) && Manifest.First.state != AreaState::Abandoned)
+        if (Manifest.Intact() && m_Tape.JustWritten() && Manifest.sSum != m_Tape.Sums.at(m_uiArea))
+            Manifest = {.sProblem = "is not what was just written"};
+        if (Manifest.First.state != AreaState::Abandoned)
             return Area{m_uiArea, std::move(Manifest)};
     }
     return std::nullopt;

@@ -32,6 +32,7 @@
 #include "host/Session.h"
 #include "interface/ModuleVersion.h"
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -102,6 +103,7 @@ struct Record
 {
     Head First{};
     std::string sEntries{}; // the lines of a manifest
+    std::string sSum{};     // SHA-256 of all its lines
     std::string sProblem = "is missing";
 
     bool Intact() const { return sProblem.empty(); }
@@ -132,6 +134,10 @@ struct Volume
     Record Last{};          // the manifest that ends the tape, without its entries
     std::string sProblem{}; // objects are missing, or those of another backup
 
+    // What the manifests of the areas must have as their sSum. Only the process that has just written them knows.
+    std::map<std::uint32_t, std::string> Sums{};
+
+    bool JustWritten() const { return !Sums.empty(); }
     bool Complete() const { return sProblem.empty() && Last.First.state == AreaState::Complete; }
     const Record& Facts() const { return Last.Intact() ? Last : Header; }
 };
@@ -155,7 +161,7 @@ public:
 
 private:
     Session& m_Server;
-    const Head m_Last; // of the tape's last manifest; without an id if that is lost
+    const Volume& m_Tape;
     std::string m_sId; // that all records must have
     std::set<std::uint32_t> m_Abandoned{};
     std::uint32_t m_uiArea = 0;

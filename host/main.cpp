@@ -37,16 +37,17 @@ ExitCode Check(Session& Server, bool bWrite)
 
 ExitCode Read(Session& Server, const CommandLine& Given)
 {
-    const ChosenVersion Chosen = OpenVersion(Server, Given.tAt);
+    const ChosenVersion Chosen =
+        Phase(ExitCode::DataDiffers, "", [&] { return OpenVersion(Server, Given.tAt); });
     std::optional<TargetFolder> Target;
     if (Given.enCommand == Command::Restore)
         Phase(ExitCode::LocalFile,
               "Nothing was written: ", [&] { Target.emplace(FromUtf8(Given.sFolder), Given.bReplace); });
     Say("{} {}  {}{}", Given.enCommand == Command::List ? "Listing" : "Reading", VersionText(Chosen.tVersion),
         StateText(Chosen.Tape), Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
-    if (Given.enCommand == Command::List)
-        return ShowList(Server, Chosen.Tape, Given.Paths);
-    return ReadVersion(Server, Chosen.Tape, Given.Paths, Target ? &*Target : nullptr);
+    return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ. ", [&] {
+        return ReadVersion(Server, Chosen.Tape, Given.enCommand, Given.Paths, Target ? &*Target : nullptr);
+    });
 }
 
 // The module's pipes are the machine's, and a backup reads, too: whoever reads beside it, be it the versions
@@ -126,7 +127,7 @@ ExitCode Run(const CommandLine& Given)
     case Command::Versions:
         return Phase(ExitCode::DataDiffers, "", [&] { return ShowVersions(Server); });
     default:
-        return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ. ", [&] { return Read(Server, Given); });
+        return Read(Server, Given);
     }
 }
 

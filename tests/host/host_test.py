@@ -213,6 +213,7 @@ class HostTest(unittest.TestCase):
         self.assertEqual(re.findall('--exclude "(.*)" leaves out nothing', text), [r"C:\secret"])
         self.assertEqual(lines_of(self.object_file(1))[0]["excludes"], ["*.tmp", "Source/?/Tmp", r"C:\secret"])
         self.assertRegex(text, r'skipped\): "speed": .* could not be read to its end')  # it opens, with a size
+        self.assertEqual(text.count('skipped): "speed"'), 1)  # the verify does not say it again
         self.assertIn('Not saved as it is (skipped): "speed"', self.restore(code=DONE_BUT))
         self.assertEqual(files_below(self.target) - {"source/locked"}, {"single", "source/a/1.txt", "source/b/4"})
         (self.folder / "other/source").mkdir(parents=True)
@@ -321,7 +322,7 @@ class HostTest(unittest.TestCase):
         self.assertIn("There is no complete backup", self.restore(code=DATA_DIFFERS))
         self.root += "/mistyped"
         for command in ("versions", "list", "verify"):
-            self.assertIn("There is no backup at", self.run_host(DATA_DIFFERS, command))
+            self.assertRegex(self.run_host(DATA_DIFFERS, command), "^There is no backup at")
 
     # ----------------------------------------------------------------------------- a server not to be trusted
 
@@ -349,8 +350,8 @@ class HostTest(unittest.TestCase):
             ("header of another", 1, retold(id="1"), set(), "another backup"),
             ("manifest of another", 7, retold(id="1"), {2, 3}, "area 2"),
             ("another format", 1, retold(format=2), set(range(6)), "format 2"),
-            ("forgotten areas", 10, retold(abandoned=[1, 3]), {0, 1, 4, 5}, "but it was closed with 6 files"),
             ("manifest of another format", 7, retold(format=2), {2, 3, 4, 5}, "NOT EVERYTHING WAS READ. the backup has format 2"),
+            ("forgotten areas", 10, retold(abandoned=[1, 3]), {0, 1, 4, 5}, "but it was closed with 6 files"),
             ("unreadable", 6, None, {2, 3}, "(code "),
             *((f"{name} missing", number, "missing", lost, text) for name, number, lost, text in (
                 ("volume header", 1, set(), "volume header"), ("area header", 2, set(), ""),
@@ -378,6 +379,18 @@ class HostTest(unittest.TestCase):
                 self.assertEqual(files_below(self.target), every - {f"source/{number}" for number in lost}, text)
                 self.assertIn(complaint, text)
                 self.assertIn(complaint or "area 1: its header", self.run_host(DATA_DIFFERS, "verify", "--at", version))
+
+    def test_a_server_that_changes_what_was_just_written(self):
+        self.write("1", bytes(MIB))
+        os.truncate(self.write("2"), 256 * MIB)
+        process = self.start("backup", "--verify", "--area-size", "1", windows_path(self.source))
+        self.wait_for_data(process, STORE / self.root, "*/*.006")
+        header, manifest = self.object_file(1), self.object_file(4)
+        first, *entries, _ = lines_of(manifest)
+        manifest.write_bytes(sealed(first, *(entry | {"mtime": 1} for entry in entries)))
+        header.write_bytes(sealed(lines_of(header)[0] | {"id": "1"}))
+        self.assertRegex(self.finish(process, DATA_DIFFERS), r"DAMAGED: it holds objects of another backup\n"
+                         r"(.|\n)*area 1: its manifest.* is not what was just written\n(.|\n)*CANNOT BE RELIED ON")
 
     def test_hostile_archives(self):
         self.write("good")
