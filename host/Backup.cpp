@@ -12,21 +12,21 @@
 
 namespace {
 
-constexpr std::uint64_t EXPECTED_AREAS = 300; // leaves some for those that broken connections cost
-constexpr std::uint64_t ENTRY_SIZE = 2048;    // of an entry's headers in the archive, about
+constexpr std::uint64_t EXPECTED_AREAS = 300; // the others are for what broken connections cost
+constexpr std::uint64_t ENTRY_SIZE = 2048;    // about what an entry's headers take in the archive
 
-// Of zeros after a damaged file, while areas can be spared.
+// The zeros that are sent for the rest of a damaged file, as long as areas can be spared.
 constexpr std::uint64_t MAX_FILLED_SIZE = std::uint64_t{16} << 20;
 constexpr int MAX_CUTS = 16;                  // areas that damaged files may cost
-constexpr int MAX_BREAKS = 9;                 // of the connection in a row, each with an area that is lost
+constexpr int MAX_BREAKS = 9;                 // of the connection while no area is sent and no file left out
 constexpr std::size_t MAX_PATHS_SIZE = 16384; // a header has one block, and JSON may double this
 
-// The number of entries that an area may hold: divided after a break, multiplied after an area that was sent.
+// The number of entries that an area may hold is divided when a connection breaks, and multiplied when an area is sent.
 constexpr std::uint64_t ANY_NUMBER = std::uint64_t{1} << 32;
 constexpr std::uint64_t NARROWING = 16;
 constexpr std::uint64_t WIDENING = 4;
 
-// As they fit into a volume header.
+// The texts, or only their number if they do not fit into a volume header.
 std::vector<std::string> Abridged(const std::vector<std::string>& Texts, const char* pOfWhat)
 {
     const bool bFits = fmt::format("{}", fmt::join(Texts, "   ")).size() <= MAX_PATHS_SIZE;
@@ -58,8 +58,8 @@ public:
             m_Without.uiNoted == 0 ? "" : fmt::format(", app links and sockets ({})", m_Without.uiNoted));
         if (m_bStopped)
             return ExitCode::Stopped;
-        if (m_Given.bVerify && !Verify())
-            return ExitCode::Stopped;
+        if (m_Given.bVerify)
+            Verify();
         if (m_Saved.problems == 0)
             return ExitCode::Done;
         Complain("BUT not everything was saved as it is, see above: {}.",
@@ -86,14 +86,14 @@ private:
                      Quoted(sPattern));
         if (m_Expected.files == 0)
             Complain("WARNING: there is no file to save.");
-        // Two areas in a row hold more than one area's size.
+        // Two areas in a row hold more than the size of one.
         m_uiAreaSize = std::max(m_Given.uiAreaSize << 20,
                                 2 * (m_Expected.bytes + uiEntries * ENTRY_SIZE) / (EXPECTED_AREAS - 1) + 1);
         m_Progress.SetTotal(m_Expected.bytes);
         m_Next = m_Tree.Next();
     }
 
-    // Throws when the version is not complete; not when the user stopped it.
+    // Throws when the version is not complete, but not when the user has stopped it.
     void Write()
     {
         m_Expected.zdv = RecordKind::Volume;
@@ -102,76 +102,86 @@ private:
         m_Expected.excludes = Abridged(m_Given.Excluded, "pattern");
         m_tVersion = BeginVersion(m_Server, m_Expected);
         m_Server.Drive().MoveToEnd();
-        int iBreaks = 0;                                 // in a row
-        for (bool bDone = false; !bDone && !m_bStopped;) // without any entry, too, there is an area
+        bool bBroken = false;                            // the area that was written last
+        for (bool bDone = false; !bDone && !m_bStopped;) // an empty backup has an area, too
         {
             const auto Before = std::tuple(m_Tree, m_Next, m_Saved, m_Without);
             const std::uint64_t uiBefore = m_Progress.Bytes();
             m_sSending.clear();
             try
             {
-                if (iBreaks != 0)
+                if (bBroken)
                     CloseBrokenArea();
                 WriteArea();
                 bDone = !m_Next;
-                iBreaks = 0;
-                m_uiMost = m_bEnds ? ANY_NUMBER : std::min(WIDENING * m_uiMost, ANY_NUMBER);
+                bBroken = false;
+                m_iBreaksInARow = 0;
+                m_uiMost = std::min(WIDENING * m_uiMost, ANY_NUMBER);
+                m_Named.clear();
             }
             catch (const DeviceError& Error)
             {
+                bBroken = true;
                 m_Archive.reset();
-                if (++iBreaks == MAX_BREAKS)
-                    throw;
                 m_sBreak = Error.what();
-                CountBreak(iBreaks);
+                if (++m_iBreaksInARow == MAX_BREAKS)
+                    throw;
+                CountBreak();
                 std::tie(m_Tree, m_Next, m_Saved, m_Without) = Before;
                 m_Progress.GoBack(uiBefore);
             }
         }
     }
 
-    // What breaks the connection may be a small file, which the server has met only when later ones were being sent.
-    // So areas hold fewer and fewer entries until it is alone.
-    void CountBreak(int iInARow)
+    // The server may break the connection because of a small file while later ones are being sent. So areas hold fewer
+    // and fewer entries until that file is alone in one.
+    void CountBreak()
     {
-        if (!m_sSending.empty() && (iInARow > 1 || m_uiMost != ANY_NUMBER))
-            m_uiMost = std::max(m_uiEntries / NARROWING, std::uint64_t{1});
-        const int iBreaks = ++m_Breaks[m_sSending];
+        const bool bFile = !m_sSending.empty();
+        if (bFile)
+            ++m_Breaks[m_sSending];
+        const bool bLeftOut = IsHopeless(m_sSending);
         Complain("The connection broke: {}.\n  {}", m_sBreak,
                  m_bStopped ? "The area that was being written is lost."
-                 : !m_sSending.empty() && iBreaks >= Session::MAX_TRIES
-                     ? fmt::format("It broke {} times at {}.", iBreaks, Quoted(m_sSending))
-                     : fmt::format("Area {} is written again.", Area()));
+                 : bLeftOut ? fmt::format("{} is left out.", Quoted(m_sSending))
+                            : fmt::format("Area {} is written again.", Area()));
+        if (bLeftOut)
+        {
+            m_bLeftOut = true;
+            m_iBreaksInARow = 0;
+            m_uiMost = ANY_NUMBER;
+        }
+        else if (bFile && (m_iBreaksInARow > 1 || m_uiMost != ANY_NUMBER))
+            m_uiMost = std::max(m_uiEntries / NARROWING, std::uint64_t{1});
     }
 
-    // False when the user did not want to wait for the end of it.
-    bool Verify()
+    bool IsHopeless(const std::string& sPath) const
     {
-        try
-        {
-            Volume Tape =
-                Phase(ExitCode::DataDiffers, "The backup is written, but was not compared: ", [&] {
-                    m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
-                    return LookAt(m_Server);
-                });
-            Tape.Sums = m_Sums;
-            if (Tape.Last.sSum != m_Sums.rbegin()->second)
-                throw CommandFailure{
-                    ExitCode::DataDiffers,
-                    "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written."};
-            const ExitCode enCode =
-                Phase(ExitCode::DataDiffers, "The backup is written, but was not compared to its end: ", [&] {
-                    return ReadVersion(m_Server, Tape, Command::Verify, {});
-                });
-            if (enCode == ExitCode::DataDiffers)
-                throw CommandFailure{ExitCode::DataDiffers, "THE BACKUP CANNOT BE RELIED ON."};
-            return true;
-        }
-        catch (const Interrupted&)
-        {
-            Complain("Stopped by Ctrl+C: the backup is complete, but was not compared to its end.");
-            return false;
-        }
+        const auto Found = m_Breaks.find(sPath);
+        return Found != m_Breaks.end() && Found->second >= Session::MAX_TRIES;
+    }
+
+    void Verify()
+    try
+    {
+        const ExitCode enCode =
+            Phase(ExitCode::DataDiffers, "The backup is written, but was not compared to its end: ", [&] {
+                m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
+                Volume Tape = LookAt(m_Server);
+                Tape.Sums = m_Sums;
+                return Tape.Last.sSum == m_Sums.rbegin()->second
+                           ? ReadVersion(m_Server, Tape, Command::Verify, {})
+                           : ExitCode::DataDiffers;
+            });
+        if (enCode == ExitCode::DataDiffers)
+            throw CommandFailure{
+                enCode,
+                "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written."};
+    }
+    catch (const Interrupted&)
+    {
+        throw CommandFailure{ExitCode::Stopped,
+                             "Stopped by Ctrl+C: the backup is complete, but was not compared to its end."};
     }
 
     std::uint32_t Area() const { return AreaOf(m_uiObject); }
@@ -192,31 +202,23 @@ private:
         WriteObject(sLines);
     }
 
-    // How often the connection broke while this file was sent.
-    int BreaksAt(const Entry& What) const
-    {
-        const auto Found = m_Breaks.find(What.path);
-        return Found == m_Breaks.end() ? 0 : Found->second;
-    }
-
     // A file that has broken the connection begins an area, so that what comes before it is not sent again and again.
     bool HasRoomFor(const Entry& What) const
     {
-        return m_uiEntries < m_uiMost && m_sEntries.size() < MANIFEST_SIZE && !m_bEnds &&
+        return m_uiEntries < m_uiMost && m_sEntries.size() < MANIFEST_SIZE &&
                (m_Archive->Size() == 0 ||
-                (m_Archive->Size() + What.size <= m_uiAreaSize && BreaksAt(What) == 0));
+                (m_Archive->Size() + What.size <= m_uiAreaSize && !m_Breaks.contains(What.path)));
     }
 
     void WriteArea()
     {
         if (Area() > MAX_AREAS)
-            throw std::runtime_error(fmt::format("a backup holds {} areas, of which broken connections have "
-                                                 "cost {}, and there is more to save: "
-                                                 "choose a larger --area-size",
-                                                 MAX_AREAS, m_Abandoned.size()));
+            throw std::runtime_error(fmt::format(
+                "A version holds {} areas at most, and broken connections have cost {} of them. Begin a new "
+                "backup with a larger --area-size. What is saved can be restored with --at \"{}\".",
+                MAX_AREAS, m_Abandoned.size(), VersionText(m_tVersion)));
         m_sEntries.clear();
         m_uiEntries = 0;
-        m_bEnds = false;
         WriteObject(ToLine(Head{.zdv = RecordKind::Area, .id = m_Saved.id, .area = Area()}));
         m_Archive.emplace(m_Server.Drive());
         bool bCut = false; // in the middle of an entry
@@ -233,17 +235,17 @@ private:
         {
             m_bStopped = true;
         }
-        // Nothing that is cut off makes no object, and the manifest would take its place.
+        // An empty archive that is cut off makes no object, and the manifest would take its place.
         const bool bStarted = m_Archive->Size() != 0;
         bCut || (m_bStopped && bStarted) ? m_Archive->CutOff() : m_Archive->Close();
         ++m_uiObject;
         m_sSending.clear();
         if (!m_Next && m_Saved.files == 0 && m_bLeftOut)
-            throw std::runtime_error("No file could be sent. " + m_sBreak);
+            throw std::runtime_error("No file could be sent: " + m_sBreak);
         WriteManifest(m_bStopped ? AreaState::Stopped : m_Next ? AreaState::Partial : AreaState::Complete);
     }
 
-    // False when the area has to end within this entry.
+    // False when the area must end within this entry.
     bool WriteEntry(DiskEntry& Found)
     {
         CheckInterrupt();
@@ -264,31 +266,30 @@ private:
         m_Without.uiEncrypted += What.CanBeRestored() && Found.bEncrypted;
         m_Without.uiNotHere += What.state == State::NotHere;
         m_Without.uiNoted += What.state == State::Noted;
-        if (What.IsProblem())
-            Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path), What.problem);
+        if (What.IsProblem() && m_Named.insert(What.path).second)
+            NameProblem(What);
         ::Count(m_Saved, What);
         m_sEntries += ToLine(What);
         return bWhole;
     }
 
-    // With its beginning in m_Read. Nothing for what is no file, or is skipped.
+    // Reads a file's beginning into m_Read. Null for all that is no file, and for what is skipped.
     FileHandle Open(DiskEntry& Found)
     {
         Entry& What = Found.What;
-        if (What.state != State::Saved || What.type != Kind::File)
+        if (What.state != State::Saved)
             return nullptr;
         try
         {
-            const bool bHopeless = BreaksAt(What) >= Session::MAX_TRIES;
-            m_bLeftOut = m_bLeftOut || bHopeless;
-            m_bEnds = bHopeless; // a file like it may follow, and its breaks are not in a row with these
-            if (bHopeless)
+            if (IsHopeless(What.path))
                 throw std::runtime_error("the connection broke each time it was sent, at last: " + m_sBreak);
+            if (What.type != Kind::File)
+                return nullptr;
             FileHandle hFile = OpenFile(Found.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
             const Entry Now = FactsOf(hFile.get(), Found.sFile); // the folder may know an old size and time
             What.size = Now.size;
             What.mtime = Now.mtime;
-            // Before its header is written, since most of what cannot be read fails here: then nothing is sent.
+            // Most of what cannot be read fails here, before its header is sent.
             ReadPiece(hFile.get(), Found.sFile);
             return hFile;
         }
@@ -308,7 +309,7 @@ private:
         m_Read = std::span(m_Piece).first(dwRead);
     }
 
-    // From its first piece on. False when the area has to end here.
+    // Sends the file from m_Read on. False when the area must end here.
     bool WriteData(HANDLE hFile, DiskEntry& Found)
     {
         Entry& What = Found.What;
@@ -351,9 +352,9 @@ private:
         m_Archive->Write(Data);
     }
 
-    // What a file's header has promised and the file does not give. False when that is too much: then the archive is
-    // cut off there, as one is that the user stops, and tar reads what comes before it. Areas are few; but an area
-    // that would be half full of zeros costs none, since what follows needs so much less.
+    // Sends zeros for what a file's header has promised and the file does not give. False when that is too much: then
+    // the archive is cut off there, as when the user stops it, and tar reads what comes before. Areas are few; but an
+    // area that would be half full of zeros is worth none, so to end it costs none.
     bool FillUp(std::uint64_t uiLeft)
     {
         if (uiLeft > m_uiAreaSize / 2 || (uiLeft > MAX_FILLED_SIZE && m_iCuts++ < MAX_CUTS))
@@ -364,14 +365,14 @@ private:
         return true; // the archive adds the rest
     }
 
-    // Begins the next area. What the server has kept of the object that failed is not known: nothing, a part or all.
+    // Makes the tape ready for the next area. The server may have kept nothing of the object that failed, a part or all.
     //   failed at   exists   then
     //   header      no       the area is begun again
     //   header      yes      an empty archive and a manifest close the area, which does not count
     //   data        no       the same
-    //   data        yes      a manifest closes the area
+    //   data        yes      a manifest closes the area, which does not count
     //   manifest    no       the same
-    //   manifest    yes      nothing is missing, but it may be a half: the area does not count either
+    //   manifest    yes      nothing is missing, but the manifest may be cut off: the area does not count either
     void CloseBrokenArea()
     {
         m_Server.Reconnect();
@@ -395,7 +396,7 @@ private:
             WriteManifest(AreaState::Abandoned);
     }
 
-    // What is not saved of what is there, and is no problem.
+    // What is left out on purpose.
     struct Omissions
     {
         std::uint64_t uiEncrypted = 0;
@@ -416,18 +417,19 @@ private:
     std::time_t m_tVersion = 0;
     std::uint32_t m_uiObject = HeaderObject(1); // the one to be written next
     std::set<std::uint32_t> m_Abandoned;
-    std::map<std::string, int> m_Breaks; // of the connection, by what was being sent; "": a record
+    std::map<std::string, int> m_Breaks; // of the connection, by the entry that was being sent
+    int m_iBreaksInARow = 0;
     std::string m_sBreak;                // why it broke last
-    std::string m_sSending;
+    std::string m_sSending;              // the entry that is being sent; empty: a record
+    std::set<std::string> m_Named;       // problems of this area, which may be written several times
     std::uint64_t m_uiMost = ANY_NUMBER; // entries that an area may hold
     std::uint64_t m_uiEntries = 0;       // that this area holds
-    bool m_bEnds = false;                // this area, since a file that broke the connection was left out
     int m_iCuts = 0;
     std::optional<ArchiveWriter> m_Archive;
-    std::string m_sEntries; // the lines of this area's manifest
+    std::string m_sEntries;                      // the lines of this area's manifest
     std::map<std::uint32_t, std::string> m_Sums; // of the manifests, by area
     Block m_Piece = Block(PIECE_SIZE);
-    std::span<const std::byte> m_Read; // of it
+    std::span<const std::byte> m_Read; // a part of m_Piece
     bool m_bLeftOut = false;           // a file that broke the connection
     bool m_bStopped = false;
 };

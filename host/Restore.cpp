@@ -140,8 +140,7 @@ private:
         if (What.type == Kind::Unknown || What.state == State::Unknown)
             return Report(Quoted(What.path), "it is of a kind that this zdv does not know");
         if (What.IsProblem() && !m_Tape.JustWritten())
-            Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path),
-                     Printable(What.problem));
+            NameProblem(What);
         m_uiNotAsItWas += What.IsProblem();
         m_uiNotSaved += What.state == State::NotHere || What.state == State::Noted;
         if (What.CanBeRestored())

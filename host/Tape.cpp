@@ -116,6 +116,12 @@ std::string TextOf(Kind enKind) { return Json(enKind).get<std::string>(); }
 std::string TextOf(State enState) { return Json(enState).get<std::string>(); }
 
 void Count(Head& Totals, const Entry& What)
+void NameProblem(const Entry& What)
+{
+    Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path),
+             Printable(What.problem));
+}
+
 {
     if (What.CanBeRestored())
     {

@@ -94,6 +94,9 @@ std::string ToLine(const Entry& What);
 
 // As on the tape: "folderlink", "skipped".
 std::string TextOf(Kind enKind);
+// Complains that an entry is not saved as it is.
+void NameProblem(const Entry& What);
+
 std::string TextOf(State enState);
 
 // Adds an entry to the totals of a manifest.
