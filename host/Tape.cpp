@@ -195,7 +195,7 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
     }
     catch (const UnreadableObject& Error)
     {
-        return Record{.sProblem = fmt::format("cannot be read: {}", Error.what())};
+        return Record{.sProblem = fmt::format("cannot be read: {}", Error.what()), .bUnreadable = true};
     }
     catch (const TapeError& Error)
     {
@@ -213,6 +213,8 @@ Volume LookAt(Session& Server)
     if (Found.Header.Intact() && First.zdv != RecordKind::Volume && First.zdv != RecordKind::Check)
         Found.Header = {};
     if (Last.zdv != RecordKind::Manifest)
+    if (Found.Last.bUnreadable) // it may be a manifest
+        Found.sProblem = "its last object " + Found.Last.sProblem;
         Found.Last = {};
     if (!Found.Last.Intact())
         return Found;

@@ -106,6 +106,7 @@ struct Record
 {
     Head First{};
     std::string sEntries{}; // the lines of a manifest
+    bool bUnreadable = false; // though the server lists the object
     std::string sSum{};     // SHA-256 of all its lines
     std::string sProblem = "is missing";
 
@@ -135,7 +136,7 @@ struct Volume
 {
     Record Header{};
     Record Last{};          // the manifest that ends the tape, without its entries
-    std::string sProblem{}; // objects are missing, or those of another backup
+    std::string sProblem{}; // objects are missing, unreadable, or those of another backup
 
     // What the manifests of the areas must have as their sSum. Only the process that has just written them knows.
     std::map<std::uint32_t, std::string> Sums{};

@@ -272,12 +272,14 @@ class HostTest(unittest.TestCase):
         self.assertIn("the oldest is of 15/07/2024 12:00:00", text)
         self.assertIn("yesterday", self.restore("--at", "yesterday", code=COMMAND_LINE))
 
-        self.version_folder().chmod(0)
-        text = self.run_host(DATA_DIFFERS, "versions", **berlin)
-        self.assertEqual(text.splitlines()[:3], listed[:3])
-        self.assertRegex(text, "16/12/2024 12:00:00  UNREADABLE: .*" + MODULE_TEXT)
-        self.assertIn("give --at", self.restore(code=DATA_DIFFERS, **berlin))
-        self.restore("--at", "16/12/2024 12:00:01", **berlin)
+        (self.version_folder() / "Thumbs.db").unlink()
+        for path, state in ((self.object_file(3), "DAMAGED  "), (self.version_folder(), "UNREADABLE: .*" + MODULE_TEXT)):
+            path.chmod(0)
+            text = self.run_host(DATA_DIFFERS, "versions", **berlin)
+            self.assertEqual(text.splitlines()[:3], listed[:3])
+            self.assertRegex(text, "16/12/2024 12:00:00  " + state)
+            self.assertIn("give --at", self.restore(code=DATA_DIFFERS, **berlin))
+            self.restore("--at", "16/12/2024 12:00:01", **berlin)
 
     def test_a_drive(self):
         drive = Path(PROGRAM[0]).parents[1] / "build/wine/dosdevices/y:"
