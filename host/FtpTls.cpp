@@ -57,7 +57,7 @@ public:
         for (std::size_t uiSize = 0;
              uiSize < MAX_SIZE && Wait(Until::Readable) && recv(m_hSocket, &c, 1, 0) == 1; ++uiSize)
         {
-            if (c == '\n' && sLine.size() > 3 && sLine[3] == ' ')
+            if (c == '\n' && sLine.find_first_not_of("0123456789") == 3 && sLine[3] == ' ')
                 return sLine.substr(0, 3);
             c == '\n' ? sLine.clear() : sLine.push_back(c);
         }
