@@ -51,7 +51,7 @@ TEST(Record, OfStrangeContentIsRefused)
 {
     for (const std::string& sHead :
          {std::string("[]"), std::string("1"), std::string(R"({"area":"one"})"),
-          std::string(R"({"paths":7})"),
+          std::string(R"({"paths":7})"), R"({"x":")" + std::string(2'000'000, 'a') + "\"}",
           R"({"x":)" + std::string(1'000'000, '[') + std::string(1'000'000, ']') + '}'})
         EXPECT_THROW(ParseRecord(Sealed(sHead)), TapeError) << sHead.substr(0, 20);
     EXPECT_THROW(ParseRecord(Sealed(R"({"zdv":"volume","format":2,"program":"zdv 9","area":"one"})")),
@@ -62,22 +62,4 @@ TEST(Record, OfStrangeContentIsRefused)
     std::string_view sLater = R"({"path":"a","type":"socket","state":"elsewhere","acl":{}})";
     const Entry What = TakeEntry(sLater).value();
     EXPECT_EQ(std::tuple(What.type, What.state), std::tuple(Kind::Unknown, State::Unknown));
-}
-
-TEST(Record, CountsWhatIsSavedAndWhatIsAProblem)
-{
-    const std::tuple<State, std::uint64_t, std::uint64_t> CASES[] = {
-        {State::Saved, 5, 0},   {State::Changed, 5, 1}, {State::Damaged, 0, 1},
-        {State::Skipped, 0, 1}, {State::NotHere, 0, 0}, {State::Noted, 0, 0},
-    };
-    for (const auto& [enState, uiBytes, uiProblems] : CASES)
-    {
-        Head Totals;
-        Entry What = FILE_ENTRY;
-        What.state = enState;
-        Count(Totals, What);
-        EXPECT_EQ(std::tuple(Totals.bytes, Totals.files, Totals.problems),
-                  std::tuple(uiBytes, uiBytes / 5, uiProblems))
-            << TextOf(enState);
-    }
 }
