@@ -60,7 +60,7 @@ template <typename Action> la_ssize_t Guarded(std::exception_ptr& pError, Action
     }
 }
 
-// Throws for a result below the least that is good enough. pError: what its callback threw.
+// Throws what a callback has thrown, or for a result below the least that is good enough.
 void CheckResult(archive* pArchive, la_ssize_t iResult, la_ssize_t iLeast, const std::exception_ptr& pError)
 {
     if (pError)
@@ -72,7 +72,7 @@ void CheckResult(archive* pArchive, la_ssize_t iResult, la_ssize_t iLeast, const
 
 } // namespace
 
-// An archive that is dropped is not completed: that would write.
+// An archive that is given up must not be completed by its destructor, which would write.
 ArchiveWriter::ArchiveWriter(Device& Drive)
     : m_Drive(Drive), m_Archive(archive_write_new(), [](archive* pArchive) {
           archive_write_fail(pArchive);

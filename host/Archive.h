@@ -41,8 +41,8 @@ class ArchiveReader
 public:
     ArchiveReader(Session& Server, std::uint32_t uiObject);
 
-    // Goes to an entry of the manifest. From the block that was read last on nothing is downloaded again. This and
-    // the next throw a TapeError for what is no archive, and this for an entry that is another one.
+    // Goes to an entry of the manifest. Forward from the block that was read last, nothing is downloaded twice. Throws a
+    // TapeError if there is no archive, or another entry. So does Read if the archive is damaged.
     void Find(const Entry& What);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
 
@@ -55,7 +55,7 @@ private:
 
     Session& m_Server;
     std::uint32_t m_uiObject;
-    bool m_bOpen = false; // and the connection is not broken
+    bool m_bOpen = false; // false also when the connection broke
     bool m_bEnded = false;
     Block m_Block = Block(ZDV_BLOCK_SIZE);
     std::uint64_t m_uiBlockStart = 0;

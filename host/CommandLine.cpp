@@ -12,23 +12,23 @@ constexpr const char* DESCRIPTION =
     "Backs files up to an FTP, FTPS or SFTP server through ZDV_FTP.DLL and restores them.";
 
 constexpr const char* FOOTER = R"(
-zdv COMMAND --help explains a command. Server, port, user and root may also be given by the environment variables
-ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server may be a URL that holds the others: sftp://USER@NAME/ROOT,
+zdv COMMAND --help explains a command. Server, port, user and root can also be given by the environment variables
+ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server can be a URL that holds the others: sftp://USER@NAME/ROOT,
 or ftps:// or ftp://; a bare name needs a port. The password is taken from ZDV_PASSWORD or a --password-file, or
-asked for. Patterns have "*" and "?", which match "/" too; one without "/" is that of a name in any folder
-("*.docx"), one with "/" that of a whole path in the backup ("Documents/2024"). A folder means all that is in it.
+asked for. A pattern without "/" matches names in any folder ("*.docx"), one with "/" whole paths in the backup
+("Documents/2024"). "*" and "?" match "/", too. A folder that matches means all that is in it.
 
 Exit codes:
   0  done
   1  the command line is wrong
   2  the server cannot be reached or is not ready, or another zdv is at work
   3  the backup failed; the version it began is not complete
-  4  not everything could be restored or read, data differs from what was backed up, or there is no such backup
+  4  something could not be restored or read, or differs from what was backed up; or there is no such backup
   5  a file of this computer cannot be used; nothing was written
   6  ZDV_FTP.DLL cannot be loaded
   7  anything else
-  8  the backup is complete, but for some files that could not be read or were changed meanwhile
-  9  stopped by Ctrl+C; a second Ctrl+C ends the program at once, and whatever was under way is not complete
+  8  done, but the backup lacks files that could not be read, or has files that changed while they were read
+  9  stopped by Ctrl+C: what was under way is not complete; a second Ctrl+C ends the program at once
 )";
 
 constexpr int MAX_PORT = 65535;
@@ -38,12 +38,11 @@ std::string CheckVersionText(const std::string& sText)
 {
     return ParseVersionText(sText)
                ? ""
-               : "neither \"31/12/2024 23:59:59\" nor 2024-12-31T23:59:59 nor 2024-12-31 is "
-                 "the form of: " +
-                     sText;
+               : Quoted(sText) + " is no date of the form 2024-12-31, 2024-12-31T23:59:59 "
+                                 "or \"31/12/2024 23:59:59\"";
 }
 
-// CLI11 reads the environment in the system's code page, which may lack what a folder's name holds.
+// CLI11 reads the environment in the system's code page, which may lack characters of a folder's name.
 void AddServerText(CLI::App& Sub, const char* pName, const wchar_t* pVariable, std::string& sValue,
                    const char* pDescription)
 {
@@ -76,11 +75,10 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
     CLI::App& Sub = AddCommand(App, enCommand, pName, pDescription, Given);
     Sub.add_option_function<std::string>(
            "--at", [&](const std::string& sText) { Given.tAt = ParseVersionText(sText); },
-           "take the newest complete backup not later than \"dd/mm/yyyy hh:mm:ss\", yyyy-mm-ddThh:mm:ss or "
+           "take the newest complete backup not later than yyyy-mm-ddThh:mm:ss, \"dd/mm/yyyy hh:mm:ss\" or "
            "the "
-           "end of yyyy-mm-dd, or the one of that very second, complete or not; the newest complete one if "
-           "left "
-           "out")
+           "end of yyyy-mm-dd, or the one of that very second, complete or not; without --at the newest "
+           "complete one")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
         Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");
@@ -89,21 +87,20 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
 
 void AddCommands(CLI::App& App, CommandLine& Given)
 {
-    AddCommand(App, Command::Check, "check", "tell whether the server can be used, and if not, why", Given)
+    AddCommand(App, Command::Check, "check", "say whether the server can be used, and if not, why", Given)
         .add_flag("--write", Given.bWrite,
                   "also write a version of one block, find it again and read it back");
     CLI::App& Backup = AddCommand(App, Command::Backup, "backup",
                                   "write files, folders and drives to the server as a new backup", Given);
     Backup
-        .add_option("--exclude", Given.Excluded,
-                    "patterns of what to leave out, each after an --exclude of its own")
+        .add_option("--exclude", Given.Excluded, "a pattern of what to leave out; may be given several times")
         ->allow_extra_args(false);
     Backup.add_flag("--fetch-cloud-files", Given.bFetchCloudFiles,
                     "download files that lie in a cloud and not here, and save them too");
     Backup.add_flag("--verify", Given.bVerify, "read the backup back and compare");
     Backup
         .add_option("--area-size", Given.uiAreaSize,
-                    "MiB that a broken connection costs at most, but for larger files")
+                    "MiB that are sent again when a connection breaks; a larger file is sent again whole")
         ->check(CLI::Range(std::uint64_t{1}, MAX_AREA_MIB))
         ->capture_default_str();
     Backup.add_option("PATH", Given.Paths, "files, and folders and drives with all that is in them")
@@ -118,14 +115,14 @@ void AddCommands(CLI::App& App, CommandLine& Given)
     Restore.add_flag("--overwrite", Given.bReplace, "replace files that exist");
 }
 
-// What a URL says. Nobody guesses which one was meant if an option or the environment says something else.
+// Takes a value from the URL. If an option or the environment says something else, nobody guesses which is meant.
 template <typename Value, typename Meaning = std::identity>
 void SetOnce(const char* pName, Value& Into, const Value& FromUrl, Meaning meaning = {})
 {
     if (Into != Value() && meaning(Into) != meaning(FromUrl))
         throw CLI::ValidationError(
             "--server",
-            fmt::format("the URL has another {0} than --{0} or the environment: give it once", pName));
+            fmt::format("the {0} in the URL differs from --{0} or the environment: give only one", pName));
     Into = FromUrl;
 }
 
@@ -163,27 +160,29 @@ void CompleteServer(Server& Target)
                 Target.uiPort = uiPort;
         Target.sName = Parts[3];
         if (Parts[2].str().find(':') != std::string::npos)
-            throw CLI::ValidationError("--server", "leave the password out, others can read it there");
+            throw CLI::ValidationError("--server",
+                                       "leave out the password: other users can read it in a URL");
         if (Parts[2].matched)
             SetOnce("user", Target.sUser, Parts[2].str());
         if (Parts[5].length() > 1)
             SetOnce("root", Target.sRoot, Parts[5].str(), RootAsUnderstood);
         if (sScheme != SchemeOf(Target.uiPort))
-            throw CLI::ValidationError("--server", fmt::format("{} means {}, not {}. {}", Target.uiPort,
+            throw CLI::ValidationError("--server", fmt::format("port {} means {}, not {}. {}", Target.uiPort,
                                                                SchemeOf(Target.uiPort), sScheme, PORT_RULE));
     }
     else if (sGiven.find("://") != std::string::npos)
         throw CLI::ValidationError(
             "--server",
-            "not of the form sftp://USER@NAME:PORT/ROOT, of which only the first and NAME are needed: " +
-                sGiven);
+            Quoted(sGiven) +
+                " is no URL of the form sftp://USER@NAME:PORT/ROOT; leave out USER, PORT or ROOT if "
+                "they are given elsewhere");
     for (const auto& [pOption, bMissing] : {std::pair("--server", Target.sName.empty()),
                                             {"--user", Target.sUser.empty()},
                                             {"--root", Target.sRoot.empty()}})
         if (bMissing)
             throw CLI::RequiredError(pOption);
     if (Target.uiPort == 0)
-        throw CLI::ValidationError("--server", "with which protocol? Say sftp://" + sGiven +
+        throw CLI::ValidationError("--server", "the protocol is missing: write sftp://" + sGiven +
                                                    ", or give a --port. " + PORT_RULE);
 }
 
@@ -192,11 +191,11 @@ std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
     CommandLine Given;
     CLI::App App(DESCRIPTION, "zdv");
     App.allow_windows_style_options(false); // "/" begins a path
-    App.require_subcommand(0, 1); // that there must be one is said later: a name that is none shall be named
+    App.require_subcommand(0, 1); // with at least 1, CLI11 would not name a command that was mistyped
     App.set_version_flag("--version", PROGRAM);
     App.footer(FOOTER);
     AddCommands(App, Given);
-    std::vector<std::string> Arguments; // backwards, as CLI11 takes them
+    std::vector<std::string> Arguments; // CLI11 takes them backwards
     for (int i = iCount - 1; i > 0; --i)
         Arguments.push_back(ToUtf8(pArguments[i]));
     try

@@ -28,9 +28,9 @@ struct CommandLine
     std::optional<std::time_t> tAt;
 };
 
-// Takes a URL that was given as the server's name, such as sftp://user@nas/folder, apart. Throws a CLI::ParseError
-// for one that is wrong, or when something is missing: the port chooses the protocol, so nobody guesses it.
+// Splits a server that was given as a URL, such as sftp://user@nas/folder. Throws a CLI::ParseError if it is wrong, or
+// anything is missing. The port chooses the protocol, so it is not guessed.
 void CompleteServer(Server& Target);
 
-// Throws a CommandFailure for a command line that is wrong; nothing when help was asked for and given.
+// Nothing when help was asked for, and given. Throws a CommandFailure for a command line that is wrong.
 std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments);

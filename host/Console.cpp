@@ -21,7 +21,7 @@ void RestoreInput()
         SetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), g_dwFoundMode);
 }
 
-// Runs on a thread of its own. What is under way can take until the server answers, so the user hears at once.
+// Runs on a thread of its own. Stopping can take until the server answers, so this says at once that it has begun.
 BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
 {
     const bool bFirst =
@@ -39,7 +39,7 @@ bool IsConsole(HANDLE hStream)
     return GetConsoleMode(hStream, &dwMode) != 0;
 }
 
-// The columns of the console but one: a full line would make it scroll.
+// The columns of the console less one, since a full line would make it scroll.
 std::size_t RoomForStatus()
 {
     constexpr SHORT DEFAULT_WIDTH = 80;
@@ -157,7 +157,7 @@ std::optional<std::wstring> AskPassword()
     const BOOL bRead = ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr);
     SetConsoleMode(hInput, dwMode);
     Complain("");
-    if (!bRead || dwLength == 0) // Ctrl+C, of which the handler may hear later; Enter alone is "\r\n"
+    if (!bRead || dwLength == 0) // Ctrl+C, even before its handler has run; Enter alone gives "\r\n"
         throw Interrupted();
     const std::wstring_view sLine(aLine.data(), dwLength);
     return std::wstring(sLine.substr(0, sLine.find_first_of(L"\r\n")));

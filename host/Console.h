@@ -1,5 +1,5 @@
-// The standard streams: right on a console whatever its code page, UTF-8 when piped. A reader that has gone away
-// must not end a backup, so a failed write is not an error.
+// The standard streams: Unicode on a console, UTF-8 in a file or pipe. A failed write is not an error, since a reader
+// that has gone away must not end a backup.
 #pragma once
 
 #include "host/Text.h"
@@ -20,8 +20,8 @@ template <typename... Values> void Complain(fmt::format_string<Values...> sForma
     WriteLine(STD_ERROR_HANDLE, fmt::format(sFormat, std::forward<Values>(values)...));
 }
 
-// How far a transfer is: a line below all others that is drawn again and again on a console, one now and then
-// when the output goes to a file.
+// How far a transfer is. On a console this is a line below all others that is drawn again and again; in a file a line
+// is added now and then.
 class Progress
 {
 public:
@@ -49,8 +49,8 @@ private:
     std::uint64_t m_uiShown;
 };
 
-// Meanwhile Ctrl+C ends what is under way in good order, a second one the program at once; and a click into the
-// window selects no text, which would stop the program at its next line of output.
+// While it exists, Ctrl+C ends what is under way in good order, and a second one ends the program at once. A click into
+// the window selects no text, which would stop the program at its next line of output.
 class ConsoleSetup
 {
 public:

@@ -10,8 +10,8 @@
 
 namespace {
 
-// The module begins a log each time it is loaded, and keeps one old one. It can neither delete nor replace files that
-// are held, so all connections of this program share a log, which tells why an earlier one broke.
+// Each time the module is loaded it begins a log and deletes the last but one, unless they are open. While this program
+// holds them open all its connections share one log, which still tells why an earlier one broke.
 std::array<FileHandle, 2> HoldLogs(const std::wstring& sProgramFolder)
 {
     std::wstring sLogs(MAX_LONG_PATH, L'\0');
@@ -141,8 +141,8 @@ void Device::BeginVersion()
     m_bBegun = false;
 }
 
-// Spacing over no filemarks ends the object and stands behind it. It also drops a filemark that the module
-// would report once more. Spacing back stands before a filemark: one forward again is behind it.
+// Spacing over no filemarks ends the object and leaves the tape after it. It also drops a filemark that the module
+// would report once more. Spacing back leaves the tape before a filemark, so one forward follows.
 void Device::MoveBefore(std::uint32_t uiObject)
 {
     if (!m_uiObject)

@@ -43,8 +43,8 @@ enum class ReadResult
 class Device
 {
 public:
-    // Loads the module, which lies beside this program, and makes the unit ready: with the newest version not later
-    // than this; without one, or when none is as old, with none.
+    // Loads the module, which lies beside this program, and makes the unit ready with the newest version not later than
+    // this one. Without one, or if none is as old, with no version.
     Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
@@ -74,5 +74,5 @@ private:
     Module m_Module;
     ZDV_HANDLE m_Handle = 0;
     std::optional<std::uint32_t> m_uiObject = 0; // the one that was begun last, if known
-    bool m_bBegun = false;                       // nothing was positioned since
+    bool m_bBegun = false;                       // reading, since the tape was positioned
 };

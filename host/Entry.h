@@ -31,8 +31,8 @@ struct Entry
     std::string path{}; // with "/", from the parent of what was named
     Kind type = Kind::Unknown;
     std::uint64_t size = 0;       // of a file
-    std::int64_t mtime = 0;       // 100 ns since 1970, as the next; 0: not known
-    std::int64_t created = 0;     //
+    std::int64_t mtime = 0;       // 100 ns since 1970; 0: not known
+    std::int64_t created = 0;     // likewise
     std::uint32_t attributes = 0; // Windows' numbers, those of SAVED_ATTRIBUTES
     std::string link{};           // where a link leads, with "/"
     std::uint64_t offset = 0;     // of its header in the archive

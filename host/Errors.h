@@ -19,7 +19,7 @@ enum class ExitCode
     Stopped = 9,
 };
 
-// What lies on the tape is not what it should be.
+// What is on the tape is not what it should be.
 struct TapeError : std::runtime_error
 {
     using std::runtime_error::runtime_error;
@@ -31,7 +31,7 @@ struct UnreadableObject : TapeError
     using TapeError::TapeError;
 };
 
-// Ctrl+C was pressed. Neither this nor the next is a std::exception: what copes with failures lets them pass.
+// Ctrl+C was pressed. Neither this nor CommandFailure is a std::exception, so handlers of failures let them pass.
 struct Interrupted
 {
 };

@@ -10,7 +10,7 @@
 
 namespace {
 
-// Of which a server that answers slowly, or without end, uses no more than a little time and memory.
+// A server that answers slowly or without end costs it little time and memory.
 class Connection
 {
 public:
@@ -48,7 +48,7 @@ public:
         }
     }
 
-    // The code of the next reply, whose last line has a blank after it; empty when there is none.
+    // The code of the next reply, which its last line begins with and a blank follows; empty when there is none.
     std::string ReplyCode()
     {
         constexpr std::size_t MAX_SIZE = 65536;
@@ -77,7 +77,7 @@ private:
         Readable
     };
 
-    // False when it fails, or not before the deadline of all that is asked. Throws Interrupted.
+    // False when it fails, or does not happen before the deadline. Throws Interrupted.
     bool Wait(Until enUntil)
     {
         while (m_hSocket != INVALID_SOCKET && GetTickCount64() < m_uiDeadline)
@@ -112,7 +112,7 @@ private:
 
 std::optional<bool> OffersTls(const Server& Target)
 {
-    // "Not known", "not implemented", "log in first" and the like. Others, such as 421, refuse more than TLS.
+    // Such as "unknown" and "log in first". Other codes, such as 421, say nothing about TLS.
     constexpr std::array<std::string_view, 8> NO{"500", "501", "502", "503", "504", "530", "534", "431"};
     Connection Control;
     Control.Open(Target);

@@ -42,12 +42,12 @@ template <typename Info> Entry FactsFrom(const Info& Data)
             .attributes = Data.dwFileAttributes & SAVED_ATTRIBUTES};
 }
 
-// A link or junction may lead anywhere; other reparse points, such as files that lie in a cloud, are read and
-// written as if they were none.
+// A link or junction may lead anywhere. Other reparse points, such as files that lie in a cloud, are read as if they
+// were ordinary files.
 bool IsLink(const WIN32_FIND_DATAW& Data)
 {
     constexpr DWORD NAME_SURROGATE = 0x20000000;
-    const DWORD dwTag = Data.dwReserved0; // Wine tells none for what is a link in the host's file system
+    const DWORD dwTag = Data.dwReserved0; // 0 under Wine for a link of the host's file system
     return (Data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
            (dwTag == 0 || (dwTag & NAME_SURROGATE) != 0);
 }
@@ -128,9 +128,8 @@ std::wstring PathIn(const std::wstring& sFolder, std::wstring_view sName)
 
 State StateOf(DWORD dwAttributes, DWORD dwTag)
 {
-    constexpr DWORD RECALL_ON_OPEN = 0x40000; // nothing of it is here, be it a folder
-    constexpr DWORD RECALL_ON_DATA_ACCESS =
-        0x400000;                          // of a folder, too, but what is in there tells for itself
+    constexpr DWORD RECALL_ON_OPEN = 0x40000;         // nothing of the file or folder is here
+    constexpr DWORD RECALL_ON_DATA_ACCESS = 0x400000; // ignored on a folder: it may hold files that are here
     constexpr DWORD NOTED[] = {0x8000001B, // a store app's execution alias, which no program can open
                                0x80000023, // a socket; the next three are a pipe and devices of Linux
                                0x80000024, 0x80000025, 0x80000026};
@@ -189,8 +188,8 @@ std::string ReadLink(const std::wstring& sPath)
 {
     const FileHandle hLink =
         OpenFile(sPath, FILE_READ_ATTRIBUTES, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
-    // In words of 16 bits: the tag in two, two more, where the name stands and its length, those of the name that
-    // is shown, a symbolic link's flags in two, the names. Offsets and lengths are in bytes.
+    // In words of 16 bits: the tag (2), other facts (2), offset and length of the name, offset and length of the name
+    // that is shown, flags (2, of a symbolic link only), the names. Offsets and lengths are in bytes.
     std::array<wchar_t, MAXIMUM_REPARSE_DATA_BUFFER_SIZE / sizeof(wchar_t)> Data{};
     DWORD dwSize = 0;
     if (!DeviceIoControl(hLink.get(), FSCTL_GET_REPARSE_POINT, nullptr, 0, Data.data(),
@@ -220,7 +219,7 @@ void CreateLink(const std::wstring& sPath, const std::string& sTarget, bool bFol
          !CreateSymbolicLinkW(sPath.c_str(), sName.c_str(), dwFlags)))
         throw FileError(sPath, "cannot be created as a link", GetLastError());
     if (!FindEntry(sPath)) // Wine says that it has done it
-        throw FileError(sPath, "cannot be created as a link: this system has none");
+        throw FileError(sPath, "cannot be created as a link: this system knows no links");
 }
 
 void UsePrivileges()

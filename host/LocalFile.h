@@ -23,7 +23,7 @@ struct CloseFile
 };
 using FileHandle = std::unique_ptr<void, CloseFile>;
 
-// The name to open a file by: it lifts the limit of MAX_PATH. Only a drive's root ends in a backslash.
+// The name to open a file by, which may be longer than MAX_PATH. Only a drive's root ends in a backslash.
 std::wstring FullPath(const std::wstring& sPath);
 
 std::wstring PathIn(const std::wstring& sFolder, std::wstring_view sName);
@@ -34,20 +34,19 @@ std::string DisplayPath(const std::wstring& sPath);
 // Folders and links too.
 FileHandle OpenFile(const std::wstring& sPath, DWORD dwAccess, DWORD dwDisposition, DWORD dwFlags = 0);
 
-// What a folder holds, or the disk at a path.
+// What is found in a folder or at a path.
 struct DiskEntry
 {
     std::wstring sFile{}; // the name to open it by
     bool bEncrypted = false;
-    Entry What{}; // its path is the bare name, where a link leads is not read yet
+    Entry What{}; // its path is the bare name; where a link leads is not known yet
 };
 
-// What becomes of an entry before it is opened, by its attributes and its reparse tag: Saved, NotHere or Noted.
+// Saved, NotHere or Noted: what attributes and reparse tag tell of an entry before it is opened.
 State StateOf(DWORD dwAttributes, DWORD dwTag);
 
-Entry FactsOf(HANDLE hFile,
-              const std::wstring& sPath); // without path; a link's are those of what it leads to
-std::optional<DiskEntry> FindEntry(const std::wstring& sPath); // nothing for a root, too
+Entry FactsOf(HANDLE hFile, const std::wstring& sPath);        // of a link: those of what it leads to
+std::optional<DiskEntry> FindEntry(const std::wstring& sPath); // nothing for a root, either
 bool IsFolder(const std::wstring& sPath);
 std::vector<DiskEntry> ListFolder(const std::wstring& sFolder); // by name
 
@@ -55,7 +54,7 @@ std::vector<DiskEntry> ListFolder(const std::wstring& sFolder); // by name
 std::string ReadLink(const std::wstring& sPath);
 void CreateLink(const std::wstring& sPath, const std::string& sTarget, bool bFolder);
 
-// Reading and writing in spite of access lists, as far as the user may.
+// Lets this process read and write in spite of access lists, if the user may.
 void UsePrivileges();
 
 std::int64_t ToFileTime(std::int64_t i100ns); // since 1601; 0 stays 0

@@ -36,8 +36,8 @@ bool IsDevice(std::wstring_view sPart)
             std::ranges::find(NUMBERED, sStem.substr(0, 3)) != std::end(NUMBERED));
 }
 
-// A colon would mean a drive or an alternate stream. Points and blanks at the end are as good as others, since no
-// path is looked up but in full.
+// A colon would mean a drive or an alternate stream. Dots and blanks at the end are allowed, since all paths are opened
+// by their full names, which keep them.
 bool IsSafePart(std::wstring_view sPart)
 {
     constexpr std::size_t MAX_LENGTH = 255;
@@ -84,10 +84,10 @@ std::wstring RelativePath(const std::string& sTapeName)
     constexpr std::ptrdiff_t MAX_DEPTH = 1'000;
     std::wstring sPath = FromUtf8(sTapeName);
     if (sPath.size() > MAX_LENGTH || std::ranges::count(sPath, L'/') > MAX_DEPTH)
-        throw TapeError("it is too long a name, or in too many folders");
+        throw TapeError("its name is too long, or has too many folders");
     for (const std::wstring_view sPart : Parts(sPath))
         if (!IsSafePart(sPart))
-            throw TapeError("it is not a name for a file on Windows");
+            throw TapeError("Windows allows no file of this name");
     std::ranges::replace(sPath, L'/', L'\\');
     return sPath;
 }
@@ -107,7 +107,7 @@ Patterns::Patterns(const std::vector<std::string>& Given)
         std::ranges::replace(sFolded, L'\\', L'/');
         sFolded.erase(sFolded.find_last_not_of(L'/') + 1);
         const bool bWhole = sFolded.find(L'/') != sFolded.npos;
-        m_All.push_back({sGiven, sFolded, bWhole, false});
+        m_All.push_back({.sGiven = sGiven, .sFolded = sFolded, .bWhole = bWhole});
     }
 }
 
@@ -118,7 +118,7 @@ bool Patterns::Match(const std::string& sTapeName)
     for (std::size_t uiStart = 0, uiEnd = 0; uiEnd < sName.size(); uiStart = uiEnd + 1)
     {
         uiEnd = std::min(sName.find(L'/', uiStart), sName.size());
-        for (Pattern& Each : m_All) // all of them, since each is told whether it has matched
+        for (Pattern& Each : m_All) // to the last one, since each must know whether it has matched anything
         {
             const std::size_t uiFrom = Each.bWhole ? 0 : uiStart;
             const bool bMatch =
@@ -139,7 +139,7 @@ std::vector<std::string> Patterns::Unmatched() const
     return Found;
 }
 
-// As file systems see names that they take for the same.
+// The same for names that a file system may take for one.
 std::size_t WrittenNames::Folded(std::wstring_view sPart)
 {
     const auto iSize = static_cast<int>(sPart.size());

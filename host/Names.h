@@ -11,9 +11,9 @@ std::wstring RelativePath(const std::string& sTapeName);
 
 std::wstring CaseFolded(const std::string& sText);
 
-// What a user typed: "*" and "?" in any case, "/" or "\" between folders. A pattern with several parts is that of a
-// whole name, and its "*" and "?" mean any character, "/" too; one without is that of a last part: "*.tmp",
-// "Documents/Letters", "C/Users/*/AppData".
+// What a user typed, in any case, with "*" and "?", and "/" or "\" between folders. A pattern with several parts
+// ("Documents/Letters", "C/Users/*/AppData") matches a whole name, and its "*" and "?" match "/", too. One of a single
+// part ("*.tmp") matches a name in any folder.
 class Patterns
 {
 public:
@@ -28,8 +28,8 @@ private:
     {
         std::string sGiven;
         std::wstring sFolded;
-        bool bWhole;
-        bool bMatched;
+        bool bWhole;           // it stands for a whole path
+        bool bMatched = false; // anything so far
     };
     std::vector<Pattern> m_All;
 };

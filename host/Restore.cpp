@@ -102,12 +102,12 @@ private:
         }
     }
 
-    // An entry that cannot be read may be large and the line poor, so the next one is tried. If that gets no
-    // further, it is the object: each try would read again all that precedes the place.
+    // An entry that cannot be read may only be too large for a poor line, so the next one is tried. If that gets no
+    // further, the object cannot be read from there on: each try would read again all that comes before that place.
     struct Loss
     {
         std::uint64_t uiReached = 0; // at the last entry that could not be read
-        std::string sReason{};       // why none of the area is tried any more
+        std::string sReason{};       // why no further entry of the area is tried
     };
 
     void ReadArea(const Area& From)
@@ -138,7 +138,7 @@ private:
         if (m_enPurpose == Command::List)
             return ShowEntry(What);
         if (What.type == Kind::Unknown || What.state == State::Unknown)
-            return Report(Quoted(What.path), "it is of a kind that this zdv does not know");
+            return Report(Quoted(What.path), "this zdv does not know this kind of entry: use a newer one");
         if (What.IsProblem() && !m_Tape.JustWritten())
             NameProblem(What);
         m_uiNotAsItWas += What.IsProblem();
@@ -189,7 +189,7 @@ private:
         while (const std::size_t uiRead = Archive.Read(m_Piece))
         {
             CheckInterrupt();
-            if (uiRead > What.size - uiSize) // a sparse file would have its zeros written without an end
+            if (uiRead > What.size - uiSize) // the zeros of a forged sparse file would never end
                 throw TapeError("the archive holds more data of it than its manifest says");
             const std::span<const std::byte> Data = std::span(m_Piece).first(uiRead);
             Hash.Add(Data);
@@ -204,14 +204,14 @@ private:
             File->Commit();
     }
 
-    // Those that the next entry does not lie in.
+    // Sets the times of the folders that the next entry does not lie in.
     void FinishFolders(const std::string& sNext)
     {
         for (bool bMore = m_pTarget != nullptr; bMore;)
             Attempt("a folder's times", [&] { bMore = m_pTarget->FinishFolder(sNext); });
     }
 
-    // What all manifests hold is what the last one says.
+    // All manifests together must hold what the last one says.
     void CheckTotals()
     {
         const auto Totals = [](const Head& First) {

@@ -20,23 +20,23 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_REMOTE_ACCESS_DENIED,
      "The root cannot be entered or created: check its name and the user's rights."},
     {CURLE_OPERATION_TIMEDOUT,
-     "Nothing answered in this port's protocol: check the port first, then the server and the firewalls "
-     "between."},
-    {CURLE_SSL_CONNECT_ERROR, "No TLS connection came about: check that the server speaks TLS at this port."},
+     "The server did not answer in time: check the port first, then the server and the firewalls between."},
+    {CURLE_SSL_CONNECT_ERROR, "The TLS connection failed: check that the server speaks TLS at this port."},
     {CURLE_USE_SSL_FAILED,
-     "zlt.ini asks for an encrypted connection, and this server offers none: somebody may stand between."},
-    {CURLE_PEER_FAILED_VERIFICATION, "List the key in zlt.ini only if it is the server's own: over SFTP "
-                                     "\"ssh-keygen -lf\" shows that on the server "
-                                     "itself, for each of its host keys, else ask its administrator. If it "
-                                     "is not, somebody else has answered."},
-    {CURLE_GOT_NOTHING, "The server closed the connection without a word: check the port."},
+     "zlt.ini lists keys of this server, but what answers offers no encryption: it may be another server."},
+    {CURLE_PEER_FAILED_VERIFICATION,
+     "Compare the key with the server's own before you list it in zlt.ini. For SFTP run \"ssh-keygen -lf\" "
+     "on "
+     "the server, once for each of its host keys; else ask its administrator. If the keys differ, another "
+     "server has answered."},
+    {CURLE_GOT_NOTHING, "The server closed the connection without an answer: check the port."},
     {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
     {CURLE_RECV_ERROR,
      "The server closed the connection: check the port, and whether the server demands TLS."},
     {CURLE_LOGIN_DENIED, "The server refuses the login: check the user name and the password."},
     {CURLE_REMOTE_FILE_NOT_FOUND,
      "The root does not exist and was not created: check its name and the user's rights."},
-    {CURLE_SSH, "No SSH connection came about: check that the server speaks SFTP at this port."},
+    {CURLE_SSH, "The SSH connection failed: check that the server speaks SFTP at this port."},
 };
 
 } // namespace
@@ -67,12 +67,12 @@ std::string DescribeIdentity(const Server& Target)
     if (HasListedKeys(Target))
         return "The server's identity was compared: it has a key that zlt.ini lists.";
     return fmt::format(
-        "The server's identity was not compared: somebody else could answer in its place. To have it "
+        "The server's identity was not compared: another server could answer in its place. To have it "
         "compared, write into zlt.ini beside zdv.exe:\n"
         "  [Server Keys]\n"
         "  {} = ?\n"
-        "The next check is refused and names the key that the server shows. Make sure that it is the "
-        "server's own, then write it in place of the question mark.",
+        "The next check fails and names the key that the server shows. Make sure that this is the server's "
+        "own key, then write it in place of the question mark.",
         Printable(quorvel::WithoutPassword(Target.sName)));
 }
 

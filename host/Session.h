@@ -1,4 +1,4 @@
-// A device at work on one version of one server, and what to tell when it cannot be used.
+// A device at work on one version of one server, and what to say when the server cannot be used.
 #pragma once
 
 #include "host/Console.h"
@@ -9,16 +9,17 @@ inline constexpr const char* PORT_RULE =
     "The port chooses the protocol: 22 is SFTP, 990 is FTP over TLS, every "
     "other port is FTP (with TLS if the server offers it).";
 
-const char* SchemeOf(unsigned uiPort);      // "sftp", "ftps" or "ftp": the module goes by the port
+const char* SchemeOf(unsigned uiPort);      // "sftp", "ftps" or "ftp"
 std::string Describe(const Server& Target); // ftp://server:21, root "backups", user "tape"
-bool HasListedKeys(const Server& Target);   // in zlt.ini: then it is talked to in no other way
-std::string
-DescribeIdentity(const Server& Target); // whether it was compared when the server was ready, or how it can be
-std::string Explain(const Server& Target,
-                    const DeviceError& Error); // what was tried, what failed, what may help
+bool HasListedKeys(const Server& Target);   // in zlt.ini: then the module accepts no other key
 
-// The module remembers a strange name that it met in a listing for as long as it is loaded, so each version is
-// opened with a module of its own.
+// Whether the identity of a server that is ready was compared, or how it can be.
+std::string DescribeIdentity(const Server& Target);
+
+// What was tried, what failed, what may help.
+std::string Explain(const Server& Target, const DeviceError& Error);
+
+// The module keeps a strange name from a listing for as long as it is loaded, so it is loaded again for each version.
 class Session
 {
 public:
@@ -26,15 +27,15 @@ public:
 
     void SetPassword(const std::wstring& sPassword) { m_sPassword = sPassword; }
 
-    // Without a version all are listed and none is loaded; so they are when none is as old as the one asked for.
+    // Loads the newest version not later than this one. Without one, or if there is none, versions are only listed.
     void Open(std::optional<std::time_t> tVersion = {});
 
-    // After a broken connection: opens the same version again, in a few tries with growing pauses. What it throws
-    // at last is no DeviceError.
+    // Opens the same version again after a broken connection, in a few tries with growing pauses. Then it throws, but
+    // no DeviceError.
     void Reconnect();
 
-    // Does something again after a broken connection. What fails three times is a matter of the tape: the server
-    // is there.
+    // Does something again after a broken connection. If it fails three times and the server is still there, the object
+    // cannot be read.
     template <typename Action> auto Patiently(Action action)
     {
         for (int iTry = 1;; ++iTry)

@@ -9,7 +9,7 @@ namespace {
 
 bool IsRoot(const std::wstring& sFile) { return sFile.ends_with(L'\\'); }
 
-// What Windows makes by itself in a root, mostly locked. A shadow copy could read gigabytes of it.
+// Windows makes these in each root and locks them, but in a shadow copy they could be read: gigabytes of no use.
 bool BelongsToWindows(const DiskEntry& Found)
 {
     static constexpr std::array NAMES{"SYSTEM VOLUME INFORMATION", "PAGEFILE.SYS", "SWAPFILE.SYS",
@@ -47,8 +47,8 @@ SourceTree::SourceTree(const std::vector<std::string>& Paths, const std::vector<
         Names.push_back(CaseFolded(Found.What.path));
     std::ranges::sort(Names);
     if (const auto Twice = std::ranges::adjacent_find(Names); Twice != Names.end())
-        throw std::runtime_error("two of these would have the same name in the backup: " +
-                                 Quoted(ToUtf8(*Twice)));
+        throw std::runtime_error("Two of the paths would have the same name in the backup: " +
+                                 Quoted(ToUtf8(*Twice)) + ". Back them up one after the other.");
     if (All.size() == 1 && IsRoot(All.front().sFile))
         AddContent(All.front().sFile, "");
     else

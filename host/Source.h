@@ -8,8 +8,8 @@
 class SourceTree
 {
 public:
-    // Throws when something that was named is not there, or two things would have the same name on the tape. Files that
-    // lie in a cloud are NotHere unless they are to be fetched from there.
+    // Throws when a path does not exist, or two would have the same name on the tape. Files that lie in a cloud are
+    // NotHere unless they are to be fetched.
     SourceTree(const std::vector<std::string>& Paths, const std::vector<std::string>& Excluded,
                bool bFetchCloudFiles);
 

@@ -6,7 +6,7 @@
 
 using Json = nlohmann::json;
 
-// What has no name here is read as the first one.
+// A name that is not listed here is read as the first one.
 NLOHMANN_JSON_SERIALIZE_ENUM(Kind, {{Kind::Unknown, "unknown"},
                                     {Kind::File, "file"},
                                     {Kind::Folder, "folder"},
@@ -49,8 +49,9 @@ template <typename Line> std::string WithoutDefaults(const Line& What)
 
 Json ParseLine(std::string_view sLine)
 {
-    constexpr int MAX_DEPTH = 4; // a line is an object of lists at most; a deep one takes much memory
-    constexpr std::size_t MAX_LENGTH = std::size_t{1} << 20; // as a long one does, many times its length
+    // No real line is deeper or longer than this. Parsing one would take many times its length of memory.
+    constexpr int MAX_DEPTH = 4;
+    constexpr std::size_t MAX_LENGTH = std::size_t{1} << 20;
     if (sLine.size() > MAX_LENGTH)
         throw TapeError("is damaged");
     return Json::parse(sLine, [](int iDepth, Json::parse_event_t, const Json&) {
@@ -115,13 +116,13 @@ std::string ToLine(const Entry& What) { return WithoutDefaults(What); }
 std::string TextOf(Kind enKind) { return Json(enKind).get<std::string>(); }
 std::string TextOf(State enState) { return Json(enState).get<std::string>(); }
 
-void Count(Head& Totals, const Entry& What)
 void NameProblem(const Entry& What)
 {
     Complain("Not saved as it is ({}): {}: {}", TextOf(What.state), Quoted(What.path),
              Printable(What.problem));
 }
 
+void Count(Head& Totals, const Entry& What)
 {
     if (What.CanBeRestored())
     {
@@ -153,8 +154,8 @@ try
     const std::size_t uiFirst = sSealed.find('\n') + 1;
     const Json First = ParseLine(std::string_view(sSealed).substr(0, uiFirst));
     if (const int iFormat = First.value("format", FORMAT); iFormat != FORMAT)
-        throw UnknownFormat(fmt::format("the backup has format {}, which this zdv cannot read: use {}", iFormat,
-                                        Printable(First.value("program", "a newer one"))));
+        throw UnknownFormat(fmt::format("the backup has format {}, which this zdv cannot read: use {}",
+                                        iFormat, Printable(First.value("program", "a newer one"))));
     sSealed.erase(0, uiFirst);
     return {.First = First.get<Head>(), .sEntries = std::move(sSealed), .sSum = sSum, .sProblem = ""};
 }
@@ -174,7 +175,7 @@ try
 }
 catch (const Json::exception&)
 {
-    throw TapeError("a line of its manifest describes no entry");
+    throw TapeError("a line of its manifest is damaged");
 }
 
 void WriteRecord(Device& Drive, const std::string& sLines)
@@ -212,9 +213,9 @@ Volume LookAt(Session& Server)
     const Head& Last = Found.Last.First;
     if (Found.Header.Intact() && First.zdv != RecordKind::Volume && First.zdv != RecordKind::Check)
         Found.Header = {};
-    if (Last.zdv != RecordKind::Manifest)
     if (Found.Last.bUnreadable) // it may be a manifest
         Found.sProblem = "its last object " + Found.Last.sProblem;
+    if (Last.zdv != RecordKind::Manifest)
         Found.Last = {};
     if (!Found.Last.Intact())
         return Found;
@@ -222,13 +223,13 @@ Volume LookAt(Session& Server)
         Found.sProblem = "it holds objects of another backup";
     else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Server, ManifestObject(Last.area)) ||
              HasObject(Server, ManifestObject(Last.area) + 1))
-        Found.sProblem =
-            "objects are missing on the server, or too many: put an empty file in the place of each "
-            "that is lost";
+        Found.sProblem = "objects are missing on the server, or there are too many: put an empty file in the "
+                         "place of each "
+                         "one that is lost";
     return Found;
 }
 
-// Without the last manifest, which lists all abandoned areas, each one that is there is asked.
+// The last manifest lists all abandoned areas. Without it, all manifests that are there are asked.
 Areas::Areas(Session& Server, const Volume& Tape)
     : m_Server(Server), m_Tape(Tape), m_sId(Tape.Facts().First.id)
 {

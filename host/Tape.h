@@ -5,13 +5,12 @@
 //   objects 3, 6, 9, ...   area data    | an area: some of the files, in the order of the tree
 //   objects 4, 7, 10, ...  area trailer |
 //
-// Area data is a pax archive with UTF-8 names, cut between files so that an area has some GiB (a larger file
-// is an area of its own), and filled up to whole blocks as tar does. It is written as the disk is read. When much of
-// a file cannot be read after its header has been written, the area ends there, in the middle of that entry, as it
-// also does when the user stops the backup.
+// Area data is a pax archive with UTF-8 names. It holds some GiB of files, or one larger file, and is filled up to whole
+// blocks as tar does. It is written while the disk is read. When the user stops the backup, or much of a file cannot be
+// read after its header was written, the area ends in the middle of that entry.
 //
 // The three objects of an area are found by counting, so one that is lost on the server must be replaced by an empty
-// file. Area headers are read by a verify only: they are there because the module takes every third object for one.
+// file. Area headers exist because the module takes every third object for one. Only a verify reads them.
 //
 // Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is, in "id" of which
 // backup, and in "format" and "program" how to read it; the last line holds the SHA-256 of all lines before it; line
@@ -20,12 +19,11 @@
 //   "area"      area (its number)
 //   "manifest"  the trailer: area, state; computer, files, folders, links, bytes, problems: of the backup so far;
 //               abandoned: the areas that do not count. Then a line for each entry, in the order of the archive.
-//   "check"     in object 1, alone in its version: a test of the server
+//   "check"     the only object of a version that was written to test the server
 //
-// An area counts when its manifest is there; a backup is complete when the last one's state says "complete"
-// ("partial": more areas follow, "stopped": the user wanted no more). An area that a broken connection has
-// cut off is closed, since the numbering needs it, by a manifest "abandoned" without entries; what it held is
-// written again in the next one.
+// An area counts if it has a manifest. A backup is complete if the last manifest's state is "complete"; "partial" means
+// that more areas follow, "stopped" that the user has stopped it. An area that a broken connection has cut off gets a
+// manifest "abandoned" without entries, since objects are counted. The next area holds what it was to hold.
 #pragma once
 
 #include "host/Entry.h"
@@ -94,10 +92,10 @@ std::string ToLine(const Entry& What);
 
 // As on the tape: "folderlink", "skipped".
 std::string TextOf(Kind enKind);
+std::string TextOf(State enState);
+
 // Complains that an entry is not saved as it is.
 void NameProblem(const Entry& What);
-
-std::string TextOf(State enState);
 
 // Adds an entry to the totals of a manifest.
 void Count(Head& Totals, const Entry& What);
@@ -106,28 +104,28 @@ struct Record
 {
     Head First{};
     std::string sEntries{}; // the lines of a manifest
-    bool bUnreadable = false; // though the server lists the object
     std::string sSum{};     // SHA-256 of all its lines
     std::string sProblem = "is missing";
+    bool bUnreadable = false; // though the server lists the object
 
     bool Intact() const { return sProblem.empty(); }
 };
 
-// No damage, but nothing that this program could read rightly.
+// Not damaged, but of a format that this program cannot read.
 struct UnknownFormat : std::runtime_error
 {
     using std::runtime_error::runtime_error;
 };
 
-std::string Seal(std::string sLines);    // with the last line, filled up to whole blocks
-Record ParseRecord(std::string sSealed); // throws a TapeError for what is damaged, and an UnknownFormat
+std::string Seal(std::string sLines);    // adds the last line, and fills up to whole blocks
+Record ParseRecord(std::string sSealed); // throws a TapeError for damage, and an UnknownFormat
 
-// Takes the next entry off the lines; nothing at their end. Throws a TapeError for a line that is no entry.
+// Takes the next entry from the lines; nothing at their end. Throws a TapeError for a line that is no entry.
 std::optional<Entry> TakeEntry(std::string_view& sLines);
 
 void WriteRecord(Device& Drive, const std::string& sLines); // as the next object
 
-// The record in an object, not intact when it is damaged; nothing when the tape ends before it. Throws an
+// The record in an object, with its problem if it is damaged; nothing if the tape ends before it. Throws an
 // UnknownFormat.
 std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject);
 
@@ -150,12 +148,12 @@ Volume LookAt(Session& Server);
 struct Area
 {
     std::uint32_t uiNumber = 0;
-    Record Manifest{}; // not intact: the area is lost
+    Record Manifest{}; // if not intact, the area is lost
 };
 
 bool HasHeader(Session& Server, const Area& Of);
 
-// The areas of a tape that count, one after another: of many files only one area's need memory.
+// The areas of a tape that count, one after another, so that memory holds the entries of only one.
 class Areas
 {
 public:

@@ -24,8 +24,8 @@ template <typename Action> void OnTheWay(const std::wstring& sPath, std::size_t 
     }
 }
 
-// Of a file, folder or link. A file system without such times (FAT32 knows none before 1980) leaves nothing unsaved
-// that is worth a failure. To the system 0 means to leave a member as it is.
+// Times and attributes of a file, folder or link. That a file system refuses them (FAT32 knows no time before 1980) is
+// no reason to lose the file. A member that is 0 is left as it is.
 void SetFacts(HANDLE hFile, const Entry& What, const std::wstring& sPath)
 {
     FILE_BASIC_INFO Times{};
@@ -40,8 +40,8 @@ void SetFacts(HANDLE hFile, const Entry& What, const std::wstring& sPath)
             Complain("Note: {}", FileError(sPath, pProblem, GetLastError()).what());
 }
 
-// By another program, such as a scanner of viruses. Windows replaces no file that is open, even if it is shared for
-// deletion, so this asks for the file alone.
+// Whether another program, such as a virus scanner, has the file open. Windows does not replace such a file even if
+// the other program allows its deletion, so this asks for the file without sharing it.
 bool IsHeld(const std::wstring& sPath)
 {
     const HANDLE hFile = CreateFileW(sPath.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
@@ -83,7 +83,7 @@ TargetFolder::TargetFolder(const std::wstring& sFolder, bool bReplace)
         throw FileError(m_sFolder, "is no folder, and cannot be created as one", dwError);
 }
 
-// From the top down: what lies beyond a link is not even asked for, since it may be another machine.
+// From the top down: nothing beyond a link is even looked at, since that may be another machine.
 bool TargetFolder::EnsureFolder(const std::wstring& sPath)
 {
     bool bCreated = false;
@@ -150,13 +150,13 @@ RestoredFile::RestoredFile(TargetFolder& Folder, const Entry& What)
 {
     m_hFile = What.IsLink() ? OpenNewLink(m_sTemporary, What)
                             : OpenFile(m_sTemporary, GENERIC_WRITE | DELETE, CREATE_NEW);
-    SetVanishing(true);
+    Set(Fate::Deleted);
 }
 
-void RestoredFile::SetVanishing(bool bVanishing)
+void RestoredFile::Set(Fate enFate)
 {
     FILE_DISPOSITION_INFO Info{};
-    Info.DeleteFile = bVanishing;
+    Info.DeleteFile = enFate == Fate::Deleted;
     if (!SetFileInformationByHandle(m_hFile.get(), FileDispositionInfo, &Info, sizeof(Info)))
         throw FileError(m_sTemporary, "cannot be marked for deletion", GetLastError());
 }
@@ -169,10 +169,10 @@ void RestoredFile::Write(std::span<const std::byte> Data)
         throw FileError(m_sPath, "cannot be written", GetLastError());
 }
 
-// The times are set last: a file gets that of the creation of the one that it replaces.
+// The times are set last, because Windows gives a file the time of creation of the one that it replaces.
 void RestoredFile::Commit()
 {
-    SetVanishing(false);
+    Set(Fate::Kept);
     try
     {
         const DWORD dwThere = GetFileAttributesW(m_sPath.c_str());
@@ -181,7 +181,7 @@ void RestoredFile::Commit()
     }
     catch (...)
     {
-        SetVanishing(true);
+        Set(Fate::Deleted);
         throw;
     }
     m_Folder.m_Written.Add(m_What.path);
@@ -240,7 +240,7 @@ void RestoredFile::TakePlace()
     }
 }
 
-// Through the handle that is open: between closing it and renaming the file others could take hold of that.
+// Renames through the open handle: if it were closed first, another program could open the file in between.
 DWORD RestoredFile::Rename() const
 {
     const std::size_t uiName = m_sPath.size() * sizeof(wchar_t);

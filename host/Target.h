@@ -14,26 +14,26 @@ public:
     void CreateFolder(const Entry& What);
     void CreateLink(const Entry& What);
 
-    // Gives the innermost folder that was created its times and attributes, unless the next entry lies in it; false:
-    // there is none such. Entries come in the order of a tree, so few folders wait.
+    // Sets times and attributes of the innermost folder that was created, unless the next entry lies in it. False when
+    // there is no such folder. Entries come in the order of a tree, so few folders wait.
     bool FinishFolder(const std::string& sNext);
 
     const std::wstring& Path() const { return m_sFolder; }
 
 private:
     friend class RestoredFile;
-    std::wstring PathFor(const Entry& What);      // when an entry of this name may be created
+    std::wstring PathFor(const Entry& What);      // throws if no entry of this name may be created
     bool EnsureFolder(const std::wstring& sPath); // whether it was created
 
     std::wstring m_sFolder;
     bool m_bReplace;
-    std::wstring m_sEnsured; // the folder that was looked at last
+    std::wstring m_sEnsured; // the folder that EnsureFolder was given last
     std::vector<Entry> m_Folders;
     WrittenNames m_Written;
 };
 
-// A file or link that is being restored. It lies beside its final place under a temporary name, which vanishes with
-// this object, or with the process, unless it is committed. What has its name is kept until then.
+// A file or link that is being restored. It lies beside its final place under a temporary name, and is deleted with
+// this object, or with the process, unless it is committed. Until then the file that it replaces is kept.
 class RestoredFile
 {
 public:
@@ -43,7 +43,13 @@ public:
     void Commit();
 
 private:
-    void SetVanishing(bool bVanishing);
+    enum class Fate // when this object ends
+    {
+        Kept,
+        Deleted
+    };
+
+    void Set(Fate enFate);
     void MoveAside();
     void TakePlace();
     DWORD Rename() const;

@@ -16,8 +16,8 @@ std::vector<std::time_t> ListVersions(Session& Server)
     return Versions;
 }
 
-// A version that the server does not let be read costs no other one, unless the server itself is gone. It is opened
-// again after a failure, since a connection may just have broken.
+// A version that cannot be read must not cost the others, unless the server is gone. After a failure it is opened
+// again, since only the connection may have broken.
 std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
 {
     std::string sProblem;
@@ -43,7 +43,7 @@ std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
     return std::nullopt;
 }
 
-// What a restore reports, though no file may be missing. A backup that did not end is none.
+// Whether a restore would report damage. A backup that was not ended is not damaged.
 bool IsDamaged(const Volume& Tape)
 {
     return !Tape.sProblem.empty() || (Tape.Complete() && !Tape.Header.Intact());
@@ -65,12 +65,12 @@ std::time_t BeginVersion(Session& Server, Head Header)
         const std::vector<std::time_t> Versions = Drive.Versions();
         std::time_t tNow = std::time(nullptr);
         if (!Versions.empty() && Versions.back() > tNow)
-            Complain(
-                "Note: the newest backup on the server, of {}, lies in the future by this computer's clock, "
-                "and stays the newest.",
-                VersionText(Versions.back()));
-        // A version is named by the second in which it is begun, as clocks show it: two of the same second, or of
-        // the hour that autumn brings twice, would be one.
+            Complain("Note: the newest backup on the server, of {}, lies in the future by this computer's "
+                     "clock. It "
+                     "stays the newest one: check the clock.",
+                     VersionText(Versions.back()));
+        // A version is named by the local time of its beginning. Two of the same second, or of the hour that comes
+        // twice in autumn, would be one.
         for (; std::ranges::find(Versions, VersionText(tNow), VersionText) != Versions.end();
              tNow = std::time(nullptr))
             Pause(1);
@@ -88,8 +88,9 @@ void CheckVersion(Session& Server, const std::string& sId)
 {
     const std::optional<Record> Header = ReadRecord(Server, VOLUME_HEADER);
     if (!Header || Header->First.id != sId)
-        throw TapeError("the version that was begun is not found again in the server's listing: it names no "
-                        "folders, or not at once");
+        throw TapeError(
+            "the server's listing does not show the version that was just begun: the server hides "
+            "folders, or shows them late");
 }
 
 std::string StateText(const Volume& Tape)
@@ -127,18 +128,19 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
         if (Tape && (Tape->Complete() || bAsked))
             return {tVersion, *std::move(Tape)};
         if (bAsked)
-            throw std::runtime_error(
-                "The version of that second cannot be read. An earlier --at takes the one before it.");
+            throw std::runtime_error("The version of that second cannot be read. To read the one before it, "
+                                     "give an earlier --at.");
         if (!tAt && (!Tape || !Tape->sProblem.empty())) // it may be the one that is wanted
-            throw std::runtime_error(fmt::format(
-                "The version of {} {}. Nothing older is taken without being asked for: give --at with the "
-                "time of the version to read, as \"zdv versions\" shows it.",
-                VersionText(tVersion), Tape ? "is DAMAGED: " + Tape->sProblem : "cannot be read"));
+            throw std::runtime_error(fmt::format("The version of {} {}. No other one is read unless you "
+                                                 "choose it: give --at with its date and "
+                                                 "time, as \"zdv versions\" shows them.",
+                                                 VersionText(tVersion),
+                                                 Tape ? "is DAMAGED: " + Tape->sProblem : "cannot be read"));
         if (Tape && Tape->Header.First.zdv != RecordKind::Check)
             Complain("Passed over: {}  {}", VersionText(tVersion), StateText(*Tape));
     }
     throw std::runtime_error(
-        "There is no complete backup. To read one that is not complete, give its exact time to --at.");
+        "There is no complete backup. To read an incomplete one, give its exact date and time with --at.");
 }
 
 ExitCode ShowVersions(Session& Server)
@@ -160,7 +162,8 @@ void CheckByWriting(Session& Server)
     const ULONGLONG uiStart = GetTickCount64();
     const std::time_t tVersion = BeginVersion(Server, {.zdv = RecordKind::Check, .id = RandomId()});
     const std::uint64_t uiMilliseconds = std::max<std::uint64_t>(GetTickCount64() - uiStart, 1);
-    Say("Written, found again and read back: a version of one block, of {}, in {} ms, {}/s. It stays there.",
+    Say("Written, found again and read back: a version of one block, of {}, in {} ms, {}/s. It stays on the "
+        "server.",
         VersionText(tVersion), uiMilliseconds,
         SizeText(ZDV_BLOCK_SIZE * std::uint64_t{1000} / uiMilliseconds));
 }

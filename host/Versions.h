@@ -5,10 +5,9 @@
 
 std::string ComputerName();
 
-// Writes the header of a new version, to which the caller gives what is its own, and makes sure that the server
-// shows it as it shows other versions.
+// Writes the header of a new version, adding this computer's name, and makes sure that the server lists the version.
 std::time_t BeginVersion(Session& Server, Head Header);
-void CheckVersion(Session& Server, const std::string& sId); // the one that is open is that of this id
+void CheckVersion(Session& Server, const std::string& sId); // throws unless the open version has this id
 
 std::string StateText(const Volume& Tape); // "complete    PC1  12 files, 3.4 MiB"
 
@@ -19,8 +18,8 @@ struct ChosenVersion
 };
 
 // Opens the version of this very second, or else the newest complete one not later; without a time the newest
-// complete one. Those that are passed over are named. Throws when there is none, and without a time also where one is
-// met that is damaged or cannot be read: it may be the one that is wanted.
+// complete one. Incomplete ones that are passed over are named. Throws when there is none; without a time also when a
+// newer version is damaged or cannot be read, since it may be the one that is wanted.
 ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt);
 
 ExitCode ShowVersions(Session& Server); // Done if none is damaged or unreadable; throws when there is none

@@ -26,8 +26,8 @@ ExitCode Check(Session& Server, bool bWrite)
         Say("{}",
             !bTls   ? "Perhaps NOT ENCRYPTED: the server has not said whether it offers TLS."
             : *bTls ? "Encrypted: the server offers TLS."
-                    : "NOT ENCRYPTED: the server offers no TLS. Others on the way can read the password and "
-                      "the backup.");
+                    : "NOT ENCRYPTED: the server offers no TLS. Others on the network can read the password "
+                      "and the backup.");
     }
     Say("{}", DescribeIdentity(Server.Target()));
     if (bWrite)
@@ -50,16 +50,16 @@ ExitCode Read(Session& Server, const CommandLine& Given)
     });
 }
 
-// The module's pipes are the machine's, and a backup reads, too: whoever reads beside it, be it the versions
-// only, could break its connection.
+// The module's pipes exist once per machine, and a backup reads, too: a second zdv could break its connection even by
+// listing the versions.
 FileHandle BeTheOnlyOne()
 {
     FileHandle hMutex(CreateMutexW(nullptr, FALSE, L"Global\\zdv-transfer"));
     const DWORD dwWait = hMutex ? WaitForSingleObject(hMutex.get(), 0) : WAIT_TIMEOUT;
     if (dwWait != WAIT_OBJECT_0 && dwWait != WAIT_ABANDONED)
         throw CommandFailure{ExitCode::NotReady,
-                             "Another zdv is at work on this computer: only one at a time can "
-                             "transfer. Nothing was done; try again when it has finished."};
+                             "Another zdv is at work on this computer, and only one can be at a time. "
+                             "Nothing was done: try again when the other one has finished."};
     return hMutex;
 }
 
@@ -67,16 +67,17 @@ std::wstring PasswordFromFile(const std::string& sFile)
 {
     std::ifstream File(FullPath(FromUtf8(sFile)).c_str());
     std::string sLine;
-    if (!std::getline(File, sLine) || sLine.starts_with("\xFF\xFE")) // so UTF-16 begins
+    if (!std::getline(File, sLine) || sLine.starts_with("\xFF\xFE")) // the beginning of UTF-16
         throw CommandFailure{ExitCode::CommandLine,
-                             "No password in UTF-8 can be read from " + Quoted(sFile) + "."};
+                             "No password can be read from " + Quoted(sFile) +
+                                 ". Save it as a text in UTF-8, with the password in the first line."};
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
     if (sLine.starts_with(BYTE_ORDER_MARK))
         sLine.erase(0, BYTE_ORDER_MARK.size());
     return FromUtf8(sLine);
 }
 
-// Logs in, which also lists the versions. What was typed may be typed again.
+// Logs in, which also lists the versions. A password that was typed is asked for again if it was wrong.
 void Connect(Session& Server, const std::string& sPasswordFile)
 {
     const wchar_t* const pPassword = _wgetenv(L"ZDV_PASSWORD");
