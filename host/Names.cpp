@@ -22,6 +22,12 @@ std::vector<std::wstring_view> Parts(std::wstring_view sName)
     }
 }
 
+std::wstring Upper(std::wstring sText)
+{
+    CharUpperBuffW(sText.data(), static_cast<DWORD>(sText.size()));
+    return sText;
+}
+
 // A device has its name in every folder and with every extension: "nul", "COM1.txt", "aux .x".
 bool IsDevice(std::wstring_view sPart)
 {
@@ -29,8 +35,7 @@ bool IsDevice(std::wstring_view sPart)
     constexpr std::wstring_view NUMBERED[] = {L"COM", L"LPT"};
     constexpr std::wstring_view NUMBERS = L"123456789\u00B9\u00B2\u00B3";
     std::wstring sStem(sPart.substr(0, sPart.find(L'.')));
-    sStem.erase(sStem.find_last_not_of(L' ') + 1);
-    CharUpperBuffW(sStem.data(), static_cast<DWORD>(sStem.size()));
+    sStem = Upper(sStem.substr(0, sStem.find_last_not_of(L' ') + 1));
     return std::ranges::find(DEVICES, sStem) != std::end(DEVICES) ||
            (sStem.size() == 4 && NUMBERS.find(sStem.back()) != NUMBERS.npos &&
             std::ranges::find(NUMBERED, sStem.substr(0, 3)) != std::end(NUMBERED));
@@ -92,12 +97,7 @@ std::wstring RelativePath(const std::string& sTapeName)
     return sPath;
 }
 
-std::wstring CaseFolded(const std::string& sText)
-{
-    std::wstring sFolded = FromUtf8(sText);
-    CharUpperBuffW(sFolded.data(), static_cast<DWORD>(sFolded.size()));
-    return sFolded;
-}
+std::wstring CaseFolded(const std::string& sText) { return Upper(FromUtf8(sText)); }
 
 Patterns::Patterns(const std::vector<std::string>& Given)
 {
@@ -146,8 +146,7 @@ std::size_t WrittenNames::Folded(std::wstring_view sPart)
     std::wstring sFolded(sPart.size(), L'\0');
     sFolded.resize(
         static_cast<std::size_t>(FoldStringW(MAP_PRECOMPOSED, sPart.data(), iSize, sFolded.data(), iSize)));
-    CharUpperBuffW(sFolded.data(), static_cast<DWORD>(sFolded.size()));
-    return std::hash<std::wstring>()(sFolded);
+    return std::hash<std::wstring>()(Upper(std::move(sFolded)));
 }
 
 bool WrittenNames::Meet(const std::string& sTapeName) const

@@ -28,7 +28,7 @@ private:
     {
         std::string sGiven;
         std::wstring sFolded;
-        bool bWhole;           // it stands for a whole path
+        bool bWhole;           // it matches whole paths
         bool bMatched = false; // anything so far
     };
     std::vector<Pattern> m_All;
