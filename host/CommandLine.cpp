@@ -171,14 +171,12 @@ void CompleteServer(Server& Target)
                                                                SchemeOf(Target.uiPort), sScheme, PORT_RULE));
     }
     else if (sGiven.find("://") != std::string::npos)
-        throw CLI::ValidationError(
-            "--server",
-            Quoted(sGiven) +
-                " is no URL of the form sftp://USER@NAME:PORT/ROOT; leave out USER, PORT or ROOT if "
-                "they are given elsewhere");
-    for (const auto& [pOption, bMissing] : {std::pair("--server", Target.sName.empty()),
-                                            {"--user", Target.sUser.empty()},
-                                            {"--root", Target.sRoot.empty()}})
+        throw CLI::ValidationError("--server", Quoted(sGiven) +
+                                                   " is no server: write sftp://NAME, ftps://NAME or "
+                                                   "ftp://NAME, if need be with :PORT and /ROOT");
+    for (const auto& [pOption, bMissing] : {std::pair("--server or ZDV_SERVER", Target.sName.empty()),
+                                            {"--user or ZDV_USER", Target.sUser.empty()},
+                                            {"--root or ZDV_ROOT", Target.sRoot.empty()}})
         if (bMissing)
             throw CLI::RequiredError(pOption);
     if (Target.uiPort == 0)

@@ -110,7 +110,7 @@ std::wstring TargetFolder::PathFor(const Entry& What)
     if (GetFileAttributesW(sPath.c_str()) == INVALID_FILE_ATTRIBUTES)
         return sPath;
     if (!m_bReplace)
-        throw FileError(sPath, "exists already");
+        throw FileError(sPath, "exists already: --overwrite would replace it");
     if (m_Written.Meet(What.path))
         throw FileError(
             sPath, "was restored just now under this name, or one that differs in case or Unicode form only: "
