@@ -186,9 +186,9 @@ private:
 
     std::uint32_t Area() const { return AreaOf(m_uiObject); }
 
-    void WriteObject(const std::string& sLines)
+    void WriteObject(std::string sLines)
     {
-        WriteRecord(m_Server.Drive(), sLines);
+        WriteRecord(m_Server.Drive(), std::move(sLines));
         ++m_uiObject;
     }
 
@@ -197,9 +197,9 @@ private:
         m_Saved.state = enState;
         m_Saved.area = Area();
         m_Saved.abandoned.assign(m_Abandoned.begin(), m_Abandoned.end());
-        const std::string sLines = ToLine(m_Saved) + m_sEntries;
+        std::string sLines = ToLine(m_Saved) + m_sEntries;
         m_Sums[Area()] = HashOf(sLines);
-        WriteObject(sLines);
+        WriteObject(std::move(sLines));
     }
 
     // A file that has broken the connection begins an area, so that what comes before it is not sent again and again.

@@ -178,9 +178,9 @@ catch (const Json::exception&)
     throw TapeError("a line of its manifest is damaged");
 }
 
-void WriteRecord(Device& Drive, const std::string& sLines)
+void WriteRecord(Device& Drive, std::string sLines)
 {
-    const std::string sSealed = Seal(sLines);
+    const std::string sSealed = Seal(std::move(sLines));
     const auto Blocks = std::as_bytes(std::span(sSealed));
     for (std::size_t uiStart = 0; uiStart < Blocks.size(); uiStart += ZDV_BLOCK_SIZE)
         Drive.Write(Blocks.subspan(uiStart, ZDV_BLOCK_SIZE));

@@ -123,7 +123,7 @@ Record ParseRecord(std::string sSealed); // throws a TapeError for damage, and a
 // Takes the next entry from the lines; nothing at their end. Throws a TapeError for a line that is no entry.
 std::optional<Entry> TakeEntry(std::string_view& sLines);
 
-void WriteRecord(Device& Drive, const std::string& sLines); // as the next object
+void WriteRecord(Device& Drive, std::string sLines); // as the next object
 
 // The record in an object, with its problem if it is damaged; nothing if the tape ends before it. Throws an
 // UnknownFormat.
