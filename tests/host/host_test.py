@@ -258,8 +258,8 @@ class HostTest(unittest.TestCase):
                              ("15/07/2024", "12:00:00"), ("15/07/2024", "12:30:00"), ("15/12/2024", "12:00:00"),
                              ("16/12/2024", "12:00:00")), states)])
         self.assertIn("4 versions, the newest of 16/12/2024 12:00:00", self.run_host(DONE, "check", **berlin))
-        for at, data in (("15/07/2024 12:00:00", b"summer"), ("15/12/2024 11:59:59", b"half an hour later"),
-                         ("15/12/2024 12:00:00", b"winter"), ("16/12/2024 12:00:01", b"winter"), (None, b"winter")):
+        for at, data in (("15/07/2024 12:00:00", b"summer"), ("2024-12-15T11:59:59", b"half an hour later"),
+                         ("2024-12-15", b"winter"), ("16/12/2024 12:00:01", b"winter"), (None, b"winter")):
             with self.subTest(at=at):
                 text = self.restore(*(("--at", at) if at else ()), **berlin)
                 self.assertEqual((self.target / "source/file").read_bytes(), data)
@@ -270,7 +270,8 @@ class HostTest(unittest.TestCase):
         self.restore(**berlin)
         text = self.restore("--at", "15/07/2024 11:59:59", code=DATA_DIFFERS, **berlin)
         self.assertIn("the oldest is of 15/07/2024 12:00:00", text)
-        self.assertIn("yesterday", self.restore("--at", "yesterday", code=COMMAND_LINE))
+        for at in ("yesterday", "2023-02-29", "2024-12-31T01:02"):
+            self.assertIn(f'"{at}" is no date', self.restore("--at", at, code=COMMAND_LINE))
 
         (self.version_folder() / "Thumbs.db").unlink()
         for path, state in ((self.object_file(3), "DAMAGED  "), (self.version_folder(), "UNREADABLE: .*" + MODULE_TEXT)):
