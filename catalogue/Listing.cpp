@@ -1,5 +1,7 @@
 #include "catalogue/Listing.h"
 
+#include "device/ServerCheck.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -42,7 +44,7 @@ CURLcode PerformListing(CURL* pCurl)
     curl_easy_setopt(pCurl, CURLOPT_DEBUGFUNCTION, &KeepReply);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, &sReply);
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 1L);
-    const CURLcode enCurlRc = curl_easy_perform(pCurl);
+    const CURLcode enCurlRc = PerformChecked(pCurl);
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 0L);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, nullptr);
     return enCurlRc == CURLE_FTP_COULDNT_RETR_FILE && MeansEmpty(sReply) ? CURLE_OK : enCurlRc;

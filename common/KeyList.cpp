@@ -4,7 +4,6 @@
 #include "common/Text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -18,12 +17,16 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::string_view LETTERS_AND_DIGITS =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+constexpr std::string_view DIGITS = "0123456789";
+constexpr std::string_view LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
-bool AllOf(std::string_view sText, const std::string& sAllowed)
+// Letters, digits and more characters.
+bool ConsistsOf(std::string_view sText, std::string_view sMore)
 {
-    return !sText.empty() && sText.find_first_not_of(sAllowed) == sText.npos;
+    return !sText.empty() && std::ranges::all_of(sText, [&](char c) {
+        return LETTERS.find(c) != LETTERS.npos || DIGITS.find(c) != DIGITS.npos ||
+               sMore.find(c) != sMore.npos;
+    });
 }
 
 Words WordsOf(const std::string& sText)
@@ -49,17 +52,21 @@ bool IsKey(std::string_view sKey)
     if (!bSsh && !(sKey.starts_with("sha256//") && sKey.ends_with('=')))
         return false;
     const std::string_view sHash = bSsh ? sKey.substr(7) : sKey.substr(8, sKey.size() - 9);
-    return sHash.size() == 43 && AllOf(sHash, std::string(LETTERS_AND_DIGITS) + "+/");
+    return sHash.size() == 43 && ConsistsOf(sHash, "+/");
 }
 
-// In its shortest form, which is libcurl's. Empty for a text that is no address.
-std::string Ipv6Address(const std::string& sText)
+// An address in its shortest form, which is libcurl's; a name as it is. Empty for a text with a colon that is no address.
+std::string ShortestForm(const std::string& sHost)
 {
-    IN6_ADDR Address{};
-    wchar_t aAddress[INET6_ADDRSTRLEN] = L"";
-    if (InetPtonW(AF_INET6, Widen(sText).c_str(), &Address) == 1)
-        InetNtopW(AF_INET6, &Address, aAddress, std::size(aAddress));
-    return ToUtf8(aAddress);
+    IN_ADDR Address{};
+    Address.s_addr = inet_addr(sHost.c_str());
+    if (sHost.find(':') == sHost.npos)
+        return Address.s_addr == INADDR_NONE ? sHost : inet_ntoa(Address);
+    IN6_ADDR Address6{};
+    wchar_t aText[INET6_ADDRSTRLEN] = L"";
+    if (InetPtonW(AF_INET6, Widen(sHost).c_str(), &Address6) == 1)
+        InetNtopW(AF_INET6, &Address6, aText, std::size(aText));
+    return ToUtf8(aText);
 }
 
 struct ServerName
@@ -75,8 +82,7 @@ struct ServerName
         std::erase_if(sHost, [](char c) { return c == '[' || c == ']'; });
         if (sHost.ends_with('.'))
             sHost.pop_back();
-        if (sHost.find(':') != sHost.npos)
-            sHost = Ipv6Address(sHost);
+        sHost = ShortestForm(sHost);
     }
 
     std::string sHost; // without brackets and the point at the end
@@ -85,7 +91,8 @@ struct ServerName
 
 bool IsPort(const std::string& sText)
 {
-    return sText.size() <= 5 && AllOf(sText, "0123456789") && sText[0] != '0' && std::stoul(sText) <= 65535;
+    return !sText.empty() && sText.size() <= 5 && sText.find_first_not_of(DIGITS) == sText.npos &&
+           sText[0] != '0' && std::stoul(sText) <= 65535;
 }
 
 // "server = key key ...", "server = ?" or "* = required".
@@ -96,18 +103,15 @@ bool IsEntry(const Words& aNames, const Words& aValues)
     if (aNames[0] == "*")
         return aValues == Words{"required"};
     const ServerName Name(aNames[0]);
-    return AllOf(Name.sHost, std::string(LETTERS_AND_DIGITS) + ".:-_") &&
-           (Name.sPort.empty() || IsPort(Name.sPort.substr(1))) &&
+    return ConsistsOf(Name.sHost, ".:-_") && (Name.sPort.empty() || IsPort(Name.sPort.substr(1))) &&
            (aValues == Words{"?"} || std::ranges::all_of(aValues, IsKey));
 }
 
-bool IsNamed(const std::string& sEntry, const Words& aServer, const std::string& sPort)
+bool IsNamed(const std::string& sEntry, const std::string& sServer, const std::string& sPort)
 {
     const ServerName Name(sEntry);
     return (Name.sPort.empty() || Name.sPort == ':' + sPort) &&
-           std::ranges::any_of(aServer, [&](const std::string& sServer) {
-               return _stricmp(ServerName(sServer).sHost.c_str(), Name.sHost.c_str()) == 0;
-           });
+           _stricmp(ServerName(sServer).sHost.c_str(), Name.sHost.c_str()) == 0;
 }
 
 // Whether the line begins a section: "[fd00::7] = ..." does not, nor does "[fd00::7 = ...", which lacks a bracket.
@@ -117,15 +121,14 @@ bool IsHeader(const std::string& sLine)
     if (!sLine.starts_with('[') || uiEnd == sLine.npos)
         return false;
     const std::size_t uiRest = sLine.find_first_not_of(" \t", uiEnd + 1);
-    return AllOf(sLine.substr(1, uiEnd - 1), std::string(LETTERS_AND_DIGITS) + " \t_-") &&
-           (uiRest == sLine.npos || sLine[uiRest] == ';');
+    return ConsistsOf(sLine.substr(1, uiEnd - 1), " \t_-") && (uiRest == sLine.npos || sLine[uiRest] == ';');
 }
 
 ListedKeys Damaged(const std::wstring& sWhy) { return {true, {}, L"zlt.ini, section Server Keys: " + sWhy}; }
 
 } // namespace
 
-ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const std::string& sPort)
+ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer, const std::string& sPort)
 {
     std::string sText = WithoutMark(sSettings);
     if (sText.find('\0') != sText.npos)
@@ -153,7 +156,7 @@ ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const st
             const Words aValues = WordsOf(sLine.substr(uiEnd + 1));
             if (!IsEntry(aNames, aValues))
                 return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" cannot be understood");
-            const bool bNamed = IsNamed(aNames[0], aServer, sPort);
+            const bool bNamed = IsNamed(aNames[0], sServer, sPort);
             Found.bListed = Found.bListed || bNamed || aNames[0] == "*";
             if (bNamed)
                 Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
@@ -164,15 +167,18 @@ ListedKeys FindKeys(const std::string& sSettings, const Words& aServer, const st
     return Found;
 }
 
-ListedKeys ReadKeys(const Words& aServer, const std::string& sPort)
+ListedKeys ReadKeys(const std::string& sServer, const std::string& sPort)
 {
-    std::ifstream File(SettingsFile().c_str(), std::ios::binary);
-    if (!File.is_open() && errno == ENOENT)
+    const std::wstring sFile = SettingsFile();
+    // Whether a file is there whose path is too long, the system does not say: that is another error.
+    if (GetFileAttributesW(sFile.c_str()) == INVALID_FILE_ATTRIBUTES &&
+        GetLastError() == ERROR_FILE_NOT_FOUND)
         return {};
+    std::ifstream File(sFile.c_str(), std::ios::binary);
     std::string sSettings;
     for (char c = 0; File.get(c);)
         sSettings += c;
-    return File.is_open() && !File.bad() ? FindKeys(sSettings, aServer, sPort)
+    return File.is_open() && !File.bad() ? FindKeys(sSettings, sServer, sPort)
                                          : Damaged(L"the file cannot be read");
 }
 

@@ -25,11 +25,10 @@ struct ListedKeys
     std::wstring sDamage;           // why the list cannot be understood; then no server is talked to
 };
 
-// aServer holds every name of the server, sPort its port. Several lines for one server count together.
-ListedKeys FindKeys(const std::string& sSettings, const std::vector<std::string>& aServer,
-                    const std::string& sPort);
+// sServer may be a name or an address in any form, and sPort is its port. Several lines for one server count together.
+ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer, const std::string& sPort);
 
 // The same from the settings file, which need not exist.
-ListedKeys ReadKeys(const std::vector<std::string>& aServer, const std::string& sPort);
+ListedKeys ReadKeys(const std::string& sServer, const std::string& sPort);
 
 } // namespace quorvel

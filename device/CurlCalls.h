@@ -2,7 +2,7 @@
 
 #include "common/FunctionTrace.h"
 #include "device/Failure.h"
-#include "interface/ServerCheck.h"
+#include "device/ServerCheck.h"
 
 #include <cstdint>
 #include <curl/curl.h>

@@ -6,11 +6,11 @@ namespace {
 
 bool IsConnected(const FtpContext& FC) { return FC.m_bSendData || FC.m_bGetData; }
 
-// Whether the answer is the failure of the upload that a spacing has ended: while a worker runs the fields are its own,
-// and later they may be empty.
-bool EndedUploadIsTold(const FtpContext& FC)
+// Whether the answer is the failure of the host's own call: while a worker runs the fields are its own, and later they
+// may be empty.
+bool HostErrorIsTold(const FtpContext& FC)
 {
-    return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_EndedUpload.dwCode != ERROR_SUCCESS);
+    return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_HostError.dwCode != ERROR_SUCCESS);
 }
 
 } // namespace
@@ -22,7 +22,7 @@ bool WorkerRuns(const FtpContext& FC)
 
 void ClearLastError(FtpContext& FC)
 {
-    FC.m_EndedUpload = {};
+    FC.m_HostError = {};
     if (!IsConnected(FC))
         TakeLastError(FC);
 }
@@ -38,12 +38,20 @@ void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept
     FC.m_sLastError = std::move(Taken.sText);
 }
 
+void StoreHostFailure(FtpContext& FC, const Failure& Reason) noexcept
+{
+    if (!WorkerRuns(FC))
+        return StoreFailure(FC, Reason);
+    FC.m_HostError.dwCode = Reason.dwLastError;
+    Describe(Reason, FC.m_HostError.sText);
+}
+
 std::uint32_t LastErrorCode(const FtpContext& FC)
 {
-    return EndedUploadIsTold(FC) ? FC.m_EndedUpload.dwCode : FC.m_dwLastError;
+    return HostErrorIsTold(FC) ? FC.m_HostError.dwCode : FC.m_dwLastError;
 }
 
 std::wstring LastErrorText(const FtpContext& FC)
 {
-    return EndedUploadIsTold(FC) ? FC.m_EndedUpload.sText : FC.m_sLastError;
+    return HostErrorIsTold(FC) ? FC.m_HostError.sText : FC.m_sLastError;
 }

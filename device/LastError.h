@@ -16,6 +16,9 @@ void ClearLastError(FtpContext& FC);
 LastError TakeLastError(FtpContext& FC) noexcept;
 void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept;
 
-// The last failure. While a worker runs: why the upload failed that a spacing over blocks has ended, or 0 and empty.
+// Stores a failure of the host's own call, also while a worker runs.
+void StoreHostFailure(FtpContext& FC, const Failure& Reason) noexcept;
+
+// The last failure. While a worker runs: that of the host's own call, or 0 and empty.
 std::uint32_t LastErrorCode(const FtpContext& FC);
 std::wstring LastErrorText(const FtpContext& FC);

@@ -2,6 +2,17 @@
 
 using quorvel::FunctionTrace;
 
+namespace {
+
+bool ProcessEnds()
+{
+    const auto IsEnding = reinterpret_cast<BOOLEAN(NTAPI*)()>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress")));
+    return IsEnding != nullptr && IsEnding();
+}
+
+} // namespace
+
 void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, const wchar_t* sText,
                     HANDLE hWorker)
 {
@@ -10,8 +21,9 @@ void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, cons
     Trace.Verbose(sText);
     const HANDLE hClosing = hPipe.exchange(INVALID_HANDLE_VALUE);
     // The flush returns once the reader has taken everything; the disconnect is its end of data. The end of a process
-    // kills the worker with its end of the pipe open, and then nobody takes anything.
-    if (WaitForSingleObject(hWorker, 0) != WAIT_OBJECT_0)
+    // kills the worker with its end of the pipe open, and then nobody takes anything. The worker may be dead somewhat
+    // later than the process is told.
+    if (WaitForSingleObject(hWorker, 0) != WAIT_OBJECT_0 && !ProcessEnds())
         FlushFileBuffers(hClosing);
     DisconnectNamedPipe(hClosing);
     CloseHandle(hClosing);

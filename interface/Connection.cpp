@@ -1,7 +1,6 @@
 #include "interface/Connection.h"
 
 #include "common/Text.h"
-#include "common/Url.h"
 #include "device/CurlCalls.h"
 #include "device/LastError.h"
 #include "interface/ModuleVersion.h"
@@ -43,16 +42,6 @@ bool SetPort(CurlCalls& Calls, const FunctionTrace& Trace, std::uint32_t uiPort)
     if (!Calls.Succeeded())
         Trace.At(L"CURLOPT_PORT").Number(Level::Error, Calls.FailureText(), Calls.Result());
     return Calls.Succeeded();
-}
-
-// The server is looked for in the list as it was typed, and as libcurl understands it.
-ServerCheck& NewServerCheck(FtpContext& FC)
-{
-    const std::wstring sURL = L"ftp://" + FC.m_sServer;
-    const std::string sPort = FC.m_uiPort != 0 ? std::to_string(FC.m_uiPort)
-                                               : quorvel::UrlPart(sURL, CURLUPART_PORT, CURLU_DEFAULT_PORT);
-    return FC.m_aServerChecks.emplace_front(
-        quorvel::ReadKeys({quorvel::ToUtf8(FC.m_sServer), quorvel::UrlPart(sURL, CURLUPART_HOST)}, sPort));
 }
 
 bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
@@ -129,7 +118,7 @@ std::wstring NormalisedRoot(std::wstring sRoot)
 bool DoInitEx(FtpContext& FC)
 {
     const FunctionTrace Trace = FunctionTrace::Started(L"DoInitEx");
-    ServerCheck& Check = NewServerCheck(FC);
+    ServerCheck& Check = FC.m_aServerChecks.emplace_front(L"ftp://" + FC.m_sServer, FC.m_uiPort);
     Trace.Verbose(L"curl_easy_init()");
     // An earlier handle is replaced, not cleaned up: a transfer that the host left running still uses it.
     FC.m_pCurl = curl_easy_init();
@@ -137,8 +126,7 @@ bool DoInitEx(FtpContext& FC)
         return Failed(FC, Trace, {APP_INIT_FAILURE, L"Failed to initialize cURL"});
     CurlCalls Calls(FC.m_pCurl, Trace);
     // First of all: a host may go on with a handle that was not made ready.
-    if (Check.Keys.bListed)
-        SetServerCheck(Calls, Check);
+    Calls.Call([&](CURL* pCurl) { return SetServerCheck(pCurl, Check); }, L"Failed to set Server Keys");
     if (!Check.Keys.sDamage.empty())
         return Failed(FC, Trace, {ERROR_BAD_CONFIGURATION, Check.Keys.sDamage.c_str()});
     // Refused, and so traced, by a libcurl without HTTP.

@@ -2,7 +2,7 @@
 
 #include "catalogue/AreaObject.h"
 #include "catalogue/Version.h"
-#include "interface/ServerCheck.h"
+#include "device/ServerCheck.h"
 
 #include <atomic>
 #include <cstdint>
@@ -73,5 +73,5 @@ public:
     std::atomic<Meeting> m_enMeeting = Meeting::None;
     HANDLE m_hHostThread = nullptr; // the thread that waits for its worker, so that the worker can call it
     bool m_bFailureTold = false;    // a write has answered with the failure of the upload that runs
-    LastError m_EndedUpload;        // why the upload failed that the last spacing over blocks has ended
+    LastError m_HostError;          // what the host's thread has to tell while a worker has the fields above
 };

@@ -49,18 +49,20 @@
 //   failed, whatever the status; a read that ends it answers ZDV_DEVICE_ERROR itself, unless a write has done so.
 //   A download's failure looks like a filemark: ask for the last error after ZDV_FILEMARK_REACHED.
 //   Ask at once: the next read, write, skip or further filemark forgets the error; making ready and the other
-//   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but for a skip that
-//   has ended a failed upload and has then read on.
-//   In two cases the status has no reason. The last error stays as it was when the device has not been made ready,
-//   or libcurl refuses the URL of the server and the root. It is 0 when a buffer is no memory of the process and a
-//   transfer runs, which goes on.
+//   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but after a skip that
+//   has ended a failed upload and has then read on, and after a read or write whose buffer is no memory of the
+//   process: the transfer goes on, without that data.
+//   In one case the status has no reason, and the last error stays as it was: the device has not been made ready,
+//   or libcurl refuses the URL of the server and the root.
 //   After a failed upload the versions and objects cannot be listed: make the device ready or close it.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.
 //   Which servers are talked to is the administrator's to say, in section "Server Keys" of the settings file zlt.ini
 //   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
 //   another key is refused with libcurl's code 60, one without TLS with 64, and the text names the key; a list that
-//   cannot be understood makes "Make Unit Ready" fail with 1610. Without the section no server is verified.
+//   cannot be understood makes "Make Unit Ready" fail with 1610. The list is read then, and not again before the next
+//   "Make Unit Ready": after a change of the server's name alone, a server that is listed, or a device whose old one
+//   was, is refused with 60. Without the section no server is verified.
 //   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
 //   value must come from ZDV_Open.
 //
@@ -342,8 +344,8 @@ ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, uint32_t uiCategory, ZDV_LIST* pList);
 // fails. Object 1 creates a new version first. In the middle of a version this overwrites the object of that number.
 //   ZDV_SUCCESS           The blocks are on their way; "Errors" tells how to see that they have arrived, and only
 //                         reading back proves it. The block number is raised by the blocks asked for.
-//   ZDV_WRITE_PROTECTED   A read has succeeded since the medium was reset or erased, or it never was. Nothing has
-//                         changed.
+//   ZDV_WRITE_PROTECTED   A read has succeeded since the medium was reset or erased, or it never was. The position is
+//                         kept.
 //   ZDV_INTERNAL_ERROR    The object number is not the next one of the version. Nothing is sent, and the block
 //                         number is kept.
 //   ZDV_DEVICE_ERROR      - The version could not be created, an object 1000 or above was to be written, or the
@@ -365,14 +367,15 @@ ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer
 //                          again: the buffer is untouched. The block number is 0, and the next read starts the next
 //                          object.
 //                          - The download failed: the last error is set, all else is as in the first case.
-//   ZDV_END_OF_MEDIA       The version has no further object. Nothing has changed.
-//   ZDV_BLANK_CHECK        The position is the beginning of a version without objects. Nothing has changed.
+//   ZDV_END_OF_MEDIA       The version has no further object. The position is kept.
+//   ZDV_BLANK_CHECK        The position is the beginning of a version without objects. It is kept.
 //   ZDV_DEVICE_ERROR       - The upload that this read has ended had failed, and no write has said so. The object
 //                          number is kept, the block number is 0. The next read starts the next object.
 //                          - The transfer could not be started (another one runs, there is no memory, the object's
-//                          number is above 999, libcurl refuses the URL). The block number is kept.
+//                          number is above 999, libcurl refuses the URL). The block number is kept, or 0 if this
+//                          read has ended an upload.
 //                          - The data could not be passed on, for example into a buffer that is none. The error is
-//                          the system's, and the block number is kept.
+//                          the system's, and the block number is kept. After a header its filemark is next.
 ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, uint32_t uiBytes, void* buffer);
 
 // Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits for

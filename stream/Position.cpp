@@ -57,7 +57,8 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
         if (i == 0 && bUpload && !FC.m_bSendData && FC.m_uiCurrentObject == uiObject)
             EndedUpload = TakeLastError(FC);
     }
-    FC.m_EndedUpload = std::move(EndedUpload);
+    if (EndedUpload.dwCode != ERROR_SUCCESS)
+        FC.m_HostError = std::move(EndedUpload);
     FC.m_bAtFileMark = uiRc == ZDV_FILEMARK_REACHED;
     return uiRc;
 }

@@ -55,8 +55,7 @@ ZDV_STATUS DownloadReadFailed(FtpContext& FC, const FunctionTrace& Trace)
     if (dwLastError != ERROR_BROKEN_PIPE)
     {
         Trace.At(L"ReadFile failed").Number(Level::Error, L"dwLastError", dwLastError);
-        if (!WorkerRuns(FC))
-            StoreFailure(FC, {dwLastError, L"ReadFile failed"});
+        StoreHostFailure(FC, {dwLastError, L"ReadFile failed"});
         FC.m_bAtFileMark = false;
         return ZDV_DEVICE_ERROR;
     }

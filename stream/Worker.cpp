@@ -58,7 +58,7 @@ std::size_t ReadCallback(char* buffer, std::size_t size, std::size_t nitems, voi
 
 CURLcode PerformUpload(CURL* pCurl, const FunctionTrace& Trace)
 {
-    const CURLcode enCurlRc = curl_easy_perform(pCurl);
+    const CURLcode enCurlRc = PerformChecked(pCurl);
     if (enCurlRc == CURLE_OK)
         Trace.Verbose(L"EOF");
     return enCurlRc;
@@ -151,7 +151,7 @@ std::size_t HeaderCallback(char* data, std::size_t size, std::size_t nitems, voi
 
 CURLcode PerformDownload(CURL* pCurl, const FunctionTrace& Trace, const FtpContext& FC)
 {
-    CURLcode enCurlRc = curl_easy_perform(pCurl);
+    CURLcode enCurlRc = PerformChecked(pCurl);
     if (enCurlRc == CURLE_WRITE_ERROR && FC.m_hDownloadRead == INVALID_HANDLE_VALUE)
     {
         // The host closed the object before its end: a filemark skipped, a repositioning.

@@ -79,6 +79,8 @@ ZDV_STATUS UploadWriteFailed(FtpContext& FC, const FunctionTrace& Trace)
         WaitForSingleObject(FC.m_hThread, INFINITE);
         FC.m_bFailureTold = true;
     }
+    else
+        StoreHostFailure(FC, {dwLastError, L"WriteFile failed"});
     if (dwLastError != ERROR_NO_DATA)
         Trace.At(L"WriteFile failed").Number(Level::Error, L"dwLastError", dwLastError);
     else if (FC.m_hUploadRead == INVALID_HANDLE_VALUE)

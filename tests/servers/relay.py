@@ -72,8 +72,9 @@ class Middle:
     # What each answers with a refusal of his own; libcurl asks for SSL first.
     KINDS = {"passes": (), "strips": b"AUTH", "denies": (b"234", b"AUTH TLS"), "impersonates": (), "takes": ()}
 
-    def __init__(self, address, server, ports, certificate):
+    def __init__(self, address, server, ports, certificate, implicit):
         self._server = server
+        self._implicit = implicit  # TLS is not asked for
         self._tls = ssl.create_default_context(ssl.Purpose.CLIENT_AUTH)
         self._tls.load_cert_chain(certificate)
         self._kind = "passes"
@@ -111,7 +112,7 @@ class Middle:
             return
 
     def _play_server(self, client, server, commands):
-        if commands:
+        if commands and not self._implicit:
             client.sendall(b"220 Ready.\r\n")
             client.recv(PIECE)
             client.sendall(b"234 Go on.\r\n")

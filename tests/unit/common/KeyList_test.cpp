@@ -36,20 +36,24 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
     const struct
     {
         std::string sSettings;
-        std::size_t uiKeys; // of the server Nas at port 22, which is also [fd00::7]
+        std::size_t uiKeys; // of the server at port 22
+        const char* sServer = "Nas";
     } CASES[] = {
         {"", UNLISTED},
         {"[File Locations]\nLogfiles=C:\\x\nnas = nonsense\n[Main]\n", UNLISTED},
         {SECTION + "; nas = nonsense\n\n[Main]\nnas = nonsense", UNLISTED},
-        {SECTION + "nas2 = " + SSH + "\nnas:990 = " + SSH + "\nfd00::7:22 = " + SSH, UNLISTED},
+        {SECTION + "nas2 = " + SSH + "\nnas:990 = " + SSH, UNLISTED},
+        {SECTION + "fd00::7:22 = " + SSH, UNLISTED, "[fd00::7]"},
         // The server, however it is written
         {"[a]\nb=c\n" + SECTION + "nas = " + SSH, 1},
         {"[SERVER KEYS] ; ours\r\n  NAS=\t" + SSH + "  " + TLS + " \r\n[a]\r\nb", 2},
         {SECTION + "nas:22 = " + SSH + "\nx = ?\nnas = " + TLS, 2},
-        {SECTION + "[fd00::7]:22 = " + SSH + "\n[FD00:0:0::0007] = " + SSH + "\nfd00::7 = " + TLS, 3},
+        {SECTION + "[fd00::7]:22 = " + SSH + "\n[FD00:0:0::0007] = " + SSH + "\nfd00::7 = " + TLS, 3,
+         "[fd00::7]"},
+        {SECTION + "10.0.0.7 = " + SSH + "\n10.7 = " + SSH, 2, "0xA.0.0.7"},
         {SECTION + "nas =" + Many(3000) + "\n", 3000},
         {SECTION + "nas. = ?", 1},
-        {SECTION + "[fd00::7 = " + SSH + "\nnas = " + SSH, 2},
+        {SECTION + "[fd00::7 = " + SSH + "\nnas = " + SSH, 1, "fd00:0::7"},
         {SECTION + "* = required", 0},
         {SECTION + "* = required\nnas = " + SSH, 1},
         // What editors make of the file
@@ -88,7 +92,7 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
     };
     for (const auto& Case : CASES)
     {
-        const ListedKeys Found = FindKeys(Case.sSettings, {"Nas", "[fd00::7]"}, "22");
+        const ListedKeys Found = FindKeys(Case.sSettings, Case.sServer, "22");
         EXPECT_EQ(Found.bListed, Case.uiKeys != UNLISTED) << Case.sSettings;
         EXPECT_EQ(!Found.sDamage.empty(), Case.uiKeys == DAMAGED) << Case.sSettings;
         EXPECT_EQ(Found.aKeys.size(), Case.uiKeys < UNLISTED || Case.uiKeys > DAMAGED ? Case.uiKeys : 0)

@@ -1,3 +1,4 @@
+#include "tests/SettingsFile.h"
 #include "tests/unit/TraceLog.h"
 
 #include <algorithm>
@@ -14,42 +15,20 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A value in one of the product's settings files, for as long as this lives.
-class Setting
-{
-public:
-    Setting(const wchar_t* sFile, const wchar_t* sSection, const wchar_t* sKey, const std::wstring& sValue)
-        : m_sFile(quorvel::g_Trace.ProgramFolder() + L"\\" + sFile), m_sSection(sSection)
-    {
-        WritePrivateProfileStringW(sSection, sKey, sValue.c_str(), m_sFile.c_str());
-    }
-    Setting(const Setting&) = delete;
-    Setting& operator=(const Setting&) = delete;
-    ~Setting()
-    {
-        WritePrivateProfileStringW(m_sSection, nullptr, nullptr, m_sFile.c_str());
-        DeleteFileW(m_sFile.c_str());
-    }
-
-private:
-    std::wstring m_sFile;
-    const wchar_t* m_sSection;
-};
-
 // Logs in a folder of their own.
 class Trace : public testing::Test
 {
 protected:
     ~Trace() override { fs::remove_all(m_Folder); }
-    static Setting Folder(const fs::path& Path)
+    static SettingsFile Folder(const fs::path& Path)
     {
-        return {L"zlt.ini", L"File Locations", L"Logfiles", Path.wstring()};
+        return {L"zlt.ini", L"[File Locations]\nLogfiles=" + Path.wstring() + L'\n'};
     }
     std::vector<std::string> Lines() const { return LogLines(FileText(m_Log)); }
 
     const fs::path m_Folder = quorvel::g_Trace.ProgramFolder() + L"\\trace test";
     const fs::path m_Log = m_Folder / "ZDV_FTP_trace.log";
-    const Setting m_Setting = Folder(m_Folder);
+    const SettingsFile m_Setting = Folder(m_Folder);
 };
 
 void WriteAllLevels(CTrace& Trace)
@@ -60,30 +39,17 @@ void WriteAllLevels(CTrace& Trace)
     Trace.Message(Level::Verbose, L"f", L"v");
 }
 
-std::string HeaderNow()
+std::string Now()
 {
     SYSTEMTIME t;
     GetLocalTime(&t);
-    char aHeader[64];
-    std::snprintf(aHeader, sizeof(aHeader), "[%04u-%02u-%02u %02u:%02u:%02u.%03u]:%04lx", t.wYear, t.wMonth,
-                  t.wDay, t.wHour, t.wMinute, t.wSecond, t.wMilliseconds, GetCurrentThreadId());
-    return aHeader;
+    char aTime[32];
+    std::snprintf(aTime, sizeof(aTime), "[%04u-%02u-%02u %02u:%02u:%02u.%03u]", t.wYear, t.wMonth, t.wDay,
+                  t.wHour, t.wMinute, t.wSecond, t.wMilliseconds);
+    return aTime;
 }
 
 } // namespace
-
-TEST_F(Trace, LineNamesTimeThreadLevelAndFunction)
-{
-    CTrace Own;
-    const std::string sBefore = HeaderNow();
-    Own.Message(Level::Information, L"ZDV_Position", L"starting ...");
-    const std::string sAfter = HeaderNow();
-    const std::string sLine = FileText(m_Log);
-    ASSERT_GE(sLine.size(), sBefore.size());
-    EXPECT_EQ(sLine.substr(sBefore.size()), ":[I]: ZDV_Position : starting ...\n");
-    EXPECT_LE(sBefore, sLine.substr(0, sBefore.size()));
-    EXPECT_GE(sAfter, sLine.substr(0, sAfter.size()));
-}
 
 TEST_F(Trace, WritesTheLevelsOfTheSettings)
 {
@@ -96,7 +62,7 @@ TEST_F(Trace, WritesTheLevelsOfTheSettings)
                                             {L"9", 3u},
                                             {L"-1", 3u}})
     {
-        const Setting TraceLevel(L"trace.ini", L"Main", L"ZDV_FTP_TraceLevel", sSetting);
+        const SettingsFile TraceLevel(L"trace.ini", L"[Main]\nZDV_FTP_TraceLevel=" + std::wstring(sSetting));
         CTrace Own;
         Own.ReadLevel();
         WriteAllLevels(Own);
@@ -104,8 +70,9 @@ TEST_F(Trace, WritesTheLevelsOfTheSettings)
         EXPECT_EQ(Lines(), std::vector(aAll.begin(), aAll.begin() + uiLines)) << sSetting;
         EXPECT_EQ(fs::exists(m_Log), uiLines != 0) << sSetting;
     }
+    const SettingsFile Empty(L"trace.ini", L"");
     CTrace Own;
-    Own.ReadLevel(); // without the file
+    Own.ReadLevel();
     WriteAllLevels(Own);
     EXPECT_THAT(Lines(), ElementsAre("[E]: f : e", "[W]: f : w", "[I]: f : i"));
 }
@@ -128,7 +95,7 @@ TEST_F(Trace, KeepsThePreviousRunOnce)
 TEST_F(Trace, OutlivesItsFileAndCreatesOneLevelOfItsFolder)
 {
     const fs::path Deep = m_Folder / "deep";
-    const Setting DeepFolder = Folder(Deep);
+    const SettingsFile DeepFolder = Folder(Deep);
     CTrace Lost;
     WriteAllLevels(Lost);
     EXPECT_FALSE(fs::exists(m_Folder));
@@ -184,29 +151,35 @@ TEST_F(Trace, ShowsEveryFormOfValue)
 TEST_F(Trace, KeepsTheLinesOfConcurrentThreadsWhole)
 {
     static constexpr int THREADS = 4, LINES = 60;
+    const std::string sBefore = Now();
     CTrace Own;
     const auto Write = [](LPVOID pTrace) -> DWORD {
         for (int i = 0; i < LINES; ++i)
             static_cast<CTrace*>(pTrace)->Text(Level::Error, L"f", L"s", std::wstring(100, L'\x20AC'));
-        return 0;
+        return GetCurrentThreadId();
     };
     HANDLE aThreads[THREADS];
     for (HANDLE& hThread : aThreads)
         hThread = CreateThread(nullptr, 0, Write, &Own, 0, nullptr);
     WaitForMultipleObjects(THREADS, aThreads, TRUE, INFINITE);
-    std::for_each(std::begin(aThreads), std::end(aThreads), CloseHandle);
+    const std::string sAfter = Now();
 
     const std::regex Line(
-        "\\[[-\\d]{10} [:\\d]{8}\\.\\d{3}\\]:([\\da-f]{4,}):\\[E\\]: f : s = '(\xE2\x82\xAC){100}'");
-    std::map<std::string, int> aLinesOf;
+        "(\\[[-\\d]{10} [:\\d]{8}\\.\\d{3}\\]):([\\da-f]{4,}):\\[E\\]: f : s = '(\xE2\x82\xAC){100}'");
+    std::map<DWORD, int> aLinesOf;
     std::istringstream Text(FileText(m_Log));
     for (std::string sLine; std::getline(Text, sLine);)
     {
         std::smatch Match;
         ASSERT_TRUE(std::regex_match(sLine, Match, Line)) << sLine;
-        ++aLinesOf[Match.str(1)];
+        EXPECT_TRUE(sBefore <= Match.str(1) && Match.str(1) <= sAfter) << sLine;
+        ++aLinesOf[std::stoul(Match.str(2), nullptr, 16)];
     }
-    EXPECT_EQ(aLinesOf.size(), static_cast<std::size_t>(THREADS));
-    for (const auto& [sThread, iLines] : aLinesOf)
-        EXPECT_EQ(iLines, LINES) << sThread;
+    for (const HANDLE hThread : aThreads)
+    {
+        DWORD dwThreadId = 0;
+        GetExitCodeThread(hThread, &dwThreadId);
+        EXPECT_EQ(aLinesOf[dwThreadId], LINES);
+        CloseHandle(hThread);
+    }
 }

@@ -2,9 +2,8 @@
 
 #include "common/KeyList.h"
 
+#include <cstdint>
 #include <curl/curl.h>
-
-class CurlCalls;
 
 // The comparison of a server's key with those that are listed for it. libcurl verifies nothing else: whoever has a
 // listed key is the server that was meant. It is made on each connection, before the user's name is sent. A TLS
@@ -12,12 +11,21 @@ class CurlCalls;
 // It must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
 struct ServerCheck
 {
+    // Looks up the keys of a URL's server. A port of 0 is the URL's own.
+    ServerCheck(const std::wstring& sURL, std::uint32_t uiOptionPort);
+
+    std::uint32_t uiPort;
+    std::string sServer; // its name, and its port if the URL has one
     quorvel::ListedKeys Keys;
-    std::string sRefused; // the key that the last transfer was refused for
+    std::wstring sRefusal; // why the last transfer was refused
 };
 
-// Makes a handle talk only to a server that passes, over FTP only with TLS.
-void SetServerCheck(CurlCalls& Calls, ServerCheck& Check);
+// Makes a handle talk only to a server that passes, over FTP only with TLS. Without a list it changes nothing.
+CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check);
+
+// Performs the transfer that is set on a handle, unless it would go to a server that the handle's check was not made
+// for: a host may change the server's name and not make the device ready.
+CURLcode PerformChecked(CURL* pCurl);
 
 // What the handle's check, if it has one, says of a call that has just ended, when that failed. A refused server gets
 // libcurl's one code for that: libcurl may have tried another data connection in vain, and say why that failed.
