@@ -1,4 +1,4 @@
-#include "tests/kit/Tree.h"
+#include "tools/kit/Tree.h"
 
 #include "host/LocalFile.h"
 #include "host/Text.h"
