@@ -40,6 +40,8 @@ class Row:
 
 # For rows that differ from another one in an address, a TLS version or a host key
 STORY = "Story.BackupIs*:*IPv6*:Keys.*"
+# In the login folder or the user's name
+ROOTS = STORY + ":*Root*"
 # What depends on the line's length
 FAR = "Flight.*:Story.ClosingEnds*:Story.OptionsTake*:*FullDisk*:*KilledServer*"
 # Where tests can break the server, but not see what it holds
@@ -47,21 +49,18 @@ WITHOUT_STORE = "Story.*:Flight.*:Server.EmptyRoot*:Server.Failed*:Server.Passwo
 
 ROWS = {
     "proftpd-ftp": Row(ProFtpd, "ftp", chrooted=True),
-    "proftpd-ftp-unchrooted": Row(ProFtpd, "ftp"),
+    "proftpd-ftp-unchrooted": Row(ProFtpd, "ftp", tests=ROOTS),
     "proftpd-ftp-ipv6": Row(ProFtpd, "ftp", address="::1", tests=STORY),
-    "proftpd-ftp-names": Row(ProFtpd, "ftp", user=UNUSUAL_NAME),
+    "proftpd-ftp-names": Row(ProFtpd, "ftp", user=UNUSUAL_NAME, tests=ROOTS),
     "proftpd-ftpes": Row(ProFtpd, "ftpes", chrooted=True, middle=True),
     "proftpd-ftpes-ipv6": Row(ProFtpd, "ftpes", address="::1", tests=STORY),
     "proftpd-ftpes-tls12": Row(ProFtpd, "ftpes", tls=("TLSv1.2",), tests=STORY),
-    "proftpd-ftpes-tls13": Row(ProFtpd, "ftpes", tls=("TLSv1.3",), tests=STORY),
-    "proftpd-ftps": Row(ProFtpd, "ftps", chrooted=True),
-    "proftpd-ftps-tls12": Row(ProFtpd, "ftps", tls=("TLSv1.2",), tests=STORY),
-    "proftpd-ftps-tls13": Row(ProFtpd, "ftps", tls=("TLSv1.3",), tests=STORY),
+    "proftpd-ftps": Row(ProFtpd, "ftps", chrooted=True, middle=True),
     "proftpd-sftp": Row(ProFtpd, "sftp", chrooted=True),
     "proftpd-sftp-slow": Row(ProFtpd, "sftp", delay_ms=25, rate=1_000_000, tests="Flight.EverySize*:Waiting.*"),
-    "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp"),
+    "proftpd-sftp-unchrooted": Row(ProFtpd, "sftp", tests=ROOTS),
     "proftpd-sftp-ipv6": Row(ProFtpd, "sftp", address="::1", tests=STORY),
-    "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME),
+    "proftpd-sftp-names": Row(ProFtpd, "sftp", user=UNUSUAL_NAME, tests=ROOTS),
     "vsftpd-ftp": Row(Vsftpd, "ftp"),
     "vsftpd-ftpes": Row(Vsftpd, "ftpes"),
     "vsftpd-ftps": Row(Vsftpd, "ftps", chrooted=True),

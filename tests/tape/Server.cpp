@@ -1,6 +1,8 @@
 #include "tests/tape/Server.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <winsock2.h>
 
@@ -79,6 +81,12 @@ std::vector<std::wstring> Names(const std::wstring& sFolder)
         aNames.push_back(Entry.path().filename().wstring());
     std::sort(aNames.begin(), aNames.end());
     return aNames;
+}
+
+std::vector<char> Content(const std::filesystem::path& File)
+{
+    std::ifstream Stream(File, std::ios::binary);
+    return {std::istreambuf_iterator<char>(Stream), {}};
 }
 
 void Control(const std::string& sCommand)

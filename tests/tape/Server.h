@@ -23,6 +23,9 @@ std::filesystem::path Store(const std::wstring& sFolder);
 // The names in a folder of the store, sorted.
 std::vector<std::wstring> Names(const std::wstring& sFolder);
 
+// What a file of the store holds.
+std::vector<char> Content(const std::filesystem::path& File);
+
 // Breaks or mends the server: "kill", "stop", "cont", "start", or "fault NAME" of those that the row's server knows.
 // Returns when it is done.
 void Control(const std::string& sCommand);

@@ -2,9 +2,7 @@
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace {
 
@@ -26,18 +24,18 @@ protected:
             return;
         const std::wstring sVersion = FOLDER + (L"/" + m_Tape.Versions().back());
         const std::wstring sName = server::Names(sVersion).at(uiObject - 1);
-        std::ifstream File(server::Store(sVersion + L"/" + sName), std::ios::binary);
-        EXPECT_TRUE(Blocks(std::istreambuf_iterator<char>(File), {}) == aObject) << uiObject;
+        EXPECT_TRUE(server::Content(server::Store(sVersion + L"/" + sName)) == aObject) << uiObject;
     }
 
-    // The status of an object that is on its way to a stopped server as a whole when sCommand comes.
-    ZDV_STATUS WriteToStoppedServer(const std::string& sCommand)
+    // The status of an object that is on its way to a stopped server when sCommand comes. The host waits for longer
+    // than libcurl does for the server's end of a TLS connection.
+    ZDV_STATUS WriteToStoppedServer(const std::string& sCommand, DWORD dwMilliseconds = 3000)
     {
-        EXPECT_EQ(m_Tape.Write(SomeBlocks(1, 4)), ZDV_SUCCESS) << m_Tape.ErrorText();
+        EXPECT_EQ(m_Tape.Write(m_aFirst), ZDV_SUCCESS) << m_Tape.ErrorText();
         server::Control("stop");
         const HANDLE hHost = CreateThread(nullptr, 0, WriteObject, this, 0, nullptr);
-        // Longer than libcurl waits for the server's end of a TLS connection.
-        EXPECT_EQ(WaitForSingleObject(hHost, 3000), DWORD{WAIT_TIMEOUT}) << "the server knows nothing of it";
+        EXPECT_EQ(WaitForSingleObject(hHost, dwMilliseconds), DWORD{WAIT_TIMEOUT})
+            << "the server knows nothing";
         server::Control(sCommand);
         WaitForSingleObject(hHost, INFINITE);
         DWORD dwStatus = 0;
@@ -54,8 +52,10 @@ protected:
 
     static constexpr const wchar_t* FOLDER = L"flight";
     Tape m_Tape{server::Root(FOLDER)};
-    const Blocks m_aRest = SomeBlocks(8, 5);
+    Blocks m_aFirst = SomeBlocks(1, 4), m_aRest = SomeBlocks(8, 5);
 };
+
+using Stalled = Flight;
 
 } // namespace
 
@@ -93,7 +93,16 @@ TEST_F(Flight, StoppedServerHoldsTheFilemarkBack)
     if (server::Variable(L"ZDV_TEST_TRAITS").find(L"drops-stopped-sessions") != std::wstring::npos)
         GTEST_SKIP() << "the server takes a stopped session for an ended one";
     EXPECT_EQ(WriteToStoppedServer("cont"), ZDV_SUCCESS) << m_Tape.ErrorText();
-    Blocks aObject = SomeBlocks(1, 4);
-    aObject.insert(aObject.end(), m_aRest.begin(), m_aRest.end());
-    ExpectStored(1, aObject);
+    m_aRest.insert(m_aRest.begin(), m_aFirst.begin(), m_aFirst.end());
+    ExpectStored(1, m_aRest);
+}
+
+// More than all buffers hold, and for longer than libcurl waits for any reply: nothing limits a transfer itself.
+TEST_F(Stalled, ServerLosesNothingWhenItGoesOn)
+{
+    m_aFirst = SomeBlocks(64, 6); // so much that the server has answered all commands
+    m_aRest = SomeBlocks(512, 7);
+    EXPECT_EQ(WriteToStoppedServer("cont", 125000), ZDV_SUCCESS) << m_Tape.ErrorText();
+    m_aRest.insert(m_aRest.begin(), m_aFirst.begin(), m_aFirst.end());
+    ExpectStored(1, m_aRest);
 }

@@ -9,13 +9,6 @@ namespace {
 
 constexpr std::size_t NOISE = 64 * 1024; // bytes: what the system itself allocates now and then
 
-struct Resources
-{
-    std::ptrdiff_t iHandles = 0;
-    std::size_t uiFreeTlsIndices = 0;
-    std::size_t uiHeapBytes = 0;
-};
-
 // One row of the system's list of open handles.
 struct HandleEntry
 {
@@ -82,15 +75,6 @@ std::size_t HeapBytes()
     return uiBytes;
 }
 
-Resources Measure()
-{
-    Resources resources;
-    resources.iHandles = OpenHandles();
-    resources.uiFreeTlsIndices = FreeTlsIndices();
-    resources.uiHeapBytes = HeapBytes();
-    return resources;
-}
-
 void LoadOpenCloseUnload(int iCycles)
 {
     for (int i = 0; i < iCycles; ++i)
@@ -108,12 +92,13 @@ TEST(Load, ThousandCyclesLeaveNothingBehind)
 {
     // What the system itself keeps from first times; Wine 10's heap grows for some hundred of them.
     ASSERT_NO_FATAL_FAILURE(LoadOpenCloseUnload(1000));
-    const Resources Before = Measure();
+    const std::ptrdiff_t iHandles = OpenHandles();
+    const std::size_t uiFreeTlsIndices = FreeTlsIndices();
+    const std::size_t uiHeapBytes = HeapBytes();
     ASSERT_NO_FATAL_FAILURE(LoadOpenCloseUnload(1000));
-    const Resources After = Measure();
-    EXPECT_GT(Before.iHandles, 0);
+    EXPECT_GT(iHandles, 0);
     EXPECT_EQ(GetModuleHandleW(L"ZDV_FTP.DLL"), nullptr) << "nothing pins the module";
-    EXPECT_EQ(After.iHandles, Before.iHandles);
-    EXPECT_EQ(After.uiFreeTlsIndices, Before.uiFreeTlsIndices);
-    EXPECT_LT(After.uiHeapBytes, Before.uiHeapBytes + NOISE);
+    EXPECT_EQ(OpenHandles(), iHandles);
+    EXPECT_EQ(FreeTlsIndices(), uiFreeTlsIndices);
+    EXPECT_LT(HeapBytes(), uiHeapBytes + NOISE);
 }

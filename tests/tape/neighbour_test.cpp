@@ -4,9 +4,7 @@
 #include "tests/tape/Tape.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 
 namespace {
 
@@ -21,13 +19,6 @@ bool RefusedInWords(Tape& tape)
         return true;
     ADD_FAILURE() << tape.ErrorCode() << " " << testing::PrintToString(sText);
     return false;
-}
-
-// What a file of the store holds.
-Blocks Content(const std::filesystem::path& Path)
-{
-    std::ifstream File(Path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(File), {}};
 }
 
 class Stranger : public testing::TestWithParam<const wchar_t*>
@@ -87,7 +78,7 @@ TEST_P(Stranger, GetsNothingAndGivesNothing)
     for (const auto& Entry : std::filesystem::recursive_directory_iterator(server::Store(sBeside)))
         if (Entry.is_regular_file())
         {
-            EXPECT_TRUE(Content(Entry.path()) == aObject) << Entry.path();
+            EXPECT_TRUE(server::Content(Entry.path()) == aObject) << Entry.path();
             ++iWhole;
         }
     EXPECT_EQ(iWhole, iWritten);
@@ -96,51 +87,57 @@ TEST_P(Stranger, GetsNothingAndGivesNothing)
 INSTANTIATE_TEST_SUITE_P(, Stranger, testing::Values(L"opens pipes", L"offers pipes"));
 
 // One upload and one download run at a time: the second is refused, the first one is whole.
-TEST(TwoAtOnce, InTwoProcesses)
+class TwoAtOnce : public testing::TestWithParam<bool>
 {
-    const Blocks aObject = SomeBlocks(8, 31);
-    for (const bool bUpload : {true, false})
+protected:
+    void SetUp() override
     {
-        Neighbour host(bUpload ? L"uploads" : L"downloads");
-        Tape tape(server::Root(L"two processes"));
-        ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-        Blocks aRead;
-        EXPECT_EQ(bUpload ? tape.Write(aObject) : tape.Read(8, aRead), ZDV_DEVICE_ERROR);
-        EXPECT_TRUE(RefusedInWords(tape));
-        EXPECT_EQ(host.Stop(), neighbour::DONE);
-        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
-        ASSERT_EQ(tape.WriteObject(aObject), ZDV_SUCCESS) << "it works afterwards: " << tape.ErrorText();
-        ASSERT_EQ(tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << tape.ErrorText();
-        ASSERT_EQ(tape.Read(8, aRead), ZDV_SUCCESS) << tape.ErrorText();
-        EXPECT_TRUE(aRead == aObject);
+        ASSERT_EQ(m_Tape.MakeReady(), ZDV_SUCCESS) << m_Tape.ErrorText();
+        ASSERT_EQ(m_Tape.WriteObject(m_aObject), ZDV_SUCCESS) << m_Tape.ErrorText();
+        ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << m_Tape.ErrorText();
     }
+    ZDV_STATUS Transfer(Tape& tape)
+    {
+        return GetParam() ? tape.Write(m_aObject) : tape.Read(OBJECT_BLOCKS, m_aRead);
+    }
+    void ExpectRefused()
+    {
+        EXPECT_EQ(Transfer(m_Tape), ZDV_DEVICE_ERROR);
+        EXPECT_TRUE(RefusedInWords(m_Tape));
+    }
+    // And both ways, when the other one has ended.
+    void ExpectWorks()
+    {
+        ASSERT_EQ(m_Tape.Position(ZDV_SP_EORM), ZDV_SUCCESS) << m_Tape.ErrorText();
+        ASSERT_EQ(m_Tape.WriteObject(m_aObject), ZDV_SUCCESS) << m_Tape.ErrorText();
+        ASSERT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_SUCCESS) << m_Tape.ErrorText();
+        ASSERT_EQ(m_Tape.Read(OBJECT_BLOCKS, m_aRead), ZDV_SUCCESS) << m_Tape.ErrorText();
+        EXPECT_TRUE(m_aRead == m_aObject);
+    }
+
+    static constexpr std::size_t OBJECT_BLOCKS = 8;
+    const Blocks m_aObject = SomeBlocks(OBJECT_BLOCKS, 31);
+    Blocks m_aRead;
+    Tape m_Tape{server::Root(L"second")};
+};
+
+TEST_P(TwoAtOnce, InTwoProcesses)
+{
+    Neighbour host(GetParam() ? L"uploads" : L"downloads");
+    ExpectRefused();
+    EXPECT_EQ(host.Stop(), neighbour::DONE);
+    ExpectWorks();
 }
 
-TEST(TwoAtOnce, OnTwoDevicesOfOneProcess)
+TEST_P(TwoAtOnce, OnTwoDevicesOfOneProcess)
 {
-    const Blocks aObject = SomeBlocks(8, 32);
-    Tape first(server::Root(L"first device"));
-    Tape second(server::Root(L"second device"));
-    for (Tape* const pTape : {&first, &second})
-        ASSERT_EQ(pTape->MakeReady(), ZDV_SUCCESS) << pTape->ErrorText();
-    ASSERT_EQ(first.Write(aObject), ZDV_SUCCESS) << first.ErrorText();
-    EXPECT_EQ(second.Write(aObject), ZDV_DEVICE_ERROR);
-    EXPECT_TRUE(RefusedInWords(second));
-    ASSERT_EQ(first.Filemark(), 0u) << first.ErrorText();
-    for (Tape* const pTape : {&second, &first})
-    {
-        ASSERT_EQ(pTape->Position(ZDV_SP_EORM), ZDV_SUCCESS) << pTape->ErrorText();
-        ASSERT_EQ(pTape->WriteObject(aObject), ZDV_SUCCESS) << pTape->ErrorText();
-        ASSERT_EQ(pTape->Position(ZDV_SP_BOM), ZDV_SUCCESS) << pTape->ErrorText();
-    }
-    Blocks aRead;
-    ASSERT_EQ(second.Read(8, aRead), ZDV_SUCCESS) << second.ErrorText();
-    ASSERT_EQ(second.Position(ZDV_SP_BOM), ZDV_SUCCESS);
-    ASSERT_EQ(first.Read(1, aRead), ZDV_SUCCESS) << first.ErrorText();
-    EXPECT_EQ(second.Read(8, aRead), ZDV_DEVICE_ERROR);
-    EXPECT_TRUE(RefusedInWords(second));
-    ASSERT_EQ(first.Read(1, aRead), ZDV_FILEMARK_REACHED);
-    ASSERT_EQ(second.Position(ZDV_SP_BOM), ZDV_SUCCESS);
-    ASSERT_EQ(second.Read(8, aRead), ZDV_SUCCESS) << second.ErrorText();
-    EXPECT_TRUE(aRead == aObject);
+    Tape first(server::Root(L"second"));
+    ASSERT_EQ(first.MakeReady(), ZDV_SUCCESS) << first.ErrorText();
+    ASSERT_EQ(first.Position(ZDV_SP_BOM), ZDV_SUCCESS) << first.ErrorText();
+    ASSERT_EQ(Transfer(first), ZDV_SUCCESS) << first.ErrorText();
+    ExpectRefused();
+    EXPECT_EQ(first.Filemark(), 0u) << first.ErrorText();
+    ExpectWorks();
 }
+
+INSTANTIATE_TEST_SUITE_P(, TwoAtOnce, testing::Bool());

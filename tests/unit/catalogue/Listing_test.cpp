@@ -112,28 +112,21 @@ TEST(Listing, ThatFailsIsForgotten)
 // Every line begins like a label: after a foreign name no object would be looked at.
 TEST(Listing, SurvivesHostileLines)
 {
-    static constexpr std::string_view PIECES[] = {"20240315143005", ".001", "ZELT_",    ".",    "..", "\r",
-                                                  "99999999999",    "7",    "\xFF\x80", "%s%n", "-1", " "};
+    static constexpr std::string_view PIECES[] = {"20240315143005", ".001", "ZELT_", ".",  "..", "\r", "",
+                                                  "99999999999",    "7",    "\xFF",  "%s", "-1", " ",  ""};
     const TraceLog Silent(0);
     std::minstd_rand Random(4711);
-    std::size_t uiVersions = 0, uiObjects = 0;
-    for (int i = 0; i < 5; ++i)
+    std::string sListing;
+    for (int i = 0; i < 50000; ++i)
     {
-        std::string sListing;
-        for (int iLine = 0; iLine < 10000; ++iLine)
-        {
-            sListing += "ZELT_";
-            for (auto uiParts = Random() % 5; uiParts > 0; --uiParts)
-                sListing += PIECES[Random() % std::size(PIECES)];
-            if (Random() % 64 == 0)
-                sListing.append(Random() % 5000, static_cast<char>(Random()));
-            sListing += '\n';
-        }
-        uiVersions += Versions({sListing}).size();
-        uiObjects += Objects({sListing}).size();
+        sListing += "ZELT_";
+        for (int iPart = 0; iPart < 4; ++iPart)
+            sListing += PIECES[Random() % std::size(PIECES)];
+        sListing.append(i % 64 == 0 ? Random() % 5000 : 0, static_cast<char>(Random()));
+        sListing += '\n';
     }
-    EXPECT_GT(uiVersions, 50u);
-    EXPECT_GT(uiObjects, 50u);
+    EXPECT_GT(Versions({sListing}).size(), 50u);
+    EXPECT_GT(Objects({sListing}).size(), 50u);
     EXPECT_THAT(Versions({"ZELT_20230101000000\n"}), ElementsAre(T_2023));
     EXPECT_THAT(Objects({"ZELT_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }

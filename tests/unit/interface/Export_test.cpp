@@ -1,42 +1,16 @@
-// What every export does with its handle, and what a reader of the log sees of a call.
+// What exports do with a handle and with categories that do nothing, and what a reader of the log sees of a call.
 #include "catalogue/AreaObjectMgr.h"
 #include "common/Text.h"
 #include "interface/Connection.h"
 #include "tests/unit/OpenDevice.h"
 #include "tests/unit/TraceLog.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
+#include <tuple>
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-TEST(Export, AnswersANullHandleBeforeItLooksAtAnythingElse)
-{
-    const std::pair<std::string, ZDV_STATUS (*)()> CASES[] = {
-        {"ZDV_Utility", [] { return ZDV_Utility(0, 99); }},
-        {"ZDV_GetInfo", [] { return ZDV_GetInfo(0, 99, nullptr, 1); }},
-        {"ZDV_GetInfoW", [] { return ZDV_GetInfoW(0, 99, nullptr, 1); }},
-        {"ZDV_SetInfo", [] { return ZDV_SetInfo(0, 99, nullptr, 1); }},
-        {"ZDV_SetInfoW", [] { return ZDV_SetInfoW(0, 99, nullptr, 1); }},
-        {"ZDV_GetDeviceOptions", [] { return ZDV_GetDeviceOptions(0, 99, 0, nullptr, 1); }},
-        {"ZDV_GetDeviceOptionsW", [] { return ZDV_GetDeviceOptionsW(0, 99, 0, nullptr, 1); }},
-        {"ZDV_SetDeviceOptions", [] { return ZDV_SetDeviceOptions(0, 24, nullptr); }},
-        {"ZDV_SetDeviceOptionsW", [] { return ZDV_SetDeviceOptionsW(0, 24, nullptr); }},
-        {"ZDV_GetProperty", [] { return ZDV_GetProperty(0, 0, nullptr); }},
-        {"ZDV_SetProperty", [] { return ZDV_SetProperty(0, 99, 0); }},
-        {"ZDV_GetList", [] { return ZDV_GetList(0, 99, nullptr); }},
-        {"ZDV_WriteData", [] { return ZDV_WriteData(0, 1, nullptr); }},
-        {"ZDV_ReadData", [] { return ZDV_ReadData(0, 1, nullptr); }},
-        {"ZDV_MediaAccess", [] { return ZDV_MediaAccess(0, 99, 0); }},
-        {"ZDV_Position", [] { return ZDV_Position(0, 99, 0); }},
-    };
-    for (const auto& [sName, call] : CASES)
-    {
-        const TraceLog Log;
-        EXPECT_EQ(call(), 0x40000000) << sName;
-        EXPECT_THAT(Log.Lines(), ElementsAre("[E]: " + sName + " : ... ending(Bad handle)"));
-    }
-}
 
 TEST(Session, OpensForEveryPriorValueButOne)
 {
@@ -53,7 +27,43 @@ TEST(Session, OpensForEveryPriorValueButOne)
     EXPECT_EQ(Handle, DECLINED);
     const TraceLog Log;
     EXPECT_EQ(ZDV_Close(0), ZDV_SUCCESS);
-    EXPECT_THAT(Log.Text(), HasSubstr("ZDV_Close : ... ending(ZDV_Open hasn't been called)"));
+    EXPECT_EQ(ZDV_GetInfoW(0, 99, nullptr, 1), 0x40000000);
+    EXPECT_THAT(Log.Lines(),
+                ElementsAre(HasSubstr("starting"), HasSubstr("ending(ZDV_Open hasn't been called)"),
+                            "[E]: ZDV_GetInfoW : ... ending(Bad handle)"));
+}
+
+TEST(Category, ThatDoesNothingIsAnsweredAndTraced)
+{
+    const std::string sInvalid = "[W]: InvalidCategory : ... ending(ZDV_FUNCTION_NOT_SUPPORTED)";
+    const auto Ended = [](const char* sExport, const char* sStatus, const char* sDots = "...") {
+        return std::string("[V]: ") + sExport + " : " + sDots + " ending : uiRc = 0x" + sStatus;
+    };
+    // the call, whether the category is called invalid, the last line
+    const std::tuple<ZDV_STATUS (*)(ZDV_HANDLE h), bool, std::string> CASES[] = {
+        {[](ZDV_HANDLE h) { return ZDV_Utility(h, 4); }, false, Ended("ZDV_Utility", "40000002")},
+        {[](ZDV_HANDLE h) { return ZDV_Utility(h, 5); }, true, Ended("ZDV_Utility", "40000002")},
+        {[](ZDV_HANDLE h) { return ZDV_SetProperty(h, 0, 1); }, false, Ended("ZDV_SetProperty", "0")},
+        {[](ZDV_HANDLE h) { return ZDV_SetProperty(h, 13, 1); }, true, Ended("ZDV_SetProperty", "40000002")},
+        {[](ZDV_HANDLE h) { return ZDV_Position(h, 9, 1); }, true, Ended("ZDV_Position", "40000002", "..")},
+        {[](ZDV_HANDLE h) { return ZDV_GetList(h, 9, nullptr); }, true, sInvalid},
+        {[](ZDV_HANDLE h) { return ZDV_GetDeviceOptions(h, 28, 0, nullptr, 9); }, true, sInvalid},
+        {[](ZDV_HANDLE h) { return ZDV_GetDeviceOptions(h, 6, 1, nullptr, 9); }, false,
+         Ended("ZDV_GetDeviceOptions", "40000004", "..")},
+    };
+    const OpenDevice Device;
+    for (const auto& [call, bInvalid, sLast] : CASES)
+    {
+        const TraceLog Log;
+        const ZDV_STATUS uiRc = call(Device);
+        const std::vector<std::string> aLines = Log.Lines();
+        EXPECT_EQ(aLines.back(), sLast);
+        EXPECT_EQ(std::ranges::count(aLines, sInvalid), bInvalid ? 1 : 0) << sLast;
+        const ZDV_STATUS uiTraced = sLast == sInvalid
+                                        ? ZDV_FUNCTION_NOT_SUPPORTED
+                                        : std::stoul(sLast.substr(sLast.rfind('x') + 1), nullptr, 16);
+        EXPECT_EQ(uiRc, uiTraced) << sLast;
+    }
 }
 
 // Everything that may carry the password: the option itself, and whole URLs as users type them.
