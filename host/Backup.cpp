@@ -249,13 +249,13 @@ private:
     bool WriteEntry(DiskEntry& Found)
     {
         CheckInterrupt();
-        ++m_uiEntries;
         Entry& What = Found.What;
         m_Progress.Begin(What.path);
         bool bWhole = true;
         const FileHandle hFile = Open(Found);
         if (What.state == State::Saved)
         {
+            ++m_uiEntries;
             What.offset = m_Archive->Size();
             m_sSending = What.path;
             m_Archive->Begin(What);
@@ -423,7 +423,7 @@ private:
     std::string m_sSending;              // the entry that is being sent; empty: a record
     std::set<std::string> m_Named;       // problems of this area, which may be written several times
     std::uint64_t m_uiMost = ANY_NUMBER; // entries that an area may hold
-    std::uint64_t m_uiEntries = 0;       // that this area holds
+    std::uint64_t m_uiEntries = 0;       // that this area holds, without those that are left out
     int m_iCuts = 0;
     std::optional<ArchiveWriter> m_Archive;
     std::string m_sEntries;                      // the lines of this area's manifest
