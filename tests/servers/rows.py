@@ -39,7 +39,7 @@ class Row:
 
 
 # For rows that differ from another one in an address, a TLS version or a host key
-STORY = "Story.BackupIs*:*IPv6*:Keys.*"
+STORY = "Story.BackupIs*:Keys.*"
 # In the login folder or the user's name
 ROOTS = STORY + ":*Root*"
 # What depends on the line's length

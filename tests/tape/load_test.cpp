@@ -53,25 +53,18 @@ std::size_t FreeTlsIndices()
     return aIndices.size();
 }
 
-std::size_t BytesInUse(HANDLE hHeap)
-{
-    std::size_t uiBytes = 0;
-    PROCESS_HEAP_ENTRY Entry{};
-    HeapLock(hHeap);
-    while (HeapWalk(hHeap, &Entry))
-        if ((Entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0)
-            uiBytes += Entry.cbData;
-    HeapUnlock(hHeap);
-    return uiBytes;
-}
-
 std::size_t HeapBytes()
 {
     HANDLE aHeaps[64];
     const DWORD dwHeaps = GetProcessHeaps(static_cast<DWORD>(std::size(aHeaps)), aHeaps);
     std::size_t uiBytes = 0;
     for (DWORD i = 0; i < dwHeaps && i < std::size(aHeaps); ++i)
-        uiBytes += BytesInUse(aHeaps[i]);
+    {
+        HeapLock(aHeaps[i]);
+        for (PROCESS_HEAP_ENTRY Entry{}; HeapWalk(aHeaps[i], &Entry);)
+            uiBytes += (Entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? Entry.cbData : 0;
+        HeapUnlock(aHeaps[i]);
+    }
     return uiBytes;
 }
 

@@ -83,19 +83,6 @@ TEST(Server, EmptyRootIsReadable)
     EXPECT_EQ(tape.ErrorText(), L"ERROR: Empty root supplied");
 }
 
-TEST(Server, IPv6AddressIsTypedWithAndWithoutBrackets)
-{
-    const std::wstring sAddress = server::Variable(L"ZDV_TEST_SERVER");
-    if (sAddress.find(L':') == std::wstring::npos)
-        GTEST_SKIP() << "an IPv4 server";
-    for (const std::wstring& sTyped : {sAddress, L"[" + sAddress + L"]"})
-    {
-        Tape tape(server::Root(L"addresses"));
-        tape.Set(ZDV_FTP_SERVERNAME, sTyped);
-        EXPECT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    }
-}
-
 TEST(Server, FailedConnectionIsExplained)
 {
     // option, value, code, text
