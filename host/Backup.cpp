@@ -216,8 +216,7 @@ private:
             throw std::runtime_error(fmt::format(
                 "A version holds {} areas at most, and broken connections have cost {} of them. Mend the "
                 "connection, or --exclude the files that were named, and begin a new backup. What is saved "
-                "can be "
-                "restored with --at \"{}\".",
+                "can be restored with --at \"{}\".",
                 MAX_AREAS, m_Abandoned.size(), VersionText(m_tVersion)));
         m_sEntries.clear();
         m_uiEntries = 0;

@@ -76,9 +76,8 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
     Sub.add_option_function<std::string>(
            "--at", [&](const std::string& sText) { Given.tAt = ParseVersionText(sText); },
            "take the newest complete backup not later than yyyy-mm-ddThh:mm:ss, \"dd/mm/yyyy hh:mm:ss\" or "
-           "the "
-           "end of yyyy-mm-dd, or the one of that very second, complete or not; without --at the newest "
-           "complete one")
+           "the end of yyyy-mm-dd, or the one of that very second, complete or not; without --at the "
+           "newest complete one")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
         Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");

@@ -26,9 +26,8 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
      "zlt.ini lists keys of this server, but what answers offers no encryption: it may be another server."},
     {CURLE_PEER_FAILED_VERIFICATION,
      "Compare the key with the server's own before you list it in zlt.ini. For SFTP run \"ssh-keygen -lf\" "
-     "on "
-     "the server, once for each of its host keys; else ask its administrator. If the keys differ, another "
-     "server has answered."},
+     "on the server, once for each of its host keys; else ask its administrator. If the keys differ, "
+     "another server has answered."},
     {CURLE_GOT_NOTHING, "The server closed the connection without an answer: check the port."},
     {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
     {CURLE_RECV_ERROR,

@@ -224,8 +224,7 @@ Volume LookAt(Session& Server)
     else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Server, ManifestObject(Last.area)) ||
              HasObject(Server, ManifestObject(Last.area) + 1))
         Found.sProblem = "objects are missing on the server, or there are too many: put an empty file in the "
-                         "place of each "
-                         "one that is lost";
+                         "place of each one that is lost";
     return Found;
 }
 
