@@ -161,7 +161,7 @@ ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer, co
             if (bNamed)
                 Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
         }
-        else if (!bInside && std::ranges::any_of(WordsOf(sLine), IsKey))
+        else if (!bInside && !sLine.starts_with(';') && std::ranges::any_of(WordsOf(sLine), IsKey))
             return Damaged(L"a server's key is outside of the section");
     }
     return Found;

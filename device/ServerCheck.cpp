@@ -95,7 +95,7 @@ std::wstring Objection(CURL* pCurl, const ServerCheck& Check)
     if (!Check.Keys.sDamage.empty())
         return L": " + Check.Keys.sDamage;
     const std::wstring sURL = UrlOf(pCurl);
-    if (ServerIn(sURL) == Check.sServer ||
+    if ((ServerIn(sURL) == Check.sServer && (Check.Keys.bListed || Check.uiPort != 0)) ||
         (!Check.Keys.bListed && !ServerCheck(sURL, Check.uiPort).Keys.bListed))
         return {};
     return L": the server's name was changed, and zlt.ini lists keys. Make the unit ready again";
@@ -104,7 +104,8 @@ std::wstring Objection(CURL* pCurl, const ServerCheck& Check)
 } // namespace
 
 ServerCheck::ServerCheck(const std::wstring& sURL, std::uint32_t uiOptionPort)
-    : uiPort(uiOptionPort), sServer(ServerIn(sURL)),
+    : uiPort(uiOptionPort <= 65535 ? uiOptionPort : 0), // such a port fails the set-up, and leaves the URL's
+      sServer(ServerIn(sURL)),
       Keys(quorvel::ReadKeys(quorvel::UrlPart(sURL, CURLUPART_HOST),
                              uiPort != 0 ? std::to_string(uiPort)
                                          : quorvel::UrlPart(sURL, CURLUPART_PORT, CURLU_DEFAULT_PORT)))

@@ -41,8 +41,8 @@
 //   A call that fails answers ZDV_DEVICE_ERROR and leaves why: property ZDV_P_SPECIFIC_ERROR_CODE is then a
 //   Windows error number or a libcurl result code (0: no failure), and ZDV_GI_SPECIFIC_ERROR_MSG the text. The
 //   reasons are given with each function. Besides, any function answers ZDV_DEVICE_ERROR (ZDV_Open answers
-//   ZDV_OPEN_FAILED) when there is not enough memory, with the error 8. If libcurl lacks it, the transfer fails
-//   with libcurl's code.
+//   ZDV_OPEN_FAILED) when there is not enough memory, with the error 8 unless a transfer runs. If libcurl lacks it,
+//   the transfer fails with libcurl's code.
 //   An upload goes on after the call that gave it its data, so its failure is seen later. It ends with a filemark,
 //   an erase, ZDV_Close, "Make Unit Ready", any ZDV_Position but ZDV_SP_GOTO and ZDV_SP_SKIP, and with a read or
 //   skip that finds another object to read. After each of these but ZDV_Close the last error says whether it has
@@ -52,17 +52,18 @@
 //   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but after a skip that
 //   has ended a failed upload and has then read on, and after a read or write whose buffer is no memory of the
 //   process: the transfer goes on, without that data.
-//   In one case the status has no reason, and the last error stays as it was: the device has not been made ready,
-//   or libcurl refuses the URL of the server and the root.
+//   The status has no reason, and the last error stays as it was, when the device has not been made ready, when
+//   libcurl refuses the URL of the server and the root, and when "Make Unit Ready" could not set the connection up
+//   while a transfer runs.
 //   After a failed upload the versions and objects cannot be listed: make the device ready or close it.
 //   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
 //   writing again: the object number is kept, and a write in the middle of a version overwrites.
 //   Which servers are talked to is the administrator's to say, in section "Server Keys" of the settings file zlt.ini
 //   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
-//   another key is refused with libcurl's code 60, one without TLS with 64, and the text names the key; a list that
-//   cannot be understood makes "Make Unit Ready" fail with 1610. The list is read then, and not again before the next
-//   "Make Unit Ready": after a change of the server's name alone, a server that is listed, or a device whose old one
-//   was, is refused with 60. Without the section no server is verified.
+//   another key is refused with libcurl's code 60, one without TLS with 64 (35 at port 990), and the text names the
+//   key; a list that cannot be understood makes "Make Unit Ready" fail with 1610. The list is read then, and again
+//   only when the server's name has been changed since: a listed server, or a device whose old server was listed, is
+//   refused with 60 then. Without the section no server is verified.
 //   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
 //   value must come from ZDV_Open.
 //
@@ -283,6 +284,7 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 //                        libcurl has no memory. The tape is as it was. A transfer that runs goes on, and the last
 //                        error is then not set.
 //                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
+//                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64).
 //   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
 // Position when the tape was loaded, and when it could not be: the object number is kept (0 after ZDV_Open), writing
 // is allowed.

@@ -6,7 +6,7 @@ echo.
 set /p "ZDV_SERVER=Server, its bare name or address [%ZDV_SERVER%]: "
 set /p "ZDV_PORT=Port, 22 for SFTP, 990 for implicit TLS, 21 for FTP [%ZDV_PORT%]: "
 set /p "ZDV_USER=User [%ZDV_USER%]: "
-set /p "ZDV_ROOT=Folder on the server [%ZDV_ROOT%]: "
+set /p "ZDV_ROOT=Folder on the server, for SFTP ~/ and its name [%ZDV_ROOT%]: "
 kit.exe %*
 set ZDV_RESULT=%ERRORLEVEL%
 popd

@@ -39,7 +39,7 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
         std::size_t uiKeys; // of the server at port 22
         const char* sServer = "Nas";
     } CASES[] = {
-        {"", UNLISTED},
+        {"; [Server Keys]\n; nas = " + SSH, UNLISTED},
         {"[File Locations]\nLogfiles=C:\\x\nnas = nonsense\n[Main]\n", UNLISTED},
         {SECTION + "; nas = nonsense\n\n[Main]\nnas = nonsense", UNLISTED},
         {SECTION + "nas2 = " + SSH + "\nnas:990 = " + SSH, UNLISTED},
