@@ -4,6 +4,7 @@
 #include "host/Tape.h"
 
 #include <CLI/CLI.hpp>
+#include <archive.h>
 #include <regex>
 
 namespace {
@@ -189,7 +190,7 @@ std::optional<CommandLine> ParseCommandLine(int iCount, wchar_t** pArguments)
     CLI::App App(DESCRIPTION, "zdv");
     App.allow_windows_style_options(false); // "/" begins a path
     App.require_subcommand(0, 1); // with at least 1, CLI11 would not name a command that was mistyped
-    App.set_version_flag("--version", PROGRAM);
+    App.set_version_flag("--version", std::string(PROGRAM) + ", " + archive_version_string());
     App.footer(FOOTER);
     AddCommands(App, Given);
     std::vector<std::string> Arguments; // CLI11 takes them backwards

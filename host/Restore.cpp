@@ -131,6 +131,7 @@ private:
 
     void ReadEntry(ArchiveReader& Archive, const Entry& What, Loss& Lost)
     {
+        CheckInterrupt();
         Count(m_Held, What);
         FinishFolders(What.path);
         if (!m_Wanted.Empty() && !m_Wanted.Match(What.path))
@@ -149,7 +150,6 @@ private:
 
     void ReadSaved(ArchiveReader& Archive, const Entry& What, Loss& Lost)
     {
-        CheckInterrupt();
         m_Progress.Begin(What.path);
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {

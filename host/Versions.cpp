@@ -86,6 +86,9 @@ std::time_t BeginVersion(Session& Server, Head Header)
 void CheckVersion(Session& Server, const std::string& sId)
 {
     const std::optional<Record> Header = ReadRecord(Server, VOLUME_HEADER);
+    if (Header && !Header->Intact())
+        throw TapeError("the version that was just begun cannot be read back: its volume header " +
+                        Header->sProblem);
     if (!Header || Header->First.id != sId)
         throw TapeError(
             "the server's listing does not show the version that was just begun: the server hides "

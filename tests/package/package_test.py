@@ -73,7 +73,9 @@ class PackageTest(unittest.TestCase):
         # What is listed as linked in is what the module says of itself.
         fetched = dict(line.split() for line in (PROJECT / "build/libraries/VERSIONS").read_text().splitlines())
         for name, program in (("curl", "libcurl"), ("openssl", "OpenSSL"), ("libssh2", "libssh2")):
-            self.assertIn(f"{program}/{fetched[name].partition('-')[0]}", log.read_text())
+            self.assertRegex(log.read_text(), rf"{program}/{re.escape(fetched[name].partition('-')[0])}\b")
+        version = subprocess.check_output([WINE, self.unpacked / "zdv.exe", "--version"], text=True)
+        self.assertRegex(version, rf"libarchive {re.escape(fetched['libarchive'].partition('-')[0])}\b")
 
     def run_here(self, *command):
         root = os.environ["ZDV_TEST_HOME"] + "/example"
