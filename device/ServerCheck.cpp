@@ -15,6 +15,8 @@ namespace {
 
 using Sha256 = unsigned char[32];
 
+constexpr std::uint32_t LAST_PORT = 65535; // a higher one fails the set-up, and the handle keeps the URL's
+
 bool IsListed(const FunctionTrace& Trace, ServerCheck& Check, const std::string& sShown)
 {
     const bool bListed = std::ranges::find(Check.Keys.aKeys, sShown) != Check.Keys.aKeys.end();
@@ -95,7 +97,7 @@ std::wstring Objection(CURL* pCurl, const ServerCheck& Check)
     if (!Check.Keys.sDamage.empty())
         return L": " + Check.Keys.sDamage;
     const std::wstring sURL = UrlOf(pCurl);
-    if ((ServerIn(sURL) == Check.sServer && (Check.Keys.bListed || Check.uiPort != 0)) ||
+    if ((ServerIn(sURL) == Check.sServer && (Check.Keys.bListed || Check.uiPort <= LAST_PORT)) ||
         (!Check.Keys.bListed && !ServerCheck(sURL, Check.uiPort).Keys.bListed))
         return {};
     return L": the server's name was changed, and zlt.ini lists keys. Make the unit ready again";
@@ -104,11 +106,11 @@ std::wstring Objection(CURL* pCurl, const ServerCheck& Check)
 } // namespace
 
 ServerCheck::ServerCheck(const std::wstring& sURL, std::uint32_t uiOptionPort)
-    : uiPort(uiOptionPort <= 65535 ? uiOptionPort : 0), // such a port fails the set-up, and leaves the URL's
-      sServer(ServerIn(sURL)),
+    : uiPort(uiOptionPort), sServer(ServerIn(sURL)),
       Keys(quorvel::ReadKeys(quorvel::UrlPart(sURL, CURLUPART_HOST),
-                             uiPort != 0 ? std::to_string(uiPort)
-                                         : quorvel::UrlPart(sURL, CURLUPART_PORT, CURLU_DEFAULT_PORT)))
+                             uiPort != 0 && uiPort <= LAST_PORT
+                                 ? std::to_string(uiPort)
+                                 : quorvel::UrlPart(sURL, CURLUPART_PORT, CURLU_DEFAULT_PORT)))
 {
 }
 
