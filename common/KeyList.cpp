@@ -4,7 +4,8 @@
 #include "common/Text.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstdint>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -17,17 +18,9 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr std::string_view DIGITS = "0123456789";
-constexpr std::string_view LETTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-
-// Letters, digits and more characters.
-bool ConsistsOf(std::string_view sText, std::string_view sMore)
-{
-    return !sText.empty() && std::ranges::all_of(sText, [&](char c) {
-        return LETTERS.find(c) != LETTERS.npos || DIGITS.find(c) != DIGITS.npos ||
-               sMore.find(c) != sMore.npos;
-    });
-}
+constexpr const char* BASE64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr const char* NAME = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.:-_";
+constexpr const char* BLANKS = " \t\xEF\xBB\xBF\xFE\xFF"; // with the marks that editors write before a text
 
 Words WordsOf(const std::string& sText)
 {
@@ -36,23 +29,12 @@ Words WordsOf(const std::string& sText)
     return {std::istream_iterator<std::string>(Stream), {}};
 }
 
-// Only ASCII means something here, and that is the same in UTF-8 and in the code pages of Windows.
-std::string WithoutMark(const std::string& sSettings)
+bool IsKey(const std::string& sKey)
 {
-    if (!sSettings.starts_with("\xFF\xFE"))
-        return sSettings.substr(sSettings.starts_with("\xEF\xBB\xBF") ? 3 : 0);
-    std::wstring sWide(sSettings.size() / 2 - 1, L'\0');
-    std::memcpy(sWide.data(), sSettings.data() + 2, sWide.size() * 2);
-    return ToUtf8(sWide);
-}
-
-bool IsKey(std::string_view sKey)
-{
-    const bool bSsh = sKey.starts_with("SHA256:");
-    if (!bSsh && !(sKey.starts_with("sha256//") && sKey.ends_with('=')))
-        return false;
-    const std::string_view sHash = bSsh ? sKey.substr(7) : sKey.substr(8, sKey.size() - 9);
-    return sHash.size() == 43 && ConsistsOf(sHash, "+/");
+    const bool bSsh = sKey.size() == 50 && sKey.starts_with("SHA256:");
+    const bool bTls = sKey.size() == 52 && sKey.starts_with("sha256//") && sKey.back() == '=';
+    return (bSsh && sKey.find_first_not_of(BASE64, 7) == sKey.npos) ||
+           (bTls && sKey.find_first_not_of(BASE64, 8) == 51);
 }
 
 // An address in its shortest form, which is libcurl's; a name as it is. Empty for a text with a colon that is no address.
@@ -85,89 +67,80 @@ struct ServerName
         sHost = ShortestForm(sHost);
     }
 
+    bool IsValid() const
+    {
+        const auto uiPort =
+            static_cast<std::uint16_t>(std::strtoul(sPort.c_str() + !sPort.empty(), nullptr, 10));
+        return !sHost.empty() && sHost.find_first_not_of(NAME) == sHost.npos &&
+               (sPort.empty() || (uiPort != 0 && sPort == ':' + std::to_string(uiPort)));
+    }
+
     std::string sHost; // without brackets and the point at the end
     std::string sPort; // ":22", or empty for all
 };
 
-bool IsPort(const std::string& sText)
+// Adds what "server = key key ...", "server = ?" or "* = required" says of a server. False for any other line.
+bool AddEntry(ListedKeys& Found, const std::string& sLine, const ServerName& Wanted)
 {
-    return !sText.empty() && sText.size() <= 5 && sText.find_first_not_of(DIGITS) == sText.npos &&
-           sText[0] != '0' && std::stoul(sText) <= 65535;
-}
-
-// "server = key key ...", "server = ?" or "* = required".
-bool IsEntry(const Words& aNames, const Words& aValues)
-{
+    const std::size_t uiEnd = sLine.find('=');
+    const Words aNames = WordsOf(sLine.substr(0, uiEnd));
+    const Words aValues = WordsOf(sLine.substr(uiEnd + 1));
     if (aNames.size() != 1 || aValues.empty())
         return false;
     if (aNames[0] == "*")
+    {
+        Found.bListed = true;
         return aValues == Words{"required"};
+    }
     const ServerName Name(aNames[0]);
-    return ConsistsOf(Name.sHost, ".:-_") && (Name.sPort.empty() || IsPort(Name.sPort.substr(1))) &&
-           (aValues == Words{"?"} || std::ranges::all_of(aValues, IsKey));
-}
-
-bool IsNamed(const std::string& sEntry, const std::string& sServer, const std::string& sPort)
-{
-    const ServerName Name(sEntry);
-    return (Name.sPort.empty() || Name.sPort == ':' + sPort) &&
-           _stricmp(ServerName(sServer).sHost.c_str(), Name.sHost.c_str()) == 0;
-}
-
-// Whether the line begins a section: "[fd00::7] = ..." does not, nor does "[fd00::7 = ...", which lacks a bracket.
-bool IsHeader(const std::string& sLine)
-{
-    const std::size_t uiEnd = sLine.find(']');
-    if (!sLine.starts_with('[') || uiEnd == sLine.npos)
+    if (!Name.IsValid() || !(aValues == Words{"?"} || std::ranges::all_of(aValues, IsKey)))
         return false;
-    const std::size_t uiRest = sLine.find_first_not_of(" \t", uiEnd + 1);
-    return ConsistsOf(sLine.substr(1, uiEnd - 1), " \t_-") && (uiRest == sLine.npos || sLine[uiRest] == ';');
+    if ((Name.sPort.empty() || Name.sPort == Wanted.sPort) &&
+        _stricmp(Name.sHost.c_str(), Wanted.sHost.c_str()) == 0)
+    {
+        Found.bListed = true;
+        Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
+    }
+    return true;
 }
 
 ListedKeys Damaged(const std::wstring& sWhy) { return {true, {}, L"zlt.ini, section Server Keys: " + sWhy}; }
 
 } // namespace
 
-ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer, const std::string& sPort)
+ListedKeys FindKeys(std::string sSettings, const std::string& sServer)
 {
-    std::string sText = WithoutMark(sSettings);
-    if (sText.find('\0') != sText.npos)
-        return Damaged(L"the file is not in UTF-8");
-    std::ranges::replace(sText, '\r', '\n');
+    std::erase(sSettings, '\0'); // of UTF-16: only ASCII means something here
+    std::ranges::replace(sSettings, '\r', '\n');
+    const ServerName Wanted(sServer);
     ListedKeys Found;
     bool bInside = false;
     bool bSeen = false;
-    std::istringstream Lines(sText);
+    std::istringstream Lines(sSettings);
     Lines.exceptions(std::ios::badbit);
     for (std::string sLine; std::getline(Lines, sLine);)
     {
-        sLine.erase(0, sLine.find_first_not_of(" \t"));
-        if (bInside ? IsHeader(sLine) : sLine.starts_with('['))
+        sLine.erase(0, sLine.find_first_not_of(BLANKS));
+        if (sLine.empty() || sLine[0] == ';')
+            continue;
+        // In the section "[fd00::7] = ..." and "[nas = ..." are entries, good or bad.
+        if (sLine[0] == '[' &&
+            (!bInside || (sLine.find(']') != sLine.npos && sLine.find_first_of(":=") == sLine.npos)))
         {
             std::erase_if(sLine, [](char c) { return c == ' ' || c == '\t'; });
             bInside = _strnicmp(sLine.c_str(), "[ServerKeys", 11) == 0;
             if (bInside && std::exchange(bSeen, true))
                 return Damaged(L"it is there twice");
         }
-        else if (bInside && !sLine.empty() && !sLine.starts_with(';'))
-        {
-            const std::size_t uiEnd = std::min(sLine.find('='), sLine.size() - 1);
-            const Words aNames = WordsOf(sLine.substr(0, uiEnd));
-            const Words aValues = WordsOf(sLine.substr(uiEnd + 1));
-            if (!IsEntry(aNames, aValues))
-                return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" cannot be understood");
-            const bool bNamed = IsNamed(aNames[0], sServer, sPort);
-            Found.bListed = Found.bListed || bNamed || aNames[0] == "*";
-            if (bNamed)
-                Found.aKeys.insert(Found.aKeys.end(), aValues.begin(), aValues.end());
-        }
-        else if (!bInside && !sLine.starts_with(';') && std::ranges::any_of(WordsOf(sLine), IsKey))
+        else if (bInside && !AddEntry(Found, sLine, Wanted))
+            return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" cannot be understood");
+        else if (!bInside && std::ranges::any_of(WordsOf(sLine), IsKey))
             return Damaged(L"a server's key is outside of the section");
     }
     return Found;
 }
 
-ListedKeys ReadKeys(const std::string& sServer, const std::string& sPort)
+ListedKeys ReadKeys(const std::string& sServer)
 {
     const std::wstring sFile = SettingsFile();
     // Whether a file is there whose path is too long, the system does not say: that is another error.
@@ -178,7 +151,7 @@ ListedKeys ReadKeys(const std::string& sServer, const std::string& sPort)
     std::string sSettings;
     for (char c = 0; File.get(c);)
         sSettings += c;
-    return File.is_open() && !File.bad() ? FindKeys(sSettings, sServer, sPort)
+    return File.is_open() && !File.bad() ? FindKeys(std::move(sSettings), sServer)
                                          : Damaged(L"the file cannot be read");
 }
 

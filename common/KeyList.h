@@ -7,9 +7,9 @@
 //   [fd00::7]:22 = ?                        none yet: the refusal names the one that the server shows
 //   * = required                            a server that is not listed is refused
 //
-// The file is read here and not by the system's functions for settings: these cut long values, take the first of
-// two sections for both, and miss a section after a byte order mark. A list that is not understood must never look
-// like one that does not name the server.
+// The file is read here, and not by the system's functions for settings. They cut long values, see only the first of
+// two sections, and miss a section after a byte order mark. A list that is not understood must never look like one
+// that does not name the server.
 #pragma once
 
 #include <string>
@@ -25,10 +25,11 @@ struct ListedKeys
     std::wstring sDamage;           // why the list cannot be understood; then no server is talked to
 };
 
-// sServer may be a name or an address in any form, and sPort is its port. Several lines for one server count together.
-ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer, const std::string& sPort);
+// sServer is a name or an address with its port, such as "nas:22" or "[fd00::7]:22". Several lines for one server count
+// together.
+ListedKeys FindKeys(std::string sSettings, const std::string& sServer);
 
 // The same from the settings file, which need not exist.
-ListedKeys ReadKeys(const std::string& sServer, const std::string& sPort);
+ListedKeys ReadKeys(const std::string& sServer);
 
 } // namespace quorvel

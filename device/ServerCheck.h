@@ -11,20 +11,21 @@
 // It must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
 struct ServerCheck
 {
-    // Looks up the keys of a URL's server. A port of 0 is the URL's own.
+    // Looks up the keys of a URL's server. uiOptionPort replaces the URL's port, unless libcurl refuses it.
     ServerCheck(const std::wstring& sURL, std::uint32_t uiOptionPort);
 
     std::uint32_t uiPort;
-    std::string sServer; // its name, and its port if the URL has one
+    std::string sServer; // with its port
     quorvel::ListedKeys Keys;
     std::wstring sRefusal; // why the last transfer was refused
 };
 
-// Makes a handle talk only to a server that passes, over FTP only with TLS. Without a list it changes nothing.
+// Makes a handle talk only to a listed server that passes, over FTP only with TLS, or to any server that is not listed,
+// over FTP with TLS if it is offered.
 CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check);
 
-// Performs the transfer that is set on a handle, unless it would go to a server that the handle's check was not made
-// for: a host may change the server's name and not make the device ready.
+// Performs the transfer that is set on a handle, unless its list of keys cannot be understood. The list is read again
+// if the transfer goes to another server than the last one.
 CURLcode PerformChecked(CURL* pCurl);
 
 // What the handle's check, if it has one, says of a call that has just ended, when that failed. A refused server gets

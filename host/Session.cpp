@@ -58,7 +58,7 @@ std::string Describe(const Server& Target)
 
 bool HasListedKeys(const Server& Target)
 {
-    return quorvel::ReadKeys({Target.sName}, std::to_string(Target.uiPort)).bListed;
+    return quorvel::ReadKeys(fmt::format("{}:{}", Target.sName, Target.uiPort)).bListed;
 }
 
 std::string DescribeIdentity(const Server& Target)

@@ -62,8 +62,7 @@
 //   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
 //   another key is refused with libcurl's code 60, one without TLS with 64 (35 at port 990), and the text names the
 //   key; a list that cannot be understood makes "Make Unit Ready" fail with 1610. The list is read then, and again
-//   only when the server's name has been changed since: a listed server, or a device whose old server was listed, is
-//   refused with 60 then. Without the section no server is verified.
+//   before the first transfer with a server that was named since. Without the section no server is verified.
 //   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
 //   value must come from ZDV_Open.
 //

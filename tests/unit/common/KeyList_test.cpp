@@ -53,7 +53,7 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
         {SECTION + "10.0.0.7 = " + SSH + "\n10.7 = " + SSH, 2, "0xA.0.0.7"},
         {SECTION + "nas =" + Many(3000) + "\n", 3000},
         {SECTION + "nas. = ?", 1},
-        {SECTION + "[fd00::7 = " + SSH + "\nnas = " + SSH, 1, "fd00:0::7"},
+        {SECTION + "[fd00::7 = " + SSH + "\nnas = " + SSH, 1, "[fd00:0::7]"},
         {SECTION + "* = required", 0},
         {SECTION + "* = required\nnas = " + SSH, 1},
         // What editors make of the file
@@ -61,7 +61,7 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
         {Utf16(SECTION + "nas = " + SSH), 1},
         {"[Server Keys]\rnas = " + SSH + "\r", 1},
         {" [ServerKeys\nnas = " + SSH, 1},
-        {Utf16(SECTION).substr(2), DAMAGED},
+        {Utf16(SECTION + "nas = " + SSH).substr(2), 1},
         // Damage, in another server's line too
         {SECTION + "nas = SHA256:short", DAMAGED},
         {SECTION + "nas = " + SSH + "=", DAMAGED},
@@ -92,7 +92,7 @@ TEST(KeyList, IsReadOrRefusedButNeverPassedOver)
     };
     for (const auto& Case : CASES)
     {
-        const ListedKeys Found = FindKeys(Case.sSettings, Case.sServer, "22");
+        const ListedKeys Found = FindKeys(Case.sSettings, Case.sServer + std::string(":22"));
         EXPECT_EQ(Found.bListed, Case.uiKeys != UNLISTED) << Case.sSettings;
         EXPECT_EQ(!Found.sDamage.empty(), Case.uiKeys == DAMAGED) << Case.sSettings;
         EXPECT_EQ(Found.aKeys.size(), Case.uiKeys < UNLISTED || Case.uiKeys > DAMAGED ? Case.uiKeys : 0)
