@@ -84,7 +84,7 @@ ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, std::uint32_t uiCategory, ZDV_LIST* pL
                           if (uiCategory != ZDV_GL_VERSION_DATE)
                           {
                               Trace.Warning(L"... ending(InvalidCategory)");
-                              return {InvalidCategory(Trace, uiCategory), true};
+                              return Answer::WithoutEnding(InvalidCategory(Trace, uiCategory));
                           }
                           AppendVersions(FC, Trace, pList);
                           return ZDV_SUCCESS;

@@ -146,7 +146,7 @@ ZDV_STATUS GetDeviceOptions(const Export& Names, ZDV_HANDLE handle, std::int32_t
         if (pOption == nullptr || pOption->enGet == Get::Refused)
         {
             Trace.Warning(L"InvalidCategory");
-            return {InvalidCategory(Trace, static_cast<std::uint32_t>(uiCategory)), true};
+            return Answer::WithoutEnding(InvalidCategory(Trace, static_cast<std::uint32_t>(uiCategory)));
         }
         Trace.Verbose(pOption->sName);
         const ZDV_STATUS uiRc = CopyOption(FC, Trace, pOption->enGet, uiIndex, pOptions, uiSize);

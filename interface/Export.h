@@ -15,8 +15,7 @@ inline ZDV_STATUS Ended(const quorvel::FunctionTrace& Trace, ZDV_STATUS uiRc,
     return uiRc;
 }
 
-// Runs an export's body(const FunctionTrace&) and turns an exception into uiFailure: none may cross into the
-// host.
+// Runs an export's body(const FunctionTrace&). An exception must not reach the host: it becomes uiFailure.
 template <typename Body>
 ZDV_STATUS Guarded(const wchar_t* sFunction, ZDV_STATUS uiFailure, const Body& body) noexcept
 {
@@ -40,17 +39,17 @@ struct Export
     const wchar_t* sEnding = quorvel::ENDING;
 };
 
-// What such an export's body answers. No ending line follows one that the body has ended by itself.
+// What such an export's body answers, and whether the export's ending line follows.
 struct Answer
 {
-    Answer(ZDV_STATUS uiStatus, bool bIsEnded = false) : uiRc(uiStatus), bEnded(bIsEnded) {}
+    Answer(ZDV_STATUS uiStatus, bool bEndingFollows = true) : uiRc(uiStatus), bEnding(bEndingFollows) {}
+    static Answer WithoutEnding(ZDV_STATUS uiStatus) { return {uiStatus, false}; }
 
     ZDV_STATUS uiRc;
-    bool bEnded;
+    bool bEnding;
 };
 
-// The entry of every export that takes a handle: body(FtpContext&, const FunctionTrace&) runs only with a
-// device behind the handle.
+// The entry of every export that takes a handle. body(FtpContext&, const FunctionTrace&) runs unless the handle is null.
 template <typename Body>
 ZDV_STATUS WithDevice(ZDV_HANDLE handle, const Export& Names, const Body& body) noexcept
 {
@@ -65,7 +64,7 @@ ZDV_STATUS WithDevice(ZDV_HANDLE handle, const Export& Names, const Body& body) 
         try
         {
             const Answer Given = body(*pFC, Trace);
-            return Given.bEnded ? Given.uiRc : Ended(Trace, Given.uiRc, Names.sEnding);
+            return Given.bEnding ? Ended(Trace, Given.uiRc, Names.sEnding) : Given.uiRc;
         }
         catch (...)
         {
