@@ -3,6 +3,7 @@
 #include "catalogue/Label.h"
 #include "catalogue/Listing.h"
 #include "catalogue/ManagerCall.h"
+#include "device/CurlCallback.h"
 
 #include <algorithm>
 
@@ -11,27 +12,27 @@ using quorvel::Level;
 
 namespace {
 
-// One line for the whole process, as for versions, but a line of its own.
+// One for the whole process, as for versions, and separate from theirs.
 ListingLine g_Line;
 
-void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, std::vector<AreaObject>& aObjects)
+void TakeObject(const FunctionTrace& Trace, std::wstring& sLine, void* pObjects)
 {
     Trace.Text(Level::Information, L"sLabel", sLine);
-    // A foreign name is kept, so nothing that follows it is recognised, in this directory and any later one
-    // until the module is loaded again: fixed by the interface.
+    // A foreign name is not cleared. The lines after it are added to it and so not recognised, in this listing and all
+    // later ones, until the module is loaded again: fixed by the interface.
     if (!sLine.starts_with(LABEL_PREFIX))
         return;
     std::int64_t tDate = 0;
     std::uint32_t uiObjectId = 0;
     if (AreaObject::ConvertLabelToDateAndId(sLine, tDate, uiObjectId))
-        aObjects.emplace_back(tDate, uiObjectId);
+        static_cast<std::vector<AreaObject>*>(pObjects)->emplace_back(tDate, uiObjectId);
     sLine.clear();
 }
 
 void RequestObjects(CurlCalls& Calls, const std::wstring& sPattern, std::vector<AreaObject>& aObjects)
 {
     Calls.SetUrl(sPattern, L"sPattern", L"Couldn't set URL");
-    // The listing of versions has switched this on. Here it would bring a version that is gone back as an empty one.
+    // The listing of versions has switched this on. Here it would make a deleted version again, as an empty one.
     Calls.Set(CURLOPT_FTP_CREATE_MISSING_DIRS, long{CURLFTP_CREATE_DIR_NONE},
               L"Couldn't unset FTP create missing dirs");
     Calls.Set(CURLOPT_DIRLISTONLY, 1L, L"Couldn't set directory list only option");

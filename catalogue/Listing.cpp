@@ -1,5 +1,6 @@
 #include "catalogue/Listing.h"
 
+#include "device/CurlCallback.h"
 #include "device/ServerCheck.h"
 
 #include <algorithm>
@@ -23,11 +24,47 @@ int KeepReply(CURL*, curl_infotype enType, char* pData, std::size_t uiSize, void
     return 0;
 }
 
+// Adds a character to the line. True when it has ended a name. "." and ".." are no names in the directory: every SFTP
+// listing holds them, and so do those of some FTP servers (Pure-FTPd).
+bool EndsName(ListingLine& Line, char c)
+{
+    if (c != '\r' && c != '\n')
+        Line.sText += static_cast<wchar_t>(static_cast<signed char>(c)); // labels are plain ASCII
+    if (c != '\n')
+        return false;
+    const std::wstring_view sRead = std::wstring_view(Line.sText).substr(Line.uiStart);
+    if (sRead != L"." && sRead != L"..")
+        return true;
+    Line.sText.resize(Line.uiStart);
+    return false;
+}
+
 } // namespace
+
+std::size_t ReceiveListing(const wchar_t* sFunction, ListingLine& Line, std::string_view sPiece, void* pList,
+                           std::size_t uiNoList, TakeLine takeLine)
+{
+    return GuardedCallback(sFunction, [&](const quorvel::FunctionTrace& Trace) {
+        if (pList == nullptr)
+        {
+            Trace.Error(L"... ending(Invalid user data)");
+            return uiNoList;
+        }
+        for (const char c : sPiece)
+        {
+            if (!EndsName(Line, c))
+                continue;
+            takeLine(Trace, Line.sText, pList);
+            Line.uiStart = Line.sText.size();
+        }
+        Trace.Ending();
+        return sPiece.size();
+    });
+}
 
 bool MeansEmpty(std::string_view sReply)
 {
-    // At the beginning only: the rest may hold the name of a folder, which can be any words.
+    // Only at the beginning: the rest may hold the name of a folder, which can be any words.
     static constexpr std::string_view PHRASES[] = {"550 no files", "550 empty directory",
                                                    "550 directory is empty", "550 directory empty"};
     std::string sWords(sReply);
@@ -40,7 +77,8 @@ bool MeansEmpty(std::string_view sReply)
 
 CURLcode PerformListing(CURL* pCurl)
 {
-    std::string sReply; // stays empty if libcurl refuses one of these: then the server's refusal stays one
+    std::string
+        sReply; // empty, and so no reason to take a refusal for an empty directory, if libcurl refuses these
     curl_easy_setopt(pCurl, CURLOPT_DEBUGFUNCTION, &KeepReply);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, &sReply);
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 1L);

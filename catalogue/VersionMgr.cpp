@@ -16,7 +16,7 @@ namespace {
 // One line for the whole process, without a lock: the server is listed through one device at a time.
 ListingLine g_Line;
 
-void TakeVersion(const FunctionTrace& Trace, std::wstring& sLine, std::vector<std::int64_t>& aVersions)
+void TakeVersion(const FunctionTrace& Trace, std::wstring& sLine, void* pVersions)
 {
     std::int64_t tDate = 0;
     if (!sLine.starts_with(LABEL_PREFIX))
@@ -26,12 +26,12 @@ void TakeVersion(const FunctionTrace& Trace, std::wstring& sLine, std::vector<st
     else if (Version::ConvertLabelToDate(sLine, tDate))
     {
         Trace.At(L"Adding ...").Text(L"sLabel", sLine);
-        aVersions.push_back(tDate);
+        static_cast<std::vector<std::int64_t>*>(pVersions)->push_back(tDate);
     }
     sLine.clear();
 }
 
-// A new directory is made by listing it. What the server lists is not wanted.
+// A new directory is made by listing it. What the server lists there is not needed.
 std::size_t DiscardListing(char*, std::size_t uiSize, std::size_t uiCount, void*) noexcept
 {
     return uiSize * uiCount;

@@ -97,13 +97,13 @@ TEST(Listing, IsEmptyWhereTheServerSaysSo)
         EXPECT_FALSE(MeansEmpty(sReply)) << sReply;
 }
 
-// A listing that fails leaves nothing of its own behind, and what was there before it.
-TEST(Listing, ThatFailsIsForgotten)
+TEST(Listing, ThatFailsPutsTheLineBack)
 {
     ListingLine Line{L"ZELT_2024031"};
     {
         ListingAttempt Broken(Line);
-        FeedListing(Line, "5143005\nZELT_20", [](std::wstring& sLine) { sLine.clear(); });
+        ReceiveListing(L"", Line, "5143005\nZELT_20", &Line, 0,
+                       [](const quorvel::FunctionTrace&, std::wstring& sLine, void*) { sLine.clear(); });
         EXPECT_EQ(Line.sText, L"ZELT_20");
     }
     EXPECT_EQ(Line.sText, L"ZELT_2024031");
