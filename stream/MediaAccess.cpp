@@ -2,14 +2,29 @@
 #include "interface/Category.h"
 #include "interface/Export.h"
 #include "stream/ObjectClose.h"
+#include "stream/WriteData.h"
 
 using quorvel::FunctionTrace;
 
 namespace {
 
-// The first filemark ends the object being written. Each further one leaves out an object number, and so
-// makes no object at the end of the data. A request for 0 filemarks counts through the whole 32-bit range. All of this is
-// fixed by the interface.
+// Writes a filemark as an object of its own, or as the end of the object that is open for writing.
+ZDV_STATUS ObjectCreateFM(FtpContext& FC)
+{
+    const FunctionTrace Trace = FunctionTrace::Started(L"ObjectCreateFM");
+    if (WriteData(&FC, 0, nullptr) != ZDV_SUCCESS)
+    {
+        Trace.Error(L"... ending(WriteData failed)");
+        return ZDV_DEVICE_ERROR;
+    }
+    Trace.Verbose(L"ObjectClose");
+    ObjectClose(FC);
+    Trace.Ending();
+    return ZDV_SUCCESS;
+}
+
+// Fixed by the interface: the first filemark ends the object being written. Each further one leaves out an object
+// number, and so makes no object at the end of the data. A request for 0 counts through the whole 32-bit range.
 ZDV_STATUS WriteFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiParam)
 {
     Trace.Number(L"uiParam", uiParam);
@@ -34,7 +49,7 @@ ZDV_STATUS Initialise(FtpContext&, const FunctionTrace& Trace, std::uint32_t)
     return ZDV_FUNCTION_NOT_SUPPORTED;
 }
 
-// A blank tape from here on. The versions on the server are kept.
+// Makes the tape blank. The versions on the server are kept.
 ZDV_STATUS EraseAllObjects(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t)
 {
     Trace.Verbose(L"EraseAllObjects");

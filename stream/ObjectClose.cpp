@@ -2,7 +2,6 @@
 
 #include "common/FunctionTrace.h"
 #include "stream/Transfer.h"
-#include "stream/WriteData.h"
 
 using quorvel::FunctionTrace;
 
@@ -17,18 +16,4 @@ void ObjectClose(FtpContext& FC)
     FC.m_ullBytesWritten = 0;
     FC.m_bWriting = FC.m_bFailureTold = false;
     Trace.Ending();
-}
-
-ZDV_STATUS ObjectCreateFM(FtpContext& FC)
-{
-    const FunctionTrace Trace = FunctionTrace::Started(L"ObjectCreateFM");
-    if (WriteData(&FC, 0, nullptr) != ZDV_SUCCESS)
-    {
-        Trace.Error(L"... ending(WriteData failed)");
-        return ZDV_DEVICE_ERROR;
-    }
-    Trace.Verbose(L"ObjectClose");
-    ObjectClose(FC);
-    Trace.Ending();
-    return ZDV_SUCCESS;
 }
