@@ -56,7 +56,7 @@ bool AreaObject::ConvertLabelToDateAndId(const std::wstring& sLabel, std::int64_
 std::wstring AreaObject::GetLabel() const
 {
     const FunctionTrace Trace = FunctionTrace::Started(L"AreaObject::GetLabel");
-    std::wstring sLabel(ERROR_LABEL); // what it stays when it cannot be made
+    std::wstring sLabel(ERROR_LABEL); // kept if there is no other
     ConvertDateAndIdToLabel(m_tDate, m_uiObjectId, sLabel);
     Trace.Text(L"sLabel", sLabel);
     Trace.Ending();

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-// The objects of one backup. Made for one call, on the device's libcurl handle. A call that fails leaves why
+// The objects of one backup. Made for one call, on the device's libcurl handle. A call that fails says why
 // in the two error fields.
 class AreaObjectMgr
 {

@@ -49,8 +49,8 @@ bool QueryVersions(FtpContext& FC, const FunctionTrace& Trace, const std::wstrin
     return true;
 }
 
-// Traces a date as people read it, at sPlace and as sBackupTime. False if the date has no text: then sReason is stored
-// and sFailure traced.
+// Traces a date in readable form, at sPlace under the name sBackupTime. False if the date has no such form: then
+// sReason is stored and sFailure traced.
 bool TraceDate(FtpContext& FC, const FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPlace,
                const wchar_t* sReason, const wchar_t* sFailure)
 {

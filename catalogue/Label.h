@@ -20,17 +20,16 @@ inline constexpr const wchar_t* LABEL_DATE_PATTERN = L"%Y%m%d%H%M%S";
 inline constexpr std::wstring_view ERROR_LABEL = L"ZELT_ERROR";
 static_assert(ERROR_LABEL.starts_with(LABEL_PREFIX));
 
-// A date (seconds since 1970) in local time, by a pattern of wcsftime that gives at most 20 characters. On
-// failure traces the error number under the function's ending, and sText stays as it was.
+// A date (seconds since 1970) in local time, by a pattern of wcsftime that gives at most 20 characters. On failure
+// the error number is traced under the function's ending, and sText is unchanged.
 bool FormatLocalTime(const quorvel::FunctionTrace& Trace, std::int64_t tDate, const wchar_t* sPattern,
                      std::wstring& sText);
 
-// The date in the first fourteen characters of sRemainder, as the run time makes it of them: month 13 is
-// January of the next year, and a date that cannot be represented is -1. Listings rely on the label's form
-// alone.
+// The date in the first fourteen characters of sRemainder. Listings check only the form of a label, so any digits come
+// here: month 13 is January of the next year, and a date that cannot be represented is -1.
 std::int64_t ParseLabelDate(const std::wstring& sRemainder, const quorvel::FunctionTrace& Trace);
 
-// The label without its prefix. False, traced, when the label is not LABEL_PREFIX and uiRemainder more
-// characters, each a digit or (if allowed) a point.
+// The label without its prefix. False, and traced, unless the label is LABEL_PREFIX and uiRemainder more characters,
+// each of them a digit or (if allowed) a point.
 bool SplitLabel(const std::wstring& sLabel, std::size_t uiRemainder, bool bPointAllowed,
                 const quorvel::FunctionTrace& Trace, std::wstring& sRemainder);

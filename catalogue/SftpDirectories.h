@@ -24,6 +24,6 @@ private:
     CURLcode m_enResult = CURLE_OK;
 };
 
-// The directories to make for a URL, outermost first, as an SFTP server is to be given them: from its top
-// directory, or relative to the login directory for a path that begins with "~/".
+// The directories to make for a URL, outermost first, in the form that an SFTP server needs: from its top directory,
+// or relative to the login directory if the path begins with "~/".
 std::vector<std::string> DirectoriesOf(const std::wstring& sURL);

@@ -45,7 +45,7 @@ bool Version::ConvertDateToString(std::int64_t tDate, std::wstring& sText)
 std::wstring Version::GetLabel() const
 {
     const FunctionTrace Trace = FunctionTrace::Started(L"Version::GetLabel");
-    std::wstring sLabel(ERROR_LABEL); // what it stays when it cannot be made
+    std::wstring sLabel(ERROR_LABEL); // kept if there is no other
     ConvertDateToLabel(m_tDate, sLabel);
     Trace.Text(L"sLabel", sLabel);
     Trace.Ending();

@@ -10,7 +10,7 @@
 #include <vector>
 
 // The backups under the root: lists them, and makes the directory of a new one. Made for one call, on the
-// device's libcurl handle. A call that fails leaves why in the two error fields.
+// device's libcurl handle. A call that fails says why in the two error fields.
 class VersionMgr
 {
 public:

@@ -15,7 +15,7 @@ std::uint32_t EnvironmentCode();
 // The folder of the host process's executable, without a trailing separator (the fallback has one).
 std::wstring ProgramFolder();
 
-// The product's settings, which lie there.
+// The product's settings file, which is in that folder.
 std::wstring SettingsFile();
 
 } // namespace quorvel

@@ -12,7 +12,7 @@ inline constexpr const wchar_t* ENDING = L"... ending";
 
 // The trace log seen from one function: writes lines under that function's name, or under that of a place in it,
 // such as "ZDV_Position : .. ending". Never throws, so that tracing is safe in destructors, worker threads and
-// callbacks: a line that there is no memory for is lost, like one that there is no file for.
+// callbacks: if there is no memory or no file for a line, the line is lost.
 class FunctionTrace
 {
 public:
@@ -111,7 +111,7 @@ private:
         }
         catch (const std::exception&)
         {
-            return; // there is nowhere else to tell it
+            return; // there is nowhere to report it
         }
     }
 

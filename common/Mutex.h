@@ -4,8 +4,8 @@
 
 namespace quorvel {
 
-// A try-capable lock on the system's own primitive. std::mutex would bring in a thread library that leaks
-// a TLS index each time a host loads and unloads the module.
+// A lock of the system's own. std::mutex would bring in a thread library that leaks a TLS index each time a host
+// loads and unloads the module.
 class Mutex
 {
 public:

@@ -4,7 +4,7 @@
 
 namespace quorvel {
 
-// Calls a function when its scope ends, whichever way.
+// Calls a function when its scope ends, also by an exception.
 template <typename Function> class ScopeExit
 {
 public:

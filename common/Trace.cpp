@@ -105,7 +105,7 @@ CTrace::CTrace() : m_uiLevelMask(7), m_sFileName(L"ZDV_FTP_trace.log"), m_sLevel
     m_Stream.imbue(std::locale(std::locale::classic(), new std::codecvt_utf8_utf16<wchar_t>));
     m_sFilePath = CTrace::LogFolder() + L"\\" + m_sFileName;
     KeepPreviousFile();
-    // Set last: the place of "trace.ini" depends on it, the folder of the log must not.
+    // Set last: the folder of the log must not depend on it, but that of "trace.ini" does.
     m_uiEnvironment = EnvironmentCode();
 }
 

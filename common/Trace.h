@@ -3,8 +3,8 @@
 //   [2024-05-01 09:03:07.045]:01fc:[V]: ZDV_Position : starting ...
 //   [2024-05-01 09:03:07.046]:01fc:[V]: ZDV_Position : iBlocks = -1
 //
-// Each load of the DLL begins a new file; the one before it is kept once as ".old". The file is opened and closed for
-// every line, so nothing is lost when the process dies and anybody may read, copy or delete it at any time.
+// Each load of the DLL begins a new file and keeps the previous one as ".old". The file is opened and closed for every
+// line: nothing is lost when the process dies, and anybody may read, copy or delete the file at any time.
 #pragma once
 
 #include "common/Mutex.h"
@@ -25,8 +25,7 @@ enum class Level : std::uint32_t
     Verbose = 8
 };
 
-// Fixed by the interface: the order of the virtual operations. Those that this module does not call keep their
-// places.
+// Fixed by the interface: the order of the virtual operations, with those that this module does not call.
 class CTrace
 {
 public:
@@ -83,8 +82,8 @@ public:
     virtual void DateTime(Level enLevel, const wchar_t* pFunction, const wchar_t* pName,
                           const SYSTEMTIME& Value);
 
-    // False when a thread has been ended in the middle of a line, as happens to a host's other threads at the
-    // end of its process: the next line would wait for ever.
+    // False if a thread was killed in the middle of a line, as a host's other threads are at the end of its process:
+    // the next line would then wait for ever.
     bool CanWrite();
     bool IsEnabled(Level enLevel) const { return (m_uiLevelMask & static_cast<std::uint32_t>(enLevel)) != 0; }
 

@@ -9,15 +9,14 @@
 #include <string>
 #include <type_traits>
 
-// Where the code of a refused option is traced, and under which name. Without a place it is not traced.
+// Where a refused option's code is traced, and under which name. Without a place it is not traced.
 struct RefusalTrace
 {
     const wchar_t* sPlace = nullptr;
     const wchar_t* sName = L"enCurlRc";
 };
 
-// libcurl calls on one handle, in the order in which they are written. The first that fails is the last: those
-// after it are neither made nor traced.
+// A sequence of libcurl calls on one handle. After the first that fails, none is made or traced.
 class CurlCalls
 {
 public:

@@ -13,13 +13,13 @@ struct Failure
     const wchar_t* sDetail = L""; // added at the end
 };
 
-// What the exception being handled is stored as. For catch blocks only.
+// The exception being handled, as a failure. For catch blocks only.
 Failure ExceptionFailure() noexcept;
 
 // The failure's text, as far as there is memory for it.
 void Describe(const Failure& Reason, std::wstring& sText) noexcept;
 
-// Sets both fields of a device or a catalogue manager. The caller owns them: device/LastError.h says when.
+// Sets both fields of a device or a catalogue manager. Only for their owner: device/LastError.h says who that is.
 template <typename Holder> void StoreFailure(Holder& holder, const Failure& Reason) noexcept
 {
     holder.m_dwLastError = Reason.dwLastError;

@@ -6,9 +6,9 @@ namespace {
 
 bool IsConnected(const FtpContext& FC) { return FC.m_bSendData || FC.m_bGetData; }
 
-// Whether the answer is the failure of the host's own call: while a worker runs the fields are its own, and later they
-// may be empty.
-bool HostErrorIsTold(const FtpContext& FC)
+// Whether the host gets the failure of its own call: while a worker runs, the two fields are the worker's, and after
+// that they may be empty.
+bool ReportsHostError(const FtpContext& FC)
 {
     return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_HostError.dwCode != ERROR_SUCCESS);
 }
@@ -48,10 +48,10 @@ void StoreHostFailure(FtpContext& FC, const Failure& Reason) noexcept
 
 std::uint32_t LastErrorCode(const FtpContext& FC)
 {
-    return HostErrorIsTold(FC) ? FC.m_HostError.dwCode : FC.m_dwLastError;
+    return ReportsHostError(FC) ? FC.m_HostError.dwCode : FC.m_dwLastError;
 }
 
 std::wstring LastErrorText(const FtpContext& FC)
 {
-    return HostErrorIsTold(FC) ? FC.m_HostError.sText : FC.m_sLastError;
+    return ReportsHostError(FC) ? FC.m_HostError.sText : FC.m_sLastError;
 }

@@ -1,18 +1,18 @@
-// Who may touch m_dwLastError and m_sLastError. From the moment a transfer is connected until its worker has
-// ended they are the worker's; before and after they are the host thread's. A worker that does not connect
-// stores why while the host waits for it, unless the host has given up first (see StoreWorkerFailure).
+// Who may touch m_dwLastError and m_sLastError. They are the worker's from the moment a transfer is connected until its
+// worker has ended; before and after that they are the host thread's. A worker that does not connect stores why while
+// the host waits for it, unless the host has given up first (see StoreWorkerFailure).
 #pragma once
 
 #include "device/Failure.h"
 #include "interface/FtpContext.h"
 
-// Whether a worker runs that was connected: then both fields are its own.
+// Whether a connected worker runs: then both fields are its own.
 bool WorkerRuns(const FtpContext& FC);
 
-// Forget the last failure, but not one of a transfer that is connected: it is kept for the host to fetch.
+// Forgets the last failure, but not that of a connected transfer: the host may still fetch it.
 void ClearLastError(FtpContext& FC);
 
-// Take the failure out of both fields, and put it back. Neither needs memory.
+// Take the failure out of both fields, and put it back. Both work without free memory.
 LastError TakeLastError(FtpContext& FC) noexcept;
 void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept;
 

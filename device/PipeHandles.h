@@ -6,8 +6,8 @@
 #include <windows.h>
 
 // Close one end of a transfer pipe, if it is open, and trace sText. The member becomes INVALID_HANDLE_VALUE before the
-// handle is closed: by that value the thread at the other end, whose call then fails, knows that the close was meant.
-// Closing a server end first waits until the worker has taken what was written to it, unless hWorker has ended.
+// handle is closed: the thread at the other end, whose call then fails, sees by it that the close was intended.
+// A server end is closed once the worker has taken what was written to it, or has ended.
 void CloseServerEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText,
                     HANDLE hWorker);
 void CloseClientEnd(std::atomic<HANDLE>& hPipe, const quorvel::FunctionTrace& Trace, const wchar_t* sText);

@@ -56,5 +56,5 @@ std::int64_t ParseBackupTime(const std::string& sText)
     const std::int64_t tTime = _mktime64(&Time);
     Trace.Number(L"tTime", tTime);
     Trace.Ending();
-    return std::max(tTime, BEFORE_EVERY_BACKUP); // what the run time cannot represent is not "the latest"
+    return std::max(tTime, BEFORE_EVERY_BACKUP); // 1970 and earlier is not "the latest"
 }

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 
-// Seconds since 1970 for a local date and time "dd/mm/yyyy hh:mm:ss". An empty text gives 0, "the latest".
-// A text that is no date gives a time before every backup: what was asked for cannot be found, and must not
-// silently become the latest.
+// Seconds since 1970 for a local date and time "dd/mm/yyyy hh:mm:ss". An empty text gives 0, which means the latest
+// backup. Any other text gives a time before every backup: a mistyped date must find none, and not the latest.
 std::int64_t ParseBackupTime(const std::string& sText);

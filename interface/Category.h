@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <iterator>
 
-// The row of a table by its uiCategory; null for a category that is not in it.
+// The table's row for a category; null if there is none.
 template <typename Row, std::size_t uiRows, typename Category>
 const Row* FindCategory(const Row (&aTable)[uiRows], Category uiCategory)
 {
@@ -15,5 +15,5 @@ const Row* FindCategory(const Row (&aTable)[uiRows], Category uiCategory)
     return pRow != std::end(aTable) ? pRow : nullptr;
 }
 
-// The one answer to a category that the export of this trace does not know.
+// How every export answers a category that it does not know. Caller is the export's trace.
 ZDV_STATUS InvalidCategory(const quorvel::FunctionTrace& Caller, std::uint32_t uiCategory);

@@ -32,7 +32,7 @@ enum class Set
     Text
 };
 
-// How a value is traced: the password never, also where a user has typed it as a part of something else.
+// How a value is traced. Users type passwords into servers and roots, too: there they are masked.
 enum class Shown
 {
     Masked,
@@ -67,8 +67,8 @@ constexpr DeviceOption OPTIONS[] = {
     {ZDV_FTP_PASSWORD, L"ZDV_FTP_PASSWORD", Get::Refused, Set::Text, Shown::Never, &FtpContext::m_sPassword},
 };
 
-// What the narrow and the wide functions do differently, by the type of the host's buffer. A size is in bytes
-// for strings, but in characters for the computer name: fixed by the interface.
+// What the narrow and the wide functions do differently, by the type of the host's buffer. Fixed by the interface: a
+// wide string's size is in bytes, but that of the computer name in characters.
 std::size_t Characters(const char*, std::uint32_t uiSize) { return uiSize; }
 std::size_t Characters(const wchar_t*, std::uint32_t uiSize) { return uiSize / sizeof(wchar_t); }
 
@@ -124,7 +124,8 @@ ZDV_STATUS CopyOption(const FtpContext& FC, const FunctionTrace& Trace, Get enGe
     return ZDV_SUCCESS;
 }
 
-// The string just written; but a server that was typed with a password may have been cut in the middle of it.
+// Traces the string just written. A server that was typed with a password is traced whole and masked instead: what was
+// written may be cut before the "@" by which a password is recognised.
 template <typename Char>
 void TraceString(const FtpContext& FC, const FunctionTrace& Trace, Get enGet, const Char* pOptions)
 {

@@ -28,7 +28,7 @@ void Detach()
     Trace.Ending();
 }
 
-// Gives back what the linked-in libraries keep until the end of a process, which is not this module's end.
+// Frees what the linked libraries keep until the process ends: the module may be unloaded long before.
 void ReleaseLibraries()
 {
     OPENSSL_cleanup();

@@ -49,7 +49,7 @@ struct Answer
     bool bEnding;
 };
 
-// The entry of every export that takes a handle. body(FtpContext&, const FunctionTrace&) runs unless the handle is null.
+// The entry of every export that takes a handle. body(FtpContext&, const FunctionTrace&) runs only with a device.
 template <typename Body>
 ZDV_STATUS WithDevice(ZDV_HANDLE handle, const Export& Names, const Body& body) noexcept
 {

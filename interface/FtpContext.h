@@ -29,8 +29,8 @@ struct LastError
     std::wstring sText;
 };
 
-// One open device. Its address is the host's handle. stream/Transfer.h says what the worker thread of
-// a transfer may touch, and what orders the two threads.
+// One open device. Its address is the host's handle. stream/Transfer.h says what a transfer's worker thread may
+// touch, and what orders the two threads.
 class FtpContext
 {
 public:
@@ -71,7 +71,7 @@ public:
     std::uint32_t m_dwLastError = 0;          // a Windows error number or a libcurl result code
     std::wstring m_sLastError;
     std::atomic<Meeting> m_enMeeting = Meeting::None;
-    HANDLE m_hHostThread = nullptr; // the thread that waits for its worker, so that the worker can call it
-    bool m_bFailureTold = false;    // a write has answered with the failure of the upload that runs
-    LastError m_HostError;          // what the host's thread has to tell while a worker has the fields above
+    HANDLE m_hHostThread = nullptr;  // the thread that waits for its worker, which may have to wake it
+    bool m_bFailureReported = false; // a write has already answered with the running upload's failure
+    LastError m_HostError; // the failure of the host's own call, while the two fields are the worker's
 };

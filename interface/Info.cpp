@@ -49,7 +49,7 @@ ZDV_STATUS GetInfo(const Export& Names, ZDV_HANDLE handle, std::uint32_t uiCateg
     });
 }
 
-// What the host hands over is read up to its terminating zero, and never beyond uiSize characters.
+// The host's text: up to its terminating zero, but at most uiSize characters.
 std::string GivenText(const char* pBuffer, std::uint32_t uiSize)
 {
     return std::string(pBuffer, strnlen(pBuffer, uiSize));

@@ -13,7 +13,7 @@ class Module
 {
     std::unique_ptr<std::remove_pointer_t<HMODULE>, decltype(&FreeLibrary)> m_hLibrary;
 
-    // It takes the type of the pointer it is stored in.
+    // Converts to the type of the pointer that it is stored in.
     struct Address
     {
         FARPROC pFunction;
@@ -32,7 +32,7 @@ class Module
     }
 
 public:
-    // Unloads the library in the end. Throws std::runtime_error when a function is missing, or the library is.
+    // Owns the library. Throws std::runtime_error if the library or a function is missing.
     explicit Module(HMODULE hLibrary) : m_hLibrary(hLibrary, FreeLibrary) {}
 
     decltype(&ZDV_Open) Open = Export("ZDV_O");

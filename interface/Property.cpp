@@ -55,7 +55,7 @@ ZDV_STATUS Refused(const FunctionTrace& Trace)
     return ZDV_FUNCTION_NOT_SUPPORTED;
 }
 
-// The ways to refuse end in one status; the trace tells them apart.
+// All refusals have the same status. Only the trace tells them apart.
 ZDV_STATUS StoreProperty(FtpContext& FC, const FunctionTrace& Trace, std::uint32_t uiCategory,
                          std::uint32_t uiParam)
 {

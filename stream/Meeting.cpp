@@ -2,14 +2,14 @@
 
 namespace {
 
-constexpr DWORD LOOK_STEP = 5000;      // milliseconds until the host is looked at again
+constexpr DWORD LOOK_STEP = 5000; // milliseconds until a worker looks again whether its host has given up
 constexpr DWORD CONNECT_LIMIT = 30000; // milliseconds that a worker looks for its host among strangers
 
 SRWLOCK g_StateLock = SRWLOCK_INIT;
 CONDITION_VARIABLE g_StateChanged = CONDITION_VARIABLE_INIT;
 
-// The only writer of the state. False when it is no longer enFrom. Wakes a worker that waits for the host. Without the
-// lock the worker could look at the state just before the change, and fall asleep just after it.
+// The only writer of the state. False if the state is no longer enFrom. Wakes a worker that waits for the host. Without
+// the lock the worker could look at the state just before the change and fall asleep just after it.
 bool MoveTo(FtpContext& FC, Meeting enFrom, Meeting enTo)
 {
     if (!FC.m_enMeeting.compare_exchange_strong(enFrom, enTo))
@@ -27,14 +27,14 @@ bool IsThisProcess(BOOL(WINAPI* askPipe)(HANDLE, PULONG), HANDLE hPipe)
     return askPipe(hPipe, &ulProcess) && ulProcess == GetCurrentProcessId();
 }
 
-// Only an open pipe shows whose it is. If it is a stranger's, he gets no identity to act with.
+// A pipe must be open before it shows whose it is. A stranger who owns it gets no identity to act with.
 HANDLE OpenPipe(const TransferDirection& Direction)
 {
     return CreateFileW(Direction.sPipeName, Direction.dwClientAccess, 0, nullptr, OPEN_EXISTING,
                        SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS, nullptr);
 }
 
-// Waits until the host has said whether it takes the client that has just connected for its worker.
+// Waits until the host has accepted or turned away the client that has just connected. True if it is accepted.
 bool IsWelcome(const FtpContext& FC, ULONGLONG ullLimit)
 {
     AcquireSRWLockExclusive(&g_StateLock);
@@ -79,7 +79,7 @@ bool GiveUp(FtpContext& FC)
 {
     if (MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByHost))
         return true;
-    // The worker calls this thread until it sees this state.
+    // The worker wakes this thread again and again until it sees this state.
     MoveTo(FC, Meeting::GivenUpByWorker, Meeting::GivenUpByHost);
     WaitForSingleObject(FC.m_hThread, INFINITE);
     return false;
@@ -112,8 +112,8 @@ HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction)
 void LeaveHost(FtpContext& FC)
 {
     MoveTo(FC, Meeting::Awaited, Meeting::GivenUpByWorker);
-    // More than once: the host's thread may not be inside ConnectNamedPipe yet. No other call of it is cancelled, since
-    // it does nothing else until it has seen this state.
+    // Repeated, because the host's thread may not be inside ConnectNamedPipe yet. No other call of that thread can be
+    // cancelled: it makes none until it has seen this state.
     while (FC.m_enMeeting == Meeting::GivenUpByWorker)
     {
         CancelSynchronousIo(FC.m_hHostThread);

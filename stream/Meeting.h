@@ -1,5 +1,4 @@
-// How the two threads of a transfer meet at its pipe, and how either gives the other up. FtpContext::m_enMeeting says
-// how far they are:
+// How the two threads of a transfer meet at its pipe, or give up. FtpContext::m_enMeeting says how far they are:
 //
 //   None ─BeginMeeting (host)─▶ Awaited ─┬─AwaitClient (host)───▶ Made
 //                                        ├─GiveUp (host)────────▶ GivenUpByHost
@@ -15,22 +14,21 @@
 void BeginMeeting(FtpContext& FC);
 void EndMeeting(FtpContext& FC);
 
-// A new pipe can be opened at once, but a client that is there before ConnectNamedPipe makes that call fail.
-// A disconnected one cannot be opened until the host's thread is inside ConnectNamedPipe. Only a pipe that
-// had a client can be disconnected on every system, so it gets one for a moment.
+// ConnectNamedPipe fails if a client has opened the new pipe before. A disconnected pipe cannot be opened until the
+// host's thread is inside that call. Some systems disconnect a pipe only after it had a client, so this opens it first.
 void HoldClientsBack(HANDLE hServer, const TransferDirection& Direction);
 
-// Lets clients in until the worker is there. ERROR_SUCCESS, or why it is not.
+// Waits for the worker, and turns other clients away. ERROR_SUCCESS, or why the worker has not come.
 DWORD AwaitClient(FtpContext& FC, HANDLE hServer);
 
-// The host waits no longer. False when the worker has given up before: then it has ended, and has stored why.
+// The host stops waiting. False if the worker has given up first: it has then ended, and stored why.
 bool GiveUp(FtpContext& FC);
 
 // Opens the host's pipe, once the host waits in ConnectNamedPipe. ERROR_PIPE_BUSY: a stranger has it open, or owns a
 // pipe of that name.
 HANDLE OpenClientEnd(const FtpContext& FC, const TransferDirection& Direction);
 
-// The worker is about to end: releases a host's thread that still waits for it.
+// The worker is about to end: wakes a host's thread that still waits for it.
 void LeaveHost(FtpContext& FC);
 
 // Stores why a worker has failed, unless the host has given it up: then the error fields are the host's.

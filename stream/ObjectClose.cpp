@@ -14,6 +14,6 @@ void ObjectClose(FtpContext& FC)
     FC.m_uiCurrentBlock = 0;
     FC.m_ullBytesRead = 0;
     FC.m_ullBytesWritten = 0;
-    FC.m_bWriting = FC.m_bFailureTold = false;
+    FC.m_bWriting = FC.m_bFailureReported = false;
     Trace.Ending();
 }

@@ -7,8 +7,8 @@
 
 class FtpContext;
 
-// Move dwBytes through one end, in as many calls as that takes, and add them to the count. False at the first
-// call that fails, with its error in GetLastError.
+// Move dwBytes through one end of a pipe, in as many calls as that takes, and add them to the count. False at the
+// first call that fails; GetLastError says why.
 bool ReadPipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, char* pBuffer, DWORD dwBytes,
               std::uint64_t& ullBytesRead);
 bool WritePipe(const quorvel::FunctionTrace& Trace, HANDLE hPipe, const char* pData, DWORD dwBytes,

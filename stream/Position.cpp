@@ -36,15 +36,15 @@ ZDV_STATUS EndOfRecordedMedia(FtpContext& FC, const FunctionTrace& Trace, std::i
     return uiRc;
 }
 
-// Reads the blocks and throws them away; only a filemark stops it early. If the first read ends an upload that has
-// failed, the host must hear of that failure, although the later reads forget it.
+// Reads the blocks and throws them away. Only a filemark stops it early. The first read may end an upload that has
+// failed. The later reads would clear that failure, so it is kept for the host.
 ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBlocks)
 {
     Trace.Number(L"iBlocks", iBlocks);
     if (iBlocks < 0)
         return ZDV_FUNCTION_NOT_SUPPORTED;
     std::vector<char> aScratch(ZDV_BLOCK_SIZE);
-    const bool bUpload = FC.m_bSendData && !FC.m_bFailureTold;
+    const bool bUpload = FC.m_bSendData && !FC.m_bFailureReported;
     const std::uint32_t uiObject = FC.m_uiCurrentObject; // kept by a read that ends a failed upload
     LastError EndedUpload;
     ZDV_STATUS uiRc = ZDV_SUCCESS;
@@ -52,7 +52,7 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
     {
         Trace.Verbose(L"ReadData");
         uiRc = ReadData(&FC, 1, aScratch.data());
-        // On top of what the read itself counts, also when no block was there: fixed by the interface.
+        // Fixed by the interface: once more than the read has counted, also if it found no block.
         ++FC.m_uiCurrentBlock;
         if (i == 0 && bUpload && !FC.m_bSendData && FC.m_uiCurrentObject == uiObject)
             EndedUpload = TakeLastError(FC);
@@ -63,8 +63,8 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
     return uiRc;
 }
 
-// How much the object number changes for iBlocks filemarks. In the data of an object the first filemark forward is that
-// object's own, and just past a filemark the first one backward is that filemark.
+// How much the object number changes for iBlocks filemarks. Passing the filemark of the current object does not change
+// it, neither forward from the object's data nor backward from just past the filemark.
 std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
 {
     if (iBlocks > 0 && !bAtFileMark)
@@ -74,7 +74,7 @@ std::int32_t ObjectsPassed(bool bAtFileMark, std::int32_t iBlocks)
     return iBlocks;
 }
 
-// The position may leave the recorded objects at either end: the next read then says so.
+// The position may leave the recorded objects at either end. The next read then says so.
 ZDV_STATUS SpaceFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t iBlocks)
 {
     Trace.At(L"ZDV_Position(ZDV_SP_FFM)").Verbose(L"ObjectClose");
@@ -85,7 +85,7 @@ ZDV_STATUS SpaceFilemarks(FtpContext& FC, const FunctionTrace& Trace, std::int32
     FC.m_uiCurrentObject += static_cast<std::uint32_t>(iObjects);
     Trace.Number(L"iBlocks", iObjects);
     Trace.Number(L"pFC->m_uiCurrentObject", FC.m_uiCurrentObject);
-    // A request forward ends just past a filemark, one backward just before it, even if no object was passed.
+    // Forward ends just past a filemark, backward just before one, even if no object was passed.
     FC.m_bFileMarkPending = iBlocks < 0;
     FC.m_bAtFileMark = iBlocks >= 0;
     return ZDV_SUCCESS;

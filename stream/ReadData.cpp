@@ -36,10 +36,10 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
     }
     if (FC.m_bWriting)
     {
-        const bool bFailureTold = FC.m_bFailureTold;
+        const bool bFailureReported = FC.m_bFailureReported;
         ObjectClose(FC);
-        // If the upload that this has ended has failed, the host must hear of it before it is forgotten, but only once.
-        if (FC.m_dwLastError != ERROR_SUCCESS && !bFailureTold)
+        // This has ended an upload. If it failed, the host must learn that here, unless a write has said so.
+        if (FC.m_dwLastError != ERROR_SUCCESS && !bFailureReported)
             return Ended(Trace, ZDV_DEVICE_ERROR);
         ClearLastError(FC);
     }
@@ -48,7 +48,7 @@ ZDV_STATUS StartNextObject(FtpContext& FC, const FunctionTrace& Trace)
     return StartTransfer(FC, DOWNLOAD);
 }
 
-// The pipe has no more data, or failed. What is left of the request stays unfilled.
+// The pipe has ended or failed. The rest of the host's buffer stays as it was.
 ZDV_STATUS DownloadReadFailed(FtpContext& FC, const FunctionTrace& Trace)
 {
     const DWORD dwLastError = GetLastError();
@@ -68,7 +68,7 @@ ZDV_STATUS DownloadReadFailed(FtpContext& FC, const FunctionTrace& Trace)
     return ZDV_FILEMARK_REACHED;
 }
 
-// A header is taken as read in full after one read, however much of it that returned: fixed by the interface.
+// Fixed by the interface: one read counts as the whole header, however much of it that read has returned.
 void ApplyHeaderRule(FtpContext& FC, const FunctionTrace& Trace)
 {
     const bool bVolumeHeader = FC.m_uiCurrentObject == 1;

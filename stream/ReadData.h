@@ -3,5 +3,5 @@
 #include "interface/FtpContext.h"
 #include "interface/zdv.h"
 
-// Reads uiCount blocks, starting the next object first when none is being read.
+// Reads uiCount blocks. Starts the next object first if none is being read.
 ZDV_STATUS ReadData(FtpContext* pFC, unsigned uiCount, void* buffer);

@@ -13,7 +13,7 @@ ZDV_STATUS ResetMedia(FtpContext& FC)
     Trace.Verbose(L"ObjectClose");
     const bool bUpload = FC.m_bSendData;
     ObjectClose(FC);
-    // After a failed upload the query fails, too. The reason that the host needs is the upload's.
+    // After a failed upload the query fails, too, but the host needs the upload's reason.
     const bool bUploadFailed = bUpload && FC.m_dwLastError != ERROR_SUCCESS;
     LastError EndedUpload = bUploadFailed ? TakeLastError(FC) : LastError();
     Trace.Verbose(L"FtpContext::Reset");

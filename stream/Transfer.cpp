@@ -65,7 +65,7 @@ constexpr DWORD WAIT_STEP = 5000; // milliseconds
 bool SetObjectUrl(FtpContext& FC, const FunctionTrace& Trace)
 {
     CurlCalls Calls(FC.m_pCurl, Trace);
-    // Objects without a label of their own would all share one file.
+    // Objects without a label would all share one file.
     if (FC.m_AreaObjectList[FC.m_uiCurrentObject - 1].m_uiObjectId >= AreaObject::FIRST_ID_WITHOUT_LABEL)
     {
         StoreFailure(FC, {ERROR_INVALID_PARAMETER, L"Invalid object id"});
@@ -103,10 +103,11 @@ DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     InitializeSecurityDescriptor(&Descriptor, SECURITY_DESCRIPTOR_REVISION);
     SetSecurityDescriptorDacl(&Descriptor, TRUE, nullptr, FALSE);
 
-    const HANDLE hServer = CreateNamedPipeW(Direction.sPipeName, Direction.dwServerMode,
-                                            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT |
-                                                PIPE_REJECT_REMOTE_CLIENTS, // their process is what they say
-                                            1, ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
+    const HANDLE hServer =
+        CreateNamedPipeW(Direction.sPipeName, Direction.dwServerMode,
+                         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT |
+                             PIPE_REJECT_REMOTE_CLIENTS, // they choose the process number that is seen here
+                         1, ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
     const DWORD dwLastError = hServer != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : GetLastError();
     FC.*Direction.hServer = hServer;
     FC.*Direction.hClient = INVALID_HANDLE_VALUE;
@@ -115,7 +116,7 @@ DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     return dwLastError;
 }
 
-// Starts the worker and waits for it. ERROR_SUCCESS, or why it is not there.
+// Starts the worker and waits for it. ERROR_SUCCESS, or why it has not come.
 DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     const HANDLE hServer = FC.*Direction.hServer;
@@ -124,13 +125,13 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-// False with the last error set. The pipe and the thread are then left to EndTransfers. Three calls fail with the one
-// text sCouldNotConnect: DuplicateHandle, CreateThread and ConnectNamedPipe. The number is the system's. A worker that
-// fails first stores its own text.
+// False with the last error set. The pipe and the thread are then left to EndTransfers. If DuplicateHandle,
+// CreateThread or ConnectNamedPipe fails, the text is sCouldNotConnect and the number the system's. A worker that fails
+// first stores its own.
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     BeginMeeting(FC);
-    // Made before the worker, which needs it to call this thread out of ConnectNamedPipe.
+    // Made before the worker, which needs it to wake this thread from ConnectNamedPipe.
     const bool bCallable = DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(),
                                            &FC.m_hHostThread, THREAD_TERMINATE, FALSE, 0) != FALSE;
     const DWORD dwLastError = bCallable ? MeetWorker(FC, Direction) : GetLastError();
@@ -171,7 +172,7 @@ void EndTransfer(FtpContext& FC, const TransferDirection& Direction)
     CloseServerEnd(FC.*Direction.hServer, Trace, Direction.sClosePipe, FC.m_hThread);
     if (FC.m_hThread != nullptr)
         AwaitWorker(FC, Trace, Direction);
-    // Not before: a worker that was never connected might open the pipe of the next owner.
+    // Only now: until it has ended, a worker that was never connected might open the pipe of the next owner.
     Release(FC, Direction);
     EndMeeting(FC);
 }

@@ -31,14 +31,13 @@ std::size_t UploadReadFailed(const FtpContext& FC, const FunctionTrace& Trace)
     {
         Trace.Number(L"pFC->m_ullBytesRead", FC.m_ullBytesRead);
         Trace.Information(L"... ending(EOF)");
-        return 0; // no buffer is full in part here: an object is whole blocks, and a block whole buffers
+        return 0; // nothing is lost: an object is whole blocks, and a block is whole buffers of libcurl
     }
     Trace.At(L"... ending(ReadFile failed)").Number(Level::Error, L"dwLastError", dwLastError);
     return ABORT_TRANSFER;
 }
 
-// libcurl wants data to send. Blocks until its whole buffer is filled, however many writes of the host that
-// takes.
+// libcurl wants data to send. Blocks until its buffer is full, however many writes of the host that takes.
 std::size_t ReadCallback(char* buffer, std::size_t size, std::size_t nitems, void* pUserData)
 {
     return GuardedCallback(L"ReadCallback", [&](const FunctionTrace& Trace) -> std::size_t {
@@ -85,7 +84,7 @@ std::size_t DownloadWriteFailed(const FtpContext& FC, const FunctionTrace& Trace
 {
     const DWORD dwLastError = GetLastError();
     const bool bClosed = FC.m_hDownloadRead == INVALID_HANDLE_VALUE;
-    // The host disconnects the pipe and then closes it. It is chance which of the two this call meets.
+    // The host disconnects the pipe and then closes it. Either may be what this call finds.
     if (bClosed && (dwLastError == ERROR_NO_DATA || dwLastError == ERROR_PIPE_NOT_CONNECTED))
     {
         Trace.Information(L"Download->Read pipe handle closed");
@@ -96,7 +95,7 @@ std::size_t DownloadWriteFailed(const FtpContext& FC, const FunctionTrace& Trace
         Trace.At(L"... ending(WriteFile failed)").Number(Level::Error, L"dwLastError", dwLastError);
         return ABORT_TRANSFER;
     }
-    // The host holds its end open: the object goes on, without this piece.
+    // Fixed by the interface: while the host's end is open, the object goes on without this piece.
     Trace.Error(L"WriteFile failed(No Data)");
     return uiSize;
 }
@@ -154,7 +153,7 @@ CURLcode PerformDownload(CURL* pCurl, const FunctionTrace& Trace, const FtpConte
     CURLcode enCurlRc = PerformChecked(pCurl);
     if (enCurlRc == CURLE_WRITE_ERROR && FC.m_hDownloadRead == INVALID_HANDLE_VALUE)
     {
-        // The host closed the object before its end: a filemark skipped, a repositioning.
+        // The host has closed the object before its end, to skip a filemark or to position the tape.
         Trace.Verbose(L"Download->Read pipe closed before Download->Write pipe finished");
         enCurlRc = CURLE_OK;
     }
@@ -201,7 +200,8 @@ bool HasSession(FtpContext* pFC, const FunctionTrace& Trace)
 DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDirection& Direction,
                   LibcurlCalls transfer)
 {
-    CURL* const pCurl = pFC->m_pCurl; // taken before the host is let go: it may make the device ready again
+    CURL* const pCurl =
+        pFC->m_pCurl; // read while the host still waits: later it may make the device ready again
     const HANDLE hClient = OpenClientEnd(*pFC, Direction);
     if (hClient == INVALID_HANDLE_VALUE)
     {
@@ -223,8 +223,8 @@ DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDir
     return 0;
 }
 
-// PipeEnd closes the worker's end of the pipe whichever way the thread ends, and after everything else: to the host
-// this is the worker's last act.
+// PipeEnd closes the worker's end of the pipe however the thread ends, and after all other work: to the host this is
+// the end of the transfer.
 template <typename PipeEnd>
 DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCalls transfer)
 {

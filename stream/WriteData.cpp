@@ -20,8 +20,8 @@ ZDV_STATUS StartVersion(FtpContext& FC, const FunctionTrace& Trace)
 {
     Trace.Information(L"Writing Volume Header so start new version");
     FC.m_tLatestVersion = _time64(nullptr);
-    // Set before the server is asked: a host that writes on after a failure must not find an older version, and
-    // overwrite its objects.
+    // Set before the server is asked: a host that goes on writing after a failure would otherwise overwrite the objects
+    // of an older version.
     FC.m_CurrentVersion = Version(FC.m_tLatestVersion);
     FC.m_AreaObjectList.clear();
     VersionMgr Manager(FC.m_pCurl, FC.m_sProtocol);
@@ -75,9 +75,9 @@ ZDV_STATUS UploadWriteFailed(FtpContext& FC, const FunctionTrace& Trace)
     const DWORD dwLastError = GetLastError();
     if (PipeHasEnded(dwLastError) && FC.m_hUploadRead == INVALID_HANDLE_VALUE)
     {
-        // Closing its end was the worker's last act. Once its thread has ended, the last error is the host's.
+        // The worker has closed its end, and does nothing after that. Once it has ended, the last error is the host's.
         WaitForSingleObject(FC.m_hThread, INFINITE);
-        FC.m_bFailureTold = true;
+        FC.m_bFailureReported = true;
     }
     else
         StoreHostFailure(FC, {dwLastError, L"WriteFile failed"});

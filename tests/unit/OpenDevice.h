@@ -3,7 +3,7 @@
 #include "interface/FtpContext.h"
 #include "interface/zdv.h"
 
-// A device without a server, and a look behind its handle.
+// A device without a server, and the context that its handle is the address of.
 class OpenDevice
 {
 public:

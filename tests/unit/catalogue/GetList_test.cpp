@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-TEST_F(HostList, ReceivesTheDatesBehindItsCurrentNodeOrItsLast)
+TEST_F(HostList, ReceivesTheDatesAfterItsCurrentOrLastNode)
 {
     Add({-1, T_2023, T_2024}); // the calendar has no -1
     EXPECT_THAT(Years(), ElementsAre(2023, 2024));

@@ -90,8 +90,8 @@ TEST(Label, IsMadeOfADateOfTheCalendarAndANumberUpTo999)
     EXPECT_LT(AreaObject(T_2024, 2), AreaObject(T_2023, 10)); // the date takes no part in the order
 }
 
-// In a zone of central Europe, which this program is started in: the run time follows the system's zone once its
-// own variable is gone. Hosts ask in standard time; labels show the clock.
+// This program is started in a time zone of central Europe. The run time uses it once the variable TZ is gone. Hosts
+// ask in standard time; labels show the clock.
 TEST(DaylightSaving, HasAnHourTwiceAndOneNever)
 {
     _putenv("TZ=");

@@ -1,4 +1,4 @@
-// The line that a listing leaves unfinished is one for the process: every test here leaves it empty.
+// The process has one unfinished line for each kind of listing: every test here leaves it empty.
 #include "catalogue/AreaObjectMgr.h"
 #include "catalogue/Listing.h"
 #include "catalogue/VersionMgr.h"
@@ -71,7 +71,7 @@ TEST(ObjectListing, KeepsWhatIsAnObjectHoweverItIsCut)
 
 TEST(ObjectListing, JoinsAForeignNameWithWhatFollows)
 {
-    // A foreign name that completes the prefix is the only one after which the line is ever empty again.
+    // Only after a foreign name that is the beginning of the prefix can the line become empty again.
     EXPECT_THAT(Objects({"ZELT\n_20240315143005.003\nZELT_20230101000000.001\n"}),
                 ElementsAre(Pair(T_2024, 3u), Pair(T_2023, 1u)));
 }
@@ -82,7 +82,7 @@ TEST(Listing, CarriesAnUnfinishedLineIntoTheNextOne)
     EXPECT_THAT(Objects({"ZELT_20240315143005"}), IsEmpty());
     EXPECT_THAT(Versions({"43005\r\n"}), ElementsAre(T_2024));
     EXPECT_THAT(Objects({".003\n"}), ElementsAre(Pair(T_2024, 3u)));
-    // What was kept does not hide the names that are none.
+    // "." and ".." are dropped also after a line that was kept.
     EXPECT_THAT(Objects({"ZELT\n.\n..\n_20240315143005.003\n"}), ElementsAre(Pair(T_2024, 3u)));
 }
 
@@ -109,7 +109,7 @@ TEST(Listing, ThatFailsPutsTheLineBack)
     EXPECT_EQ(Line.sText, L"ZELT_2024031");
 }
 
-// Every line begins like a label: after a foreign name no object would be looked at.
+// Every line begins like a label: the objects after a foreign name would not be looked at.
 TEST(Listing, SurvivesHostileLines)
 {
     static constexpr std::string_view PIECES[] = {"20240315143005", ".001", "ZELT_", ".",  "..", "\r", "",

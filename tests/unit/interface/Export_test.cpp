@@ -81,7 +81,7 @@ TEST(Export, LeavesNoPasswordInTheLog)
     }
     char aText[64];
     wchar_t aWide[64];
-    for (const std::uint32_t uiSize : {64u, 10u}) // whole, and cut behind the password
+    for (const std::uint32_t uiSize : {64u, 10u}) // whole, and cut after the password
     {
         ZDV_GetDeviceOptions(Device, ZDV_INTERFACES, 0, aText, uiSize);
         ZDV_GetDeviceOptionsW(Device, ZDV_INTERFACES, 0, aWide, uiSize * 2);

@@ -1,4 +1,4 @@
-// The tape as far as it goes without a server.
+// What the tape does without a server.
 #include "interface/Connection.h"
 #include "stream/Meeting.h"
 #include "stream/WriteData.h"
@@ -12,7 +12,7 @@ namespace {
 class TapeWithoutServer : public testing::Test
 {
 protected:
-    // A tape of recorded objects that stands in the data of one.
+    // A tape of recorded objects, positioned in the data of one of them.
     void Load(std::uint32_t uiObjects, std::uint32_t uiCurrentObject)
     {
         FC.m_AreaObjectList.clear();
@@ -105,7 +105,7 @@ TEST_F(TapeWithoutServer, RefusesTransfersThatFitNoObject)
     EXPECT_EQ(FC.m_sLastError, L"Invalid object id");
 }
 
-TEST_F(TapeWithoutServer, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
+TEST_F(TapeWithoutServer, ReportsOnceTheFailureOfAnUploadThatAReadEnds)
 {
     ASSERT_TRUE(DoInitEx(FC));
     FC.m_sProtocol = REFUSED_SCHEME;
@@ -119,11 +119,11 @@ TEST_F(TapeWithoutServer, TellsOnceWhyTheUploadFailedThatAReadHasEnded)
 
     Load(3, 1);
     ASSERT_EQ(Write(16 * ZDV_BLOCK_SIZE), ZDV_DEVICE_ERROR);
-    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED) << "the write has told it";
+    EXPECT_EQ(Read(), ZDV_FILEMARK_REACHED) << "the write has reported it";
 }
 
-// A worker that ends before it comes to the pipe: the host does not wait for it there.
-TEST_F(TapeWithoutServer, IsToldOfAWorkerThatDoesNotCome)
+// If a worker ends before it opens the pipe, the host does not wait for it.
+TEST_F(TapeWithoutServer, ReportsAWorkerThatDoesNotCome)
 {
     ASSERT_TRUE(DoInitEx(FC));
     Load(1, 1);
@@ -142,8 +142,8 @@ TEST_F(TapeWithoutServer, IsToldOfAWorkerThatDoesNotCome)
     EXPECT_EQ(StartTransfer(FC, UPLOAD), ZDV_SUCCESS); // what was left is cleaned up
 }
 
-// Else the worker could open the pipe of the other device.
-TEST_F(TapeWithoutServer, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
+// Otherwise the worker could open the pipe of the other device.
+TEST_F(TapeWithoutServer, KeepsTheDirectionUntilItsWorkerHasEnded)
 {
     const OpenDevice Other;
     const TraceLog Log;
@@ -174,7 +174,7 @@ TEST_F(TapeWithoutServer, LeavesTheDirectionToNoOtherDeviceWhileItsWorkerLives)
     EndTransfers(*Other);
 }
 
-// As the end of the process leaves a host that closes its device even later.
+// The end of a process kills the worker, and the host may close its device after that.
 TEST_F(TapeWithoutServer, IsClosedThoughItsWorkerWasKilled)
 {
     TransferDirection Killed = UPLOAD;
@@ -189,10 +189,10 @@ TEST_F(TapeWithoutServer, IsClosedThoughItsWorkerWasKilled)
     ASSERT_EQ(StartTransfer(FC, Killed), ZDV_SUCCESS);
     ASSERT_EQ(Write(1), ZDV_SUCCESS);
     WaitForSingleObject(FC.m_hThread, INFINITE);
-    EndTransfers(FC); // the block in the pipe is nobody's
+    EndTransfers(FC); // waits for nobody to take the block in the pipe
 }
 
-TEST_F(TapeWithoutServer, TellsItsOwnErrorsOnlyWhileAWorkerRuns)
+TEST_F(TapeWithoutServer, ReportsOnlyTheHostsErrorsWhileAWorkerRuns)
 {
     const HANDLE hEnd = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     const auto Worker = [](LPVOID hEvent) { return WaitForSingleObject(hEvent, INFINITE); };
