@@ -28,8 +28,8 @@
 //   run per machine: a second one is refused with ZDV_DEVICE_ERROR. One handle of a process at a time lists the
 //   server: it does so when it is made ready, and for ZDV_SP_RET, ZDV_SP_BOM and ZDV_SP_EORM.
 //   Call nothing from a DllMain or from a destructor of a DLL's static object: a transfer's thread can neither
-//   start nor end there, so the call would wait for ever. Only when the process is ending does ZDV_Close return:
-//   its transfer has been killed, and the object on the server is cut off.
+//   start nor end there, so the call would wait for ever. Only ZDV_Close at the end of the process returns: the
+//   transfer's thread has been killed then, and the object on the server is cut off.
 //   A thread that impersonates another account must not begin an object: the pipe would be that account's, and
 //   the transfer, which runs as the process, may then not open it for a download (error 5).
 //
@@ -38,26 +38,29 @@
 //   the process ends.
 //
 // Errors
-//   A call that fails answers ZDV_DEVICE_ERROR and leaves why: property ZDV_P_SPECIFIC_ERROR_CODE is then a
-//   Windows error number or a libcurl result code (0: no failure), and ZDV_GI_SPECIFIC_ERROR_MSG the text. The
-//   reasons are given with each function. Besides, any function answers ZDV_DEVICE_ERROR (ZDV_Open answers
-//   ZDV_OPEN_FAILED) when there is not enough memory, with the error 8 unless a transfer runs. If libcurl lacks it,
+//   A function that answers ZDV_DEVICE_ERROR leaves the reason as the last error: ZDV_P_SPECIFIC_ERROR_CODE is a
+//   Windows error number or a libcurl result code (0: no failure), and ZDV_GI_SPECIFIC_ERROR_MSG the text. Each
+//   function lists its reasons. Any function can also answer ZDV_DEVICE_ERROR (ZDV_Open: ZDV_OPEN_FAILED) because
+//   memory is short: the number is then 8, or is not set while a transfer runs. If libcurl itself is short of memory,
 //   the transfer fails with libcurl's code.
-//   An upload goes on after the call that gave it its data, so its failure is seen later. It ends with a filemark,
-//   an erase, ZDV_Close, "Make Unit Ready", any ZDV_Position but ZDV_SP_GOTO and ZDV_SP_SKIP, and with a read or
-//   skip that finds another object to read. After each of these but ZDV_Close the last error says whether it has
-//   failed, whatever the status; a read that ends it answers ZDV_DEVICE_ERROR itself, unless a write has done so.
-//   A download's failure looks like a filemark: ask for the last error after ZDV_FILEMARK_REACHED.
-//   Ask at once: the next read, write, skip or further filemark forgets the error; making ready and the other
-//   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, but after a skip that
-//   has ended a failed upload and has then read on, and after a read or write whose buffer is no memory of the
-//   process: the transfer goes on, without that data.
-//   The status has no reason, and the last error stays as it was, when the device has not been made ready, when
-//   libcurl refuses the URL of the server and the root, and when "Make Unit Ready" could not set the connection up
-//   while a transfer runs.
-//   After a failed upload the versions and objects cannot be listed: make the device ready or close it.
-//   After any failed write position the tape (ZDV_SP_BOM for a new version, ZDV_SP_EORM to append) before
-//   writing again: the object number is kept, and a write in the middle of a version overwrites.
+//   An upload goes on after the call that gave it its data, so its failure is seen later. These calls end it:
+//     - a filemark, an erase, ZDV_Close, "Make Unit Ready"
+//     - ZDV_Position, but not with ZDV_SP_GOTO or ZDV_SP_SKIP
+//     - a read or a skip, if there is a further object to read
+//   After each of them but ZDV_Close the last error says whether the upload has failed, whatever the status is. A
+//   read that ends a failed upload answers ZDV_DEVICE_ERROR, unless a write has done so already.
+//   A failed download looks like a filemark: ask for the last error after ZDV_FILEMARK_REACHED.
+//   Ask at once: the next read, write, skip or further filemark clears the last error. Making ready and the other
+//   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, with two exceptions:
+//     - after a skip that has ended a failed upload and has then read on
+//     - after a read or write whose buffer is no memory of the process; the transfer goes on without that data
+//   Three failures leave the last error as it was, so that it gives no reason:
+//     - ZDV_Position before the device was made ready
+//     - "Make Unit Ready" or ZDV_Position when libcurl refuses the URL of the server and the root
+//     - "Make Unit Ready" that cannot set the connection up while a transfer runs
+//   After a failed upload the versions and objects cannot be listed until the device is made ready again.
+//   After any failed write position the tape before you write again (ZDV_SP_BOM for a new version, ZDV_SP_EORM to
+//   append): the object number is kept, and a write in the middle of a version overwrites.
 //   Which servers are talked to is the administrator's to say, in section "Server Keys" of the settings file zlt.ini
 //   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
 //   another key is refused with libcurl's code 60, one without TLS with 64 (35 at port 990), and the text names the
@@ -158,13 +161,13 @@ typedef uint32_t ZDV_STATUS;
 #define ZDV_OCCUPANCY UINT32_C(259)      // a decimal number, only traced
 
 // ZDV_GetDeviceOptions[W] (2 to 6) and ZDV_SetDeviceOptions[W] (2 to 5 are ignored, 24 to 28 are stored)
-#define ZDV_INTERFACES INT32_C(2) // the server's address, without brackets
-#define ZDV_INTERFACE_OPTIONS INT32_C(3)
-#define ZDV_ADAPTERS INT32_C(4) // this computer's name
-#define ZDV_ADAPTER_OPTIONS INT32_C(5)
-#define ZDV_UNITS INT32_C(6)           // "Default"
-#define ZDV_FTP_SERVERNAME INT32_C(24) // name, IPv4 or IPv6 address
-#define ZDV_FTP_PORT INT32_C(25)       // decimal; 22 means SFTP, 990 FTPS, others FTP
+#define ZDV_INTERFACES INT32_C(2)        // the server's address, without brackets
+#define ZDV_INTERFACE_OPTIONS INT32_C(3) // no string
+#define ZDV_ADAPTERS INT32_C(4)          // this computer's name
+#define ZDV_ADAPTER_OPTIONS INT32_C(5)   // no string
+#define ZDV_UNITS INT32_C(6)             // "Default"
+#define ZDV_FTP_SERVERNAME INT32_C(24)   // name, IPv4 or IPv6 address
+#define ZDV_FTP_PORT INT32_C(25)         // decimal; 22 means SFTP, 990 FTPS, others FTP
 // The directory under which the versions lie: relative to the login directory over FTP and FTPS; from the
 // server's top directory over SFTP, unless it begins with "~/". Empty for reading only.
 #define ZDV_FTP_ROOT INT32_C(26)
@@ -189,7 +192,7 @@ typedef uint32_t ZDV_STATUS;
 #define ZDV_P_SUPPORTS_VERSIONING UINT32_C(34)      // 1
 #define ZDV_P_UNSUPPORTED_SETTING_100 UINT32_C(100) // a set is refused
 #define ZDV_P_UNSUPPORTED_SETTING_101 UINT32_C(101) // a set is refused
-#define ZDV_P_RESERVE_BLOCKS UINT32_C(104)          // get and set; 0 after a media reset
+#define ZDV_P_RESERVE_BLOCKS UINT32_C(104)          // get and set; 0 after a media reset or an erase
 #define ZDV_P_BACKUP_TIME UINT32_C(105)             // a set is ignored
 
 // ZDV_MediaAccess
@@ -198,9 +201,9 @@ typedef uint32_t ZDV_STATUS;
 #define ZDV_MA_E UINT32_C(2)   // erase: the next write starts a new version
 
 // ZDV_Position
-#define ZDV_SP_RET UINT32_C(0)  // media reset, the object number is kept
-#define ZDV_SP_BOM UINT32_C(1)  // beginning of media
-#define ZDV_SP_EORM UINT32_C(2) // end of recorded media
+#define ZDV_SP_RET UINT32_C(0)  // media reset: the tape is loaded again, the object number is kept
+#define ZDV_SP_BOM UINT32_C(1)  // media reset, then beginning of media
+#define ZDV_SP_EORM UINT32_C(2) // media reset, then end of recorded media
 #define ZDV_SP_SKIP UINT32_C(3) // space forward over blocks by reading them
 #define ZDV_SP_GOTO UINT32_C(4) // not supported
 #define ZDV_SP_FFM UINT32_C(5)  // space over filemarks, either way
@@ -285,8 +288,7 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 //                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
 //                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64).
 //   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
-// Position when the tape was loaded, and when it could not be: the object number is kept (0 after ZDV_Open), writing
-// is allowed.
+// Position, also when the tape could not be loaded: the object number is kept (0 after ZDV_Open), writing is allowed.
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, uint32_t uiCategory);
 
 // ------------------------------------------------------------------------------------------- options
@@ -311,7 +313,7 @@ ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, int32_t uiCategory, const wc
 // ------------------------------------------------------------------------------------------- queries
 
 // Exported as "ZDV_GI" and "ZDV_GetInfoW". Copies a text about the device into pBuffer, cut to uiSize
-// characters with the terminating zero. ZDV_GI_DC is "FTP Virtual device for Windows" from the narrow
+// characters with the terminating zero (bytes or UTF-16 units, as above). ZDV_GI_DC is "FTP Virtual device for Windows" from the narrow
 // function and "FTP Virtual Tape" from the wide one. Statuses: ZDV_SUCCESS, also for a text that was cut;
 // ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
 ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, uint32_t uiCategory, char* pBuffer, uint32_t uiSize);
@@ -319,23 +321,23 @@ ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, wchar_t* pBuffer
 
 // Exported under their own names. Tells the device a fact, given as a text of at most uiSize characters.
 // ZDV_BACKUP_VERSION takes local standard time (a time in daylight-saving time is given one hour earlier)
-// and takes effect at the next media reset; an empty text asks for the newest version, a text that is no
-// date for one that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so
-// nothing is done; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
+// and takes effect at the next media reset; an empty text asks for the newest version, and any other text
+// for one that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so nothing is
+// done; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
 ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, uint32_t uiCategory, const char* pBuffer, uint32_t uiSize);
 ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, const wchar_t* pBuffer, uint32_t uiSize);
 
 // Exported as "ZDV_GP" and "ZDV_SP". Reads a property into *puiParam (not null), or sets one. Statuses:
-// ZDV_SUCCESS, also for a setting that is ignored; ZDV_FUNCTION_NOT_SUPPORTED for an unknown property,
-// *puiParam is then untouched, and for a setting that is refused.
+// ZDV_SUCCESS, also for a setting that is ignored; ZDV_FUNCTION_NOT_SUPPORTED for a setting that is refused and
+// for an unknown property (*puiParam is then untouched).
 ZDV_STATUS ZDV_GetProperty(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t* puiParam);
 ZDV_STATUS ZDV_SetProperty(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiParam);
 
 // Exported as "ZDV_GetList". Adds the date of each version that the last media reset found, or that was
 // written through this handle since, to the list, oldest first, after its current node (after its last node
-// when there is none); the last one added becomes the current node. A null list, one without its signature
-// and one that forbids additions are left alone. Statuses: ZDV_SUCCESS;
-// ZDV_FUNCTION_NOT_SUPPORTED for a category other than ZDV_GL_VERSION_DATE.
+// when there is none); the last one added becomes the current node. A version whose date has no local time, or for
+// which there is no memory, is left out. A null list, one without its signature and one that forbids additions are
+// left alone. Statuses: ZDV_SUCCESS; ZDV_FUNCTION_NOT_SUPPORTED for a category other than ZDV_GL_VERSION_DATE.
 ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, uint32_t uiCategory, ZDV_LIST* pList);
 
 // ------------------------------------------------------------------------------------------- data
@@ -345,15 +347,17 @@ ZDV_STATUS ZDV_GetList(ZDV_HANDLE handle, uint32_t uiCategory, ZDV_LIST* pList);
 // fails. Object 1 creates a new version first. In the middle of a version this overwrites the object of that number.
 //   ZDV_SUCCESS           The blocks are on their way; "Errors" tells how to see that they have arrived, and only
 //                         reading back proves it. The block number is raised by the blocks asked for.
-//   ZDV_WRITE_PROTECTED   A read has succeeded since the medium was reset or erased, or it never was. The position is
+//   ZDV_WRITE_PROTECTED   The medium was not reset or erased yet, or a read has succeeded since then. The position is
 //                         kept.
-//   ZDV_INTERNAL_ERROR    The object number is not the next one of the version. Nothing is sent, and the block
-//                         number is kept.
+//   ZDV_INTERNAL_ERROR    The object number is not the next one of the version, or an earlier write could not create
+//                         the version. Nothing is sent, and the block number is kept.
 //   ZDV_DEVICE_ERROR      - The version could not be created, an object 1000 or above was to be written, or the
 //                         transfer could not be started (another one runs, there is no memory, libcurl refuses
 //                         the URL). The block number is kept.
 //                         - The upload has failed, in this call or since an earlier one, and is not ended yet. The
 //                         block number is raised by the blocks asked for all the same.
+//                         - The data could not be passed on, for example from a buffer that is no memory. The error is
+//                         the system's, and the block number is raised all the same. The upload goes on.
 ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer);
 
 // Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
@@ -369,30 +373,32 @@ ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer
 //                          object.
 //                          - The download failed: the last error is set, all else is as in the first case.
 //   ZDV_END_OF_MEDIA       The version has no further object. The position is kept.
-//   ZDV_BLANK_CHECK        The position is the beginning of a version without objects. It is kept.
+//   ZDV_BLANK_CHECK        The position is the beginning of a tape without objects: a blank one, an empty version, or
+//                          that of a device that was not made ready. It is kept.
 //   ZDV_DEVICE_ERROR       - The upload that this read has ended had failed, and no write has said so. The object
 //                          number is kept, the block number is 0. The next read starts the next object.
 //                          - The transfer could not be started (another one runs, there is no memory, the object's
 //                          number is above 999, libcurl refuses the URL). The block number is kept, or 0 if this
 //                          read has ended an upload.
-//                          - The data could not be passed on, for example into a buffer that is none. The error is
-//                          the system's, and the block number is kept. After a header its filemark is next.
+//                          - The data could not be passed on, for example into a buffer that is no memory. The error
+//                          is the system's, and the block number is kept. After a header its filemark is next.
 ZDV_STATUS ZDV_ReadData(ZDV_HANDLE handle, uint32_t uiBytes, void* buffer);
 
 // Exported as "ZDV_MA". ZDV_MA_WFM writes uiParam filemarks: the first ends the current object and waits for
 // its upload. ZDV_MA_E ends it, too, and forgets the loaded version; nothing is deleted on the server.
 //   ZDV_SUCCESS                  Also when the upload that was ended had failed: ask for the last error.
 //   ZDV_FUNCTION_NOT_SUPPORTED   ZDV_MA_I, and unknown categories. Nothing has changed.
-// Position: after a filemark, just past it; after an erase, object 0, writing allowed. Write one filemark at a
-// time. Each further one leaves out an object number and forgets the last error; in the middle of a version it also
-// empties the object after that number, at the end it makes none. 0 is taken as 4,294,967,295 more.
+// Position: after a filemark, past the object, so that the next read or write starts the next one; after an erase,
+// object 0, writing allowed. Write one filemark at a time. Each further one leaves out an object number and clears the
+// last error. In the middle of a version it also empties the object after that number; at the end it makes none.
+// 0 means 4,294,967,295 further ones.
 ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiParam);
 
 // Exported as "ZDV_P". iBlocks counts blocks for ZDV_SP_SKIP and filemarks for ZDV_SP_FFM (negative: backwards).
 //
 // ZDV_SP_RET, ZDV_SP_BOM and ZDV_SP_EORM end the current object, list the versions and load one as the tape again.
 // Position, also on failure: ZDV_SP_RET keeps the object number, ZDV_SP_BOM sets it to 0, ZDV_SP_EORM to the number
-// of objects that are known then, none on failure. The next read starts the object after that. Writing is allowed.
+// of objects (0 on failure). The next read starts the object after that. Writing is allowed.
 //   ZDV_SUCCESS        A root without versions is a blank tape.
 //   ZDV_DEVICE_ERROR   - The server cannot be reached, or refuses the login, or to list the versions or the objects.
 //                      - No version is old enough for ZDV_BACKUP_VERSION.
@@ -404,11 +410,13 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiPa
 // the position then counts as in the data of the object. A negative number is answered with
 // ZDV_FUNCTION_NOT_SUPPORTED and changes nothing.
 //
-// ZDV_SP_FFM ends the current object and changes the object number, without asking the server and without a look at
-// the recorded objects. ZDV_SUCCESS always. The first filemark that is passed in the data of an object is the object's
-// own on the way forward, and that of the object before it on the way back. Just past a filemark that one is the first
-// on the way back. Forward leaves the position just past a filemark, backward just before it; 0 leaves it past the
-// current object.
+// ZDV_SP_FFM ends the current object and changes the object number. It neither asks the server nor looks which objects
+// are recorded, and always answers ZDV_SUCCESS. Forward leaves the position just past a filemark, backward just before
+// one; 0 leaves it past the current object. From the data of an object +1 passes the object's own filemark, and -1 that
+// of the object before it. From just past a filemark -1 passes only that filemark, and no object.
+// The position is just past a filemark after a media reset, after a read that reported one and after spacing forward.
+// It is in the data after reading or skipping blocks and after spacing back. Writing data or filemarks and erasing do
+// not change that: an object that is written after a media reset counts as passed already.
 //
 //   from                          iBlocks   to                     the next read
 //   in the data of object 3            +1   past object 3          starts object 4
