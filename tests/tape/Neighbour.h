@@ -3,7 +3,7 @@
 #include <string>
 #include <windows.h>
 
-// What a test and the program beside it agree on.
+// What a test and the other program have in common.
 namespace neighbour {
 
 inline constexpr const wchar_t* READY = L"zdv neighbour is ready";
@@ -19,7 +19,7 @@ enum Result
 
 } // namespace neighbour
 
-// The program of tests/tape/neighbour_program.cpp in one of its roles, from when it is ready.
+// The program of tests/tape/neighbour_program.cpp in one of its roles. The constructor waits until it is ready.
 class Neighbour
 {
 public:
@@ -28,9 +28,9 @@ public:
     Neighbour& operator=(const Neighbour&) = delete;
     ~Neighbour();
 
-    // Whether a stranger was at a pipe with somebody else.
+    // Whether the stranger has met somebody at a pipe.
     bool HasMet() const { return WaitForSingleObject(m_hMet, 0) == WAIT_OBJECT_0; }
-    // Lets it end.
+    // Stops it, and waits for its end.
     neighbour::Result Stop();
 
 private:

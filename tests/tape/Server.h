@@ -7,7 +7,7 @@
 // The server that tests/with-server has started for this program.
 namespace server {
 
-// An environment variable of tests/with-server; a test program without them ends with a plain word.
+// An environment variable that tests/with-server sets. Without it the program ends with a message.
 std::wstring Variable(const wchar_t* sName);
 
 // The root to configure for a folder of the login directory, or of ZDV_TEST_ROOT where the server is somebody else's.

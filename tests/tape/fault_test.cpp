@@ -1,4 +1,4 @@
-// SFTP servers that fail while the connection lives on, and sockets as Windows has them.
+// SFTP servers that fail although the connection goes on, and sockets that behave as those of Windows.
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
@@ -32,7 +32,7 @@ void** Import(const char* sLibrary, const char* sName)
     return InModule<void*>(pLibrary->FirstThunk) + i;
 }
 
-// Puts a function of this program in the place of one of the system's, for as long as it lives.
+// Replaces one of the system's functions by one of this program, for as long as it lives.
 class Replacement
 {
 public:
@@ -64,8 +64,8 @@ void SetSendBuffer(SOCKET hSocket, int iSize)
     setsockopt(hSocket, SOL_SOCKET, SO_SNDBUF, reinterpret_cast<const char*>(&iSize), sizeof iSize);
 }
 
-// A socket takes all it is given, or nothing when enough waits to be sent: so Winsock's are documented. Those of Wine
-// take a part. One connection at a time sends here.
+// Sockets as Winsock documents them: they take all they are given, or nothing if enough is waiting to be sent. Those of
+// Wine take a part. Only one connection at a time sends here.
 class WholePackets
 {
 public:
@@ -114,7 +114,7 @@ private:
         return iResult;
     }
 
-    // Until the real socket takes no more: it tells of room only after that.
+    // Until the real socket takes no more: only after that it reports when there is room again.
     void DeliverPieces()
     {
         while (!m_sWaiting.empty())
@@ -150,7 +150,7 @@ private:
         return 0;
     }
 
-    // Gives the lock up meanwhile.
+    // Without the lock while it waits.
     void AwaitRoom()
     {
         fd_set Sockets{1, {m_hSocket}};
@@ -252,7 +252,7 @@ TEST_F(OpenFault, IsNeitherFilemarkNorBlankTape)
     EXPECT_EQ(m_Tape.Position(ZDV_SP_BOM), ZDV_DEVICE_ERROR);
 }
 
-// A processor that is busy with asking is missing elsewhere.
+// Asking again and again would keep a processor busy.
 TEST(Waiting, ForTheServerAsksSeldom)
 {
     struct Count
@@ -284,12 +284,11 @@ TEST(Waiting, ForTheServerAsksSeldom)
     EXPECT_LT(received.iVain, 10 * received.iDone);
 }
 
-// TLS sessions are forgotten after a time, and without one a server may refuse data connections. Only this side's clock
-// goes on here.
+// Servers forget a TLS session after a time, and may then refuse data connections. Only the client's clock goes on here.
 TEST(Aged, ConnectionIsRenewed)
 {
     if (server::Variable(L"ZDV_TEST_SCHEME") != L"ftpes")
-        GTEST_SKIP() << "FTPS stands for all";
+        GTEST_SKIP() << "only FTPS is tried";
     static std::int64_t iLater = 0; // seconds
     const auto Time = +[](std::int64_t* pTime) {
         const std::int64_t iTime = _time64(nullptr) + iLater;
@@ -306,6 +305,6 @@ TEST(Aged, ConnectionIsRenewed)
     const Replacement LaterTime("msvcrt.dll", "_time64", Time);
     const Replacement LaterCounter("KERNEL32.dll", "QueryPerformanceCounter", Counter);
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
-    for (; iLater < 7300; iLater += 110) // a connection that is idle for longer is given up anyway
+    for (; iLater < 7300; iLater += 110) // libcurl gives up a connection that is idle for longer
         ASSERT_EQ(tape.WriteObject(SomeBlocks(1, 1)), ZDV_SUCCESS) << tape.ErrorText() << iLater;
 }

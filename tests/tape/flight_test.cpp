@@ -1,4 +1,4 @@
-// Uploads whose data is still on its way to the server, up to some MiB of it, when something happens.
+// What happens to an upload while up to some MiB of its data are still on their way to the server.
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
@@ -17,7 +17,7 @@ protected:
         ASSERT_EQ(m_Tape.Erase(), ZDV_SUCCESS);
     }
 
-    // Where it can be seen, an object of the version being written lies on the server as it was written.
+    // The server has an object of the newest version as it was written. Not checked if its disk cannot be looked at.
     void ExpectStored(std::size_t uiObject, const Blocks& aObject)
     {
         if (!server::HasStore())
@@ -27,8 +27,8 @@ protected:
         EXPECT_TRUE(server::Content(server::Store(sVersion + L"/" + sName)) == aObject) << uiObject;
     }
 
-    // The status of an object that is on its way to a stopped server when sCommand comes. The host waits for longer
-    // than libcurl does for the server's end of a TLS connection.
+    // The status of an object of which a part is on its way to a stopped server when sCommand comes. That is later than
+    // libcurl waits for the server's end of a TLS connection.
     ZDV_STATUS WriteToStoppedServer(const std::string& sCommand, DWORD dwMilliseconds = 3000)
     {
         EXPECT_EQ(m_Tape.Write(m_aFirst), ZDV_SUCCESS) << m_Tape.ErrorText();
@@ -78,7 +78,7 @@ TEST_F(Flight, EverySizeAroundTheWindowArrivesWhole)
     }
 }
 
-TEST_F(Flight, ServerKilledBehindTheLastBlockFailsTheUpload)
+TEST_F(Flight, ServerKilledAfterTheLastBlockFailsTheUpload)
 {
     EXPECT_EQ(WriteToStoppedServer("kill"), ZDV_DEVICE_ERROR);
     EXPECT_TRUE(m_Tape.ErrorText().starts_with(L"ERROR: Perform operation failed [")) << m_Tape.ErrorText();
@@ -97,7 +97,7 @@ TEST_F(Flight, StoppedServerHoldsTheFilemarkBack)
     ExpectStored(1, m_aRest);
 }
 
-// More than all buffers hold, and for longer than libcurl waits for any reply: nothing limits a transfer itself.
+// More data than all buffers hold, and longer than libcurl waits for any reply: a transfer itself has no time limit.
 TEST_F(Stalled, ServerLosesNothingWhenItGoesOn)
 {
     m_aFirst = SomeBlocks(64, 6); // so much that the server has answered all commands

@@ -20,7 +20,7 @@ enum : std::uint32_t
 const std::wstring WRONG =
     L" = SHA256:" + std::wstring(43, L'A') + L" sha256//" + std::wstring(43, L'A') + L'=';
 
-std::wstring Keys() { return server::Variable(L"ZDV_TEST_KEYS"); } // none of a server without encryption
+std::wstring Keys() { return server::Variable(L"ZDV_TEST_KEYS"); } // empty for a server without encryption
 
 std::wstring ListedServer()
 {
@@ -96,7 +96,7 @@ TEST(Keys, DecideWhoIsTalkedTo)
         Tape tape(server::Root(L"keys"));
         EXPECT_EQ(tape.MakeReady() == ZDV_SUCCESS, uiCode == TALKS);
         ExpectReason(tape, uiCode);
-        // A host may not care for a refusal.
+        // A host may ignore a refusal.
         EXPECT_EQ(tape.Position(ZDV_SP_BOM) == ZDV_SUCCESS, uiCode == TALKS);
         EXPECT_EQ(tape.ErrorCode(), uiCode == BAD_LIST ? OTHER_KEY : uiCode);
         EXPECT_EQ(tape.WriteObject(SomeBlocks(1, 1)) == ZDV_SUCCESS, uiCode == TALKS);
@@ -153,7 +153,7 @@ TEST(Middle, GetsNothing)
     {
         SCOPED_TRACE(sDeed);
         if (uiCode == NO_TLS && server::Variable(L"ZDV_TEST_SCHEME") == L"ftps")
-            continue; // nobody asks for it
+            continue; // no command asks for implicit TLS
         const bool bOnlyData = sDeed == "takes";
         Tape tape(server::Root(L"keys"));
         tape.Set(ZDV_FTP_SERVERNAME, sFar);

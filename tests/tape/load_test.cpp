@@ -20,7 +20,7 @@ struct HandleEntry
     ULONG ulReserved;
 };
 
-// By the system's list, since Wine's GetProcessHandleCount always answers 0.
+// Counted in the system's list, because Wine's GetProcessHandleCount always answers 0.
 std::ptrdiff_t OpenHandles()
 {
     constexpr int ALL_HANDLES = 64; // SystemExtendedHandleInformation
@@ -83,7 +83,7 @@ void LoadOpenCloseUnload(int iCycles)
 
 TEST(Load, ThousandCyclesLeaveNothingBehind)
 {
-    // What the system itself keeps from first times; Wine 10's heap grows for some hundred of them.
+    // First what the system itself allocates only once. Wine 10's heap grows for some hundred loads.
     ASSERT_NO_FATAL_FAILURE(LoadOpenCloseUnload(1000));
     const std::ptrdiff_t iHandles = OpenHandles();
     const std::size_t uiFreeTlsIndices = FreeTlsIndices();

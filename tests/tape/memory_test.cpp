@@ -1,5 +1,5 @@
-// A host that runs out of memory: no call crashes, hangs or says nothing, and all is well again when there is
-// memory. tests/CMakeLists.txt limits what this program can have.
+// A host that runs out of memory: no call crashes, hangs or hides it, and all works again when there is memory.
+// tests/CMakeLists.txt limits the memory of this program.
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
@@ -41,7 +41,7 @@ private:
     void* m_pTaken = nullptr; // each block begins with the address of the one taken before it
 };
 
-// Statuses and errors are looked at when there is memory again: the looking takes some, too.
+// Statuses and errors are compared when there is memory again, because comparing takes some, too.
 struct Outcome
 {
     ZDV_STATUS uiRc;
@@ -67,7 +67,7 @@ TEST(Memory, ThatIsShortIsTheReason)
         ASSERT_EQ(tape.WriteObject(*pObject), ZDV_SUCCESS) << tape.ErrorText();
     const auto ListAgain = [&] {
         tape.AskForBackup(L"none");
-        EXPECT_EQ(tape.Position(ZDV_SP_BOM), ZDV_DEVICE_ERROR); // an error is there to be kept or replaced
+        EXPECT_EQ(tape.Position(ZDV_SP_BOM), ZDV_DEVICE_ERROR); // leaves an error
         tape.AskForBackup(L"");
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
         EXPECT_EQ(tape.Versions().size(), 1u);
@@ -77,7 +77,7 @@ TEST(Memory, ThatIsShortIsTheReason)
 
     ASSERT_NO_FATAL_FAILURE(ListAgain());
 
-    // An export and what it calls, wherever the memory ends in it.
+    // An export and all that it calls: with each amount the memory ends at another place.
     int iFailed = 0;
     std::size_t uiLeft = 16; // bytes
     for (Outcome Listed{ZDV_DEVICE_ERROR, 0}; Listed.uiRc != ZDV_SUCCESS; uiLeft += uiLeft / 2)
@@ -97,12 +97,12 @@ TEST(Memory, ThatIsShortIsTheReason)
     }
     EXPECT_GT(iFailed, 10);
 
-    // A worker and its callbacks: it has the end of its download still to deal with.
+    // A worker and its callbacks, which have the end of a download still to deal with.
     Blocks aFirst(ZDV_BLOCK_SIZE), aRest(aObject.size());
     ASSERT_EQ(tape.Fill(aFirst), ZDV_SUCCESS) << tape.ErrorText();
     const Outcome Ended = WithLittleMemory(tape, 16, [&] { return tape.Fill(aRest); });
     EXPECT_EQ(Ended.uiRc, ZDV_FILEMARK_REACHED);
-    // Wine 10's heap keeps pieces for each thread, which can be enough for the worker: then all is there.
+    // Wine 10's heap keeps pieces for each thread. They can be enough for the worker, and then the object is whole.
     const bool bWhole = std::equal(aObject.begin() + ZDV_BLOCK_SIZE, aObject.end(), aRest.begin());
     EXPECT_TRUE(Ended.uiError == 8 || Ended.uiError == 27 || (Ended.uiError == 0 && bWhole)) << Ended.uiError;
     ASSERT_NO_FATAL_FAILURE(ListAgain());

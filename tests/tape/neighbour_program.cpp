@@ -1,5 +1,5 @@
-// Another program on the machine: a stranger at the transfers' pipes, or a second host. Tells when it is there,
-// goes on until it is told to stop, and ends with what came of it.
+// Another program on the machine: a stranger at the transfers' pipes, or a second host. Signals that it is ready, goes
+// on until it is stopped, and its exit code says what has happened.
 #include "tests/tape/Neighbour.h"
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
@@ -16,11 +16,11 @@ const HANDLE g_hStop = OpenEventW(SYNCHRONIZE, FALSE, neighbour::STOP);
 constexpr const wchar_t* UPLOAD_PIPE = L"\\\\.\\pipe\\ZDV_FTP_UPLOAD";
 constexpr const wchar_t* DOWNLOAD_PIPE = L"\\\\.\\pipe\\ZDV_FTP_DOWNLOAD";
 
-std::atomic<bool> g_bTaken = false; // a byte of somebody
+std::atomic<bool> g_bTaken = false; // at least one byte that was meant for somebody else
 
 bool Stopped() { return WaitForSingleObject(g_hStop, 0) == WAIT_OBJECT_0; }
 
-// Takes what the other end has, or gives it what it never asked for.
+// Takes the other end's data, or gives it rubbish.
 void Exchange(HANDLE hPipe, bool bTake)
 {
     static const Blocks RUBBISH(ZDV_BLOCK_SIZE, static_cast<char>(0xBB));
@@ -68,7 +68,7 @@ DWORD WINAPI OfferPipe(LPVOID pPlace)
     return 0;
 }
 
-// At both pipes at once, several times over, so that the host and its worker both meet one.
+// At both pipes at once with several threads, so that both the host and its worker meet one.
 int BeAStranger(LPTHREAD_START_ROUTINE visit, Place Upload, Place Download)
 {
     for (int i = 0; i < 3; ++i)
@@ -79,7 +79,7 @@ int BeAStranger(LPTHREAD_START_ROUTINE visit, Place Upload, Place Download)
     return g_bTaken ? neighbour::TOOK_DATA : neighbour::DONE;
 }
 
-// A transfer that stands still in its middle until it may go on, and then ends as it should.
+// A transfer that pauses in the middle until it may go on, and then ends as it should.
 int BeAHost(bool bUpload)
 {
     const std::wstring sRoot = server::Root(L"neighbour");

@@ -1,4 +1,4 @@
-// Transfers beside what else runs on the machine: the pipes' names are one for all its programs.
+// Transfers beside other programs on the machine, for all of which the pipes have the same names.
 #include "tests/tape/Neighbour.h"
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr int TRANSFERS = 3;
 
-// A transfer is whole, or there was none: the module says that and why.
+// A transfer is whole, or the module says that there was none, and why.
 bool RefusedInWords(Tape& tape)
 {
     const std::wstring sText = tape.ErrorText();
@@ -86,7 +86,7 @@ TEST_P(Stranger, GetsNothingAndGivesNothing)
 
 INSTANTIATE_TEST_SUITE_P(, Stranger, testing::Values(L"opens pipes", L"offers pipes"));
 
-// One upload and one download run at a time: the second is refused, the first one is whole.
+// One upload and one download run at a time: a second one is refused, and the first one is whole.
 class TwoAtOnce : public testing::TestWithParam<bool>
 {
 protected:
@@ -105,7 +105,7 @@ protected:
         EXPECT_EQ(Transfer(m_Tape), ZDV_DEVICE_ERROR);
         EXPECT_TRUE(RefusedInWords(m_Tape));
     }
-    // And both ways, when the other one has ended.
+    // In both directions, once the other transfer has ended.
     void ExpectWorks()
     {
         ASSERT_EQ(m_Tape.Position(ZDV_SP_EORM), ZDV_SUCCESS) << m_Tape.ErrorText();

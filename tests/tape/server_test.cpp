@@ -1,4 +1,4 @@
-// What users type, and what goes wrong on the way to the server and there.
+// What users type, and what goes wrong with a server and on the way to it.
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
@@ -103,7 +103,7 @@ TEST(Server, FailedConnectionIsExplained)
     }
 }
 
-// A key and an agent of the account that the host runs under log nobody in who has set a password.
+// If a password is set, the key and the agent of the account that the host runs under are not used.
 TEST(Server, KeyAndAgentAreOnlyForThoseWithoutAPassword)
 {
     const fs::path Key = server::Store(L".ssh/id_rsa");
@@ -307,7 +307,7 @@ TEST(Server, KilledServerFailsTheDownload)
     ExpectReason(tape, L"Perform operation failed"); // of the upload that the first of its reads has ended
 }
 
-// On a server that speaks another protocol than the typed port stands for.
+// On a server that speaks another protocol than that of the typed port.
 TEST(WrongPort, IsExplained)
 {
     Tape tape(server::Root(L"port"));

@@ -1,4 +1,4 @@
-// The story that every server and scheme must carry: backups written, listed, chosen and read back.
+// What must work on every server and with every scheme: backups are written, listed, chosen and read back.
 #include "tests/tape/Server.h"
 #include "tests/tape/Tape.h"
 
@@ -23,7 +23,7 @@ std::vector<Blocks> SomeObjects(unsigned uiSeed)
 
 void WriteObjects(Tape& tape, const std::vector<Blocks>& aObjects)
 {
-    // Block by block: libcurl must be given its whole buffer however the host hands the data over.
+    // Block by block: libcurl must get a full buffer, however small the host's writes are.
     for (const Blocks& aObject : aObjects)
     {
         for (auto Block = aObject.begin(); Block != aObject.end(); Block += ZDV_BLOCK_SIZE)
@@ -34,8 +34,7 @@ void WriteObjects(Tape& tape, const std::vector<Blocks>& aObjects)
     }
 }
 
-// Everything up to the next object: the filemark, which is reported twice behind data and once behind a
-// header.
+// Reads up to the next object: the filemark is reported twice after data and once after a header.
 void ReadFilemark(Tape& tape, bool bHeader)
 {
     Blocks aRead;
@@ -67,7 +66,7 @@ void ReadBackAll(Tape& tape, const std::vector<Blocks>& aObjects)
         ASSERT_NO_FATAL_FAILURE(ReadBack(tape, i + 1, aObjects[i]));
 }
 
-// A version is known by its second, so the next one has to wait for another.
+// Two versions of the same second would have the same name.
 void AwaitNextSecond()
 {
     for (const std::time_t tStart = std::time(nullptr); std::time(nullptr) == tStart;)
@@ -136,7 +135,7 @@ TEST_F(Story, BackupIsWrittenListedChosenAndReadBack)
         ASSERT_EQ(tape.WriteObject(aAppended), ZDV_SUCCESS) << tape.ErrorText();
         aAppended.resize(2 * ZDV_BLOCK_SIZE); // only whole blocks are written
         ASSERT_EQ(tape.WriteFilemarks(2), ZDV_SUCCESS) << "which make no object at the end";
-        // The one way for a host to an empty object: a further filemark, from before the last object.
+        // The only way to an empty object for a host: a further filemark before the last object.
         ASSERT_EQ(tape.Position(ZDV_SP_EORM), ZDV_SUCCESS);
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, -2), ZDV_SUCCESS);
         ASSERT_EQ(tape.WriteFilemarks(2), ZDV_SUCCESS);
@@ -200,10 +199,10 @@ TEST_F(Story, ObjectInMidVersionIsOverwritten)
         Tape tape(sRoot);
         ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();
         ASSERT_NO_FATAL_FAILURE(WriteObjects(tape, m_aFirst));
-        AwaitNextSecond(); // else the entry that this adds below has the same label
+        AwaitNextSecond(); // otherwise the entry that is added below has the same label
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, -3), ZDV_SUCCESS);
         ASSERT_EQ(tape.WriteObject(aNew), ZDV_SUCCESS) << "object 4: " << tape.ErrorText();
-        // The list has got one more entry, with no file behind it, until the medium is reset.
+        // Until the medium is reset the list has one more entry, for which there is no file.
         ASSERT_EQ(tape.Position(ZDV_SP_FFM, 2), ZDV_SUCCESS);
         Blocks aRead;
         EXPECT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
@@ -244,8 +243,8 @@ TEST_F(Story, PositionIsKeptOnBlocksAndFilemarks)
     EXPECT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
     ASSERT_NO_FATAL_FAILURE(ReadBack(tape, 4, m_aFirst[3]));
 
-    // A header is read in full with one call, however long it is; data that does not fill its request is
-    // delivered with the filemark.
+    // One read counts as the whole header, however long the header is. Data that does not fill a request comes together
+    // with the filemark.
     ASSERT_EQ(tape.Read(1, aRead), ZDV_SUCCESS);
     EXPECT_TRUE(std::equal(aRead.begin(), aRead.end(), m_aFirst[4].begin()));
     EXPECT_EQ(tape.Read(1, aRead), ZDV_FILEMARK_REACHED);
