@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -20,7 +21,6 @@ using Words = std::vector<std::string>;
 
 constexpr const char* BASE64 = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr const char* NAME = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.:-_";
-constexpr const char* BLANKS = " \t\xEF\xBB\xBF\xFE\xFF"; // with the marks that editors write before a text
 
 Words WordsOf(const std::string& sText)
 {
@@ -37,16 +37,28 @@ bool IsKey(const std::string& sKey)
            (bTls && sKey.find_first_not_of(BASE64, 8) == 51);
 }
 
+// Only ASCII means something here, and that is the same in UTF-8 and in the code pages of Windows.
+std::string WithoutMark(const std::string& sSettings)
+{
+    if (!sSettings.starts_with("\xFF\xFE"))
+        return sSettings.substr(sSettings.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+    std::wstring sWide(sSettings.size() / 2 - 1, L'\0');
+    std::memcpy(sWide.data(), sSettings.data() + 2, sWide.size() * 2);
+    return ToUtf8(sWide);
+}
+
 // An address in its shortest form, which is libcurl's; a name as it is. Empty for a text with a colon that is no address.
 std::string ShortestForm(const std::string& sHost)
 {
-    IN_ADDR Address{};
-    Address.s_addr = inet_addr(sHost.c_str());
-    if (sHost.find(':') == sHost.npos)
-        return Address.s_addr == INADDR_NONE ? sHost : inet_ntoa(Address);
-    IN6_ADDR Address6{};
     wchar_t aText[INET6_ADDRSTRLEN] = L"";
-    if (InetPtonW(AF_INET6, Widen(sHost).c_str(), &Address6) == 1)
+    IN_ADDR Address{};
+    IN6_ADDR Address6{};
+    Address.s_addr = inet_addr(sHost.c_str());
+    if (sHost.find(':') == sHost.npos && Address.s_addr == INADDR_NONE)
+        return sHost;
+    if (sHost.find(':') == sHost.npos)
+        InetNtopW(AF_INET, &Address, aText, std::size(aText));
+    else if (InetPtonW(AF_INET6, Widen(sHost).c_str(), &Address6) == 1)
         InetNtopW(AF_INET6, &Address6, aText, std::size(aText));
     return ToUtf8(aText);
 }
@@ -104,38 +116,59 @@ bool AddEntry(ListedKeys& Found, const std::string& sLine, const ServerName& Wan
     return true;
 }
 
+// "[section]", perhaps with a comment. In "[fd00::7] = ..." and "[nas = ..." the bracket is one of an address.
+bool IsHeader(const std::string& sLine)
+{
+    const std::size_t uiEnd = sLine.find_first_of("].:=");
+    if (sLine[0] != '[' || uiEnd == sLine.npos || sLine[uiEnd] != ']')
+        return false;
+    const Words aRest = WordsOf(sLine.substr(uiEnd + 1));
+    return aRest.empty() || aRest[0][0] == ';';
+}
+
 ListedKeys Damaged(const std::wstring& sWhy) { return {true, {}, L"zlt.ini, section Server Keys: " + sWhy}; }
+
+ListedKeys Damaged(const std::string& sLine, const wchar_t* sWhy)
+{
+    return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" " + sWhy);
+}
 
 } // namespace
 
-ListedKeys FindKeys(std::string sSettings, const std::string& sServer)
+ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
 {
-    std::erase(sSettings, '\0'); // of UTF-16: only ASCII means something here
-    std::ranges::replace(sSettings, '\r', '\n');
+    std::string sText = WithoutMark(sSettings);
+    if (sText.find('\0') != sText.npos)
+        return Damaged(L"the file is not in UTF-8");
+    std::ranges::replace(sText, '\r', '\n');
     const ServerName Wanted(sServer);
     ListedKeys Found;
     bool bInside = false;
     bool bSeen = false;
-    std::istringstream Lines(sSettings);
+    std::istringstream Lines(sText);
     Lines.exceptions(std::ios::badbit);
     for (std::string sLine; std::getline(Lines, sLine);)
     {
-        sLine.erase(0, sLine.find_first_not_of(BLANKS));
+        sLine.erase(0, sLine.find_first_not_of(" \t"));
         if (sLine.empty() || sLine[0] == ';')
             continue;
-        // In the section "[fd00::7] = ..." and "[nas = ..." are entries, good or bad.
-        if (sLine[0] == '[' &&
-            (!bInside || (sLine.find(']') != sLine.npos && sLine.find_first_of(":=") == sLine.npos)))
+        const bool bHeader = IsHeader(sLine);
+        if (bInside && !bHeader)
         {
-            std::erase_if(sLine, [](char c) { return c == ' ' || c == '\t'; });
-            bInside = _strnicmp(sLine.c_str(), "[ServerKeys", 11) == 0;
-            if (bInside && std::exchange(bSeen, true))
-                return Damaged(L"it is there twice");
+            if (!AddEntry(Found, sLine, Wanted))
+                return Damaged(sLine, L"cannot be understood");
+            continue;
         }
-        else if (bInside && !AddEntry(Found, sLine, Wanted))
-            return Damaged(L"\"" + Widen(sLine.substr(0, 80)) + L"\" cannot be understood");
-        else if (!bInside && std::ranges::any_of(WordsOf(sLine), IsKey))
-            return Damaged(L"a server's key is outside of the section");
+        std::string sDense = sLine;
+        std::erase_if(sDense, [](char c) { return c == ' ' || c == '\t'; });
+        bInside = _strnicmp(sDense.c_str(), "[ServerKeys", 11) == 0;
+        if (bInside && !bHeader)
+            return Damaged(sLine, L"cannot be understood");
+        if (bInside && std::exchange(bSeen, true))
+            return Damaged(L"it is there twice");
+        if (sDense == "*=required" || sDense.find("SHA256:") != sDense.npos ||
+            sDense.find("sha256//") != sDense.npos)
+            return Damaged(sLine, L"is outside of the section");
     }
     return Found;
 }
@@ -151,8 +184,7 @@ ListedKeys ReadKeys(const std::string& sServer)
     std::string sSettings;
     for (char c = 0; File.get(c);)
         sSettings += c;
-    return File.is_open() && !File.bad() ? FindKeys(std::move(sSettings), sServer)
-                                         : Damaged(L"the file cannot be read");
+    return File.is_open() && !File.bad() ? FindKeys(sSettings, sServer) : Damaged(L"the file cannot be read");
 }
 
 } // namespace quorvel

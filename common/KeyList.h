@@ -27,7 +27,7 @@ struct ListedKeys
 
 // sServer is a name or an address with its port, such as "nas:22" or "[fd00::7]:22". Several lines for one server count
 // together.
-ListedKeys FindKeys(std::string sSettings, const std::string& sServer);
+ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer);
 
 // The same from the settings file, which need not exist.
 ListedKeys ReadKeys(const std::string& sServer);

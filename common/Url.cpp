@@ -3,6 +3,7 @@
 #include "common/Text.h"
 
 #include <memory>
+#include <new>
 
 namespace quorvel {
 
@@ -31,11 +32,14 @@ std::string UrlPart(std::wstring_view sURL, CURLUPart enPart, unsigned uiFlags)
 {
     const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> pURL(curl_url(), &curl_url_cleanup);
     char* pPart = nullptr;
-    if (pURL == nullptr || curl_url_set(pURL.get(), CURLUPART_URL, NarrowUrl(sURL).c_str(), 0) != CURLUE_OK ||
-        curl_url_get(pURL.get(), enPart, &pPart, uiFlags) != CURLUE_OK)
-        return {};
+    CURLUcode enRc = pURL == nullptr ? CURLUE_OUT_OF_MEMORY
+                                     : curl_url_set(pURL.get(), CURLUPART_URL, NarrowUrl(sURL).c_str(), 0);
+    if (enRc == CURLUE_OK)
+        enRc = curl_url_get(pURL.get(), enPart, &pPart, uiFlags);
+    if (enRc == CURLUE_OUT_OF_MEMORY)
+        throw std::bad_alloc();
     const std::unique_ptr<char, decltype(&curl_free)> Owner(pPart, &curl_free);
-    return pPart;
+    return enRc == CURLUE_OK ? pPart : "";
 }
 
 } // namespace quorvel

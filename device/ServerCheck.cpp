@@ -5,6 +5,7 @@
 #include "device/CurlCallback.h"
 
 #include <algorithm>
+#include <new>
 #include <openssl/ssl.h>
 #include <utility>
 
@@ -93,7 +94,8 @@ CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check)
         if (enCurlRc == CURLE_OK)
             enCurlRc = curl_easy_setopt(pCurl, enOption, value);
     };
-    // Each option is set back, too: the handle's last server may have been listed.
+    // Each option is set back, too: the handle's last server may have been listed. Over SFTP CURLUSESSL_ALL makes libcurl
+    // connect for each transfer, so the set-up replaces it.
     Set(CURLOPT_PRIVATE, &Check);
     Set(CURLOPT_USE_SSL, long{Check.Keys.bListed ? CURLUSESSL_ALL : CURLUSESSL_TRY});
     Set(CURLOPT_SSL_CTX_FUNCTION, Check.Keys.bListed ? &PrepareTls : nullptr);
@@ -104,6 +106,7 @@ CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check)
 }
 
 CURLcode PerformChecked(CURL* pCurl)
+try
 {
     ServerCheck* const pCheck = CheckOf(pCurl);
     if (pCheck == nullptr)
@@ -121,6 +124,10 @@ CURLcode PerformChecked(CURL* pCurl)
     if (!pCheck->sRefusal.empty())
         return CURLE_PEER_FAILED_VERIFICATION;
     return enCurlRc == CURLE_OK ? curl_easy_perform(pCurl) : enCurlRc;
+}
+catch (const std::bad_alloc&)
+{
+    return CURLE_OUT_OF_MEMORY; // as libcurl says it: the callers set the handle back
 }
 
 std::wstring TakeRefusal(CURL* pCurl, CURLcode& enCurlRc)

@@ -7,7 +7,8 @@
 
 // The comparison of a server's key with those that are listed for it. libcurl verifies nothing else: whoever has a
 // listed key is the server that was meant. It is made on each connection, before the user's name is sent. A TLS
-// session that is resumed needs none: only who was compared when it began can resume it.
+// session that is resumed needs none: only who was compared when it began can resume it. (When the list is changed and
+// the server's name, too, and back again, a session from before the change still counts.)
 // It must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
 struct ServerCheck
 {

@@ -38,6 +38,14 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_SSH, "The SSH connection failed: check that the server speaks SFTP at this port."},
 };
 
+// As in a URL, without a login that was typed before the name.
+std::string NameWithPort(const Server& Target)
+{
+    const std::string sName = Target.sName.substr(Target.sName.rfind('@') + 1);
+    const bool bBareIpv6 = sName.find(':') != std::string::npos && !sName.starts_with('[');
+    return fmt::format("{}:{}", bBareIpv6 ? '[' + sName + ']' : sName, Target.uiPort);
+}
+
 } // namespace
 
 const char* SchemeOf(unsigned uiPort)
@@ -49,17 +57,11 @@ const char* SchemeOf(unsigned uiPort)
 
 std::string Describe(const Server& Target)
 {
-    const bool bBareIpv6 = Target.sName.find(':') != std::string::npos && !Target.sName.starts_with('[');
-    const std::string sName = quorvel::WithoutPassword(Target.sName);
-    return fmt::format("{}://{}:{}, root {}, user {}", SchemeOf(Target.uiPort),
-                       bBareIpv6 ? '[' + sName + ']' : sName, Target.uiPort,
+    return fmt::format("{}://{}, root {}, user {}", SchemeOf(Target.uiPort), NameWithPort(Target),
                        Quoted(quorvel::WithoutPassword(Target.sRoot)), Quoted(Target.sUser));
 }
 
-bool HasListedKeys(const Server& Target)
-{
-    return quorvel::ReadKeys(fmt::format("{}:{}", Target.sName, Target.uiPort)).bListed;
-}
+bool HasListedKeys(const Server& Target) { return quorvel::ReadKeys(NameWithPort(Target)).bListed; }
 
 std::string DescribeIdentity(const Server& Target)
 {
