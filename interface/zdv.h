@@ -279,14 +279,14 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 
 // Exported as "ZDV_U". ZDV_U_CHECK_DEVICE_STATUS does nothing. ZDV_U_MAKE_UNIT_READY sets the connection up from the
 // device options and loads the newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape.
-// A transfer that runs is ended first, and a root that does not exist is created.
+// Before the tape is loaded, a transfer that runs is ended, and a root that does not exist is created.
 // Over SFTP a password that is set is the only way in. Without one libcurl tries the keys and agents of the account.
 //   ZDV_SUCCESS        The tape is loaded. A root without versions is a blank tape.
 //   ZDV_DEVICE_ERROR   - The connection could not be set up: an option is of no use, such as a port of 70000, or
-//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on, and the last
-//                        error is then not set.
+//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on (but a download does
+//                        not without memory), and the last error is then not set.
 //                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
-//                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64).
+//                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64, 35).
 //   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
 // Position, also when the tape could not be loaded: the object number is kept (0 after ZDV_Open), writing is allowed.
 ZDV_STATUS ZDV_Utility(ZDV_HANDLE handle, uint32_t uiCategory);
@@ -417,6 +417,8 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiPa
 // The position is just past a filemark after a media reset, after a read that reported one and after spacing forward.
 // It is in the data after reading or skipping blocks and after spacing back. Writing data or filemarks and erasing do
 // not change that: an object that is written after a media reset counts as passed already.
+// Spacing does not stop at either end. Before the first object the number goes on at 4,294,967,295, and the next read
+// still reports a filemark. After the last one the next read answers ZDV_END_OF_MEDIA.
 //
 //   from                          iBlocks   to                     the next read
 //   in the data of object 3            +1   past object 3          starts object 4

@@ -125,9 +125,11 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-// False with the last error set. The pipe and the thread are then left to EndTransfers. If DuplicateHandle,
-// CreateThread or ConnectNamedPipe fails, the text is sCouldNotConnect and the number the system's. A worker that fails
-// first stores its own.
+// False with the last error set. The pipe and the thread are then left to EndTransfers. The log says "ConnectNamedPipe
+// failed" for each of four causes (the fixed text), and the worker's lines before that one tell which it was:
+//   DuplicateHandle or CreateThread   no line of the worker; sCouldNotConnect and the system's number
+//   ConnectNamedPipe                  "starting" but no failure, because a stranger was there first; the same text
+//   the worker                        its failure; its own text and number
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     BeginMeeting(FC);

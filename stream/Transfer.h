@@ -19,8 +19,8 @@
 //                        CreateThread.
 //   m_pCurl              The worker reads it while the host waits in ConnectNamedPipe, and transfers with that handle
 //                        even if the device is made ready again meanwhile. Its callbacks only test it for null.
-//   client end           Only the worker writes it. The host reads it after its own call on the pipe has failed.
-//                        The worker sets it to INVALID_HANDLE_VALUE before it closes the handle.
+//   client end           While there is a worker, only the worker writes it. The host reads it after its own call on
+//                        the pipe has failed. The worker sets it to INVALID_HANDLE_VALUE before it closes the handle.
 //   server end           Only the host writes it. The worker reads it after its own call has failed.
 //                        ObjectClose sets it to INVALID_HANDLE_VALUE before it disconnects the pipe.
 //   m_enMeeting          see Meeting.h.
@@ -28,7 +28,8 @@
 //   m_ullBytesWritten
 //   m_dwLastError,       They are the worker's while it runs, see device/LastError.h. It sets them before it closes
 //   m_sLastError         its end of the pipe.
-// All other members belong to the host's thread.
+// All other members belong to the host's thread, but m_hHostThread, which the worker uses to wake it, and the
+// ServerCheck of the worker's libcurl handle.
 #pragma once
 
 #include "device/Failure.h"
