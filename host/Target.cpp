@@ -118,6 +118,17 @@ std::wstring TargetFolder::PathFor(const Entry& What)
     return sPath;
 }
 
+// A deleted file keeps its name while a virus scanner has it open, and a power failure leaves one behind.
+std::wstring TargetFolder::UnusedPath(const std::wstring& sFolder)
+{
+    std::wstring sPath;
+    do
+        sPath = PathIn(sFolder, L"zdv-" + std::to_wstring(GetCurrentProcessId()) + L'-' +
+                                    std::to_wstring(++m_uiTemporary) + L".tmp");
+    while (GetFileAttributesW(sPath.c_str()) != INVALID_FILE_ATTRIBUTES);
+    return sPath;
+}
+
 void TargetFolder::CreateFolder(const Entry& What)
 {
     if (EnsureFolder(PathIn(m_sFolder, RelativePath(What.path))) || m_bReplace)
@@ -146,7 +157,7 @@ bool TargetFolder::FinishFolder(const std::string& sNext)
 
 RestoredFile::RestoredFile(TargetFolder& Folder, const Entry& What)
     : m_Folder(Folder), m_What(What), m_sPath(Folder.PathFor(What)),
-      m_sTemporary(PathIn(FolderOf(m_sPath), L"zdv-" + std::to_wstring(GetCurrentProcessId()) + L".tmp"))
+      m_sTemporary(Folder.UnusedPath(FolderOf(m_sPath)))
 {
     m_hFile = What.IsLink() ? OpenNewLink(m_sTemporary, What)
                             : OpenFile(m_sTemporary, GENERIC_WRITE | DELETE, CREATE_NEW);

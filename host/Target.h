@@ -22,13 +22,15 @@ public:
 
 private:
     friend class RestoredFile;
-    std::wstring PathFor(const Entry& What);      // throws if no entry of this name may be created
-    bool EnsureFolder(const std::wstring& sPath); // whether it was created
+    std::wstring PathFor(const Entry& What);              // throws if no entry of this name may be created
+    bool EnsureFolder(const std::wstring& sPath);         // whether it was created
+    std::wstring UnusedPath(const std::wstring& sFolder); // of a new temporary file
 
     std::wstring m_sFolder;
     bool m_bReplace;
     std::wstring m_sEnsured; // the folder that EnsureFolder was given last
     std::vector<Entry> m_Folders;
+    std::uint64_t m_uiTemporary = 0; // the number of the last temporary file
     WrittenNames m_Written;
 };
 
