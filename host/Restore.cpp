@@ -153,17 +153,20 @@ private:
         m_Progress.Begin(What.path);
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {
+        const bool bInArchive = What.type == Kind::File || m_pTarget == nullptr; // or the manifest is enough
             m_Progress.GoBack(uiBefore);
-            if (What.type == Kind::File || m_pTarget == nullptr)
+            if (bInArchive)
                 Archive.Find(What);
             if (What.type == Kind::File)
                 ReadFile(Archive, What);
-            else if (m_pTarget != nullptr)
-                What.IsLink() ? m_pTarget->CreateLink(What) : m_pTarget->CreateFolder(What);
+            else if (!bInArchive && What.IsLink())
+                m_pTarget->CreateLink(What);
+            else if (!bInArchive && !m_pTarget->CreateFolder(What))
+                return;
             ++(What.type == Kind::File ? m_uiFiles : m_uiOthers);
         };
         Attempt(Quoted(What.path), [&] {
-            if (!Lost.sReason.empty())
+            if (bInArchive && !Lost.sReason.empty())
                 throw TapeError(Lost.sReason);
             try
             {

@@ -129,10 +129,12 @@ std::wstring TargetFolder::UnusedPath(const std::wstring& sFolder)
     return sPath;
 }
 
-void TargetFolder::CreateFolder(const Entry& What)
+bool TargetFolder::CreateFolder(const Entry& What)
 {
-    if (EnsureFolder(PathIn(m_sFolder, RelativePath(What.path))) || m_bReplace)
+    const bool bRestored = EnsureFolder(PathIn(m_sFolder, RelativePath(What.path))) || m_bReplace;
+    if (bRestored)
         m_Folders.push_back(What);
+    return bRestored;
 }
 
 void TargetFolder::CreateLink(const Entry& What)

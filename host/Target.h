@@ -11,7 +11,7 @@ class TargetFolder
 public:
     TargetFolder(const std::wstring& sFolder, bool bReplace); // created if missing
 
-    void CreateFolder(const Entry& What);
+    bool CreateFolder(const Entry& What); // false if it is there already and is left as it is
     void CreateLink(const Entry& What);
 
     // Sets times and attributes of the innermost folder that was created, unless the next entry lies in it. False when
