@@ -169,9 +169,11 @@ private:
                 m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
                 Volume Tape = LookAt(m_Server);
                 Tape.Sums = m_Sums;
-                return Tape.Last.sSum == m_Sums.rbegin()->second
-                           ? ReadVersion(m_Server, Tape, Command::Verify, {})
-                           : ExitCode::DataDiffers;
+                if (Tape.Last.sSum == m_Sums.rbegin()->second)
+                    return ReadVersion(m_Server, Tape, Command::Verify, {});
+                Complain("Differs: the last record of the backup {}",
+                         Tape.Last.Intact() ? "is not what was just written" : Printable(Tape.Last.sProblem));
+                return ExitCode::DataDiffers;
             });
         if (enCode == ExitCode::DataDiffers)
             throw CommandFailure{

@@ -215,7 +215,7 @@ Volume LookAt(Session& Server)
         Found.Header = {};
     if (Found.Last.bUnreadable) // it may be a manifest
         Found.sProblem = "its last object " + Found.Last.sProblem;
-    if (Last.zdv != RecordKind::Manifest)
+    if (Found.Last.Intact() && Last.zdv != RecordKind::Manifest)
         Found.Last = {};
     if (!Found.Last.Intact())
         return Found;
