@@ -7,7 +7,7 @@
 
 namespace {
 
-std::vector<std::time_t> ListVersions(Session& Server)
+std::vector<std::time_t> RequireVersions(Session& Server)
 {
     std::vector<std::time_t> Versions = Server.Drive().Versions();
     if (Versions.empty())
@@ -116,7 +116,7 @@ std::string StateText(const Volume& Tape)
 
 ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
 {
-    std::vector<std::time_t> Versions = ListVersions(Server);
+    std::vector<std::time_t> Versions = RequireVersions(Server);
     if (tAt && Versions.front() > *tAt)
         throw std::runtime_error(fmt::format("There is no backup of {} or earlier: the oldest is of {}.",
                                              VersionText(*tAt), VersionText(Versions.front())));
@@ -148,7 +148,7 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
 ExitCode ShowVersions(Session& Server)
 {
     ExitCode enCode = ExitCode::Done;
-    for (const std::time_t tVersion : ListVersions(Server))
+    for (const std::time_t tVersion : RequireVersions(Server))
     {
         const std::optional<Volume> Tape = TryVersion(Server, tVersion);
         if (Tape)
