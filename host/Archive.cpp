@@ -180,7 +180,7 @@ void ArchiveReader::Find(const Entry& What)
     const int iResult = archive_read_next_header(m_Archive.get(), &pEntry);
     Check(iResult, ARCHIVE_WARN);
     if (iResult == ARCHIVE_EOF || !IsSame(pEntry, What))
-        throw TapeError("the archive does not hold it as its manifest says");
+        throw TapeError("the archive holds something else than the manifest names here, or nothing");
 }
 
 std::size_t ArchiveReader::Read(std::span<std::byte> Into)

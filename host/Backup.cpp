@@ -49,7 +49,7 @@ public:
         Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
               [&] { Write(); });
         Say("{} {}: {}, {}.",
-            m_bStopped ? "STOPPED, the version is INCOMPLETE:" : "Backed up as the version of",
+            m_bStopped ? "STOPPED, this version is INCOMPLETE:" : "Backed up as the version of",
             VersionText(m_tVersion), CountText(m_Saved.files, "file"), m_Progress.Summary());
         Say("Not saved, as always: owners, access lists, alternate streams{}{}{}.",
             m_Without.uiEncrypted == 0 ? ""
@@ -62,7 +62,7 @@ public:
             Verify();
         if (m_Saved.problems == 0)
             return ExitCode::Done;
-        Complain("BUT not everything was saved as it is, see above: {}.",
+        Complain("BUT not everything was saved as it was: {}, named above.",
                  CountText(m_Saved.problems, "problem"));
         return ExitCode::DoneWithProblems;
     }
@@ -144,7 +144,7 @@ private:
         Complain("The connection broke: {}.\n  {}", m_sBreak,
                  m_bStopped ? "The area that was being written is lost."
                  : bLeftOut ? fmt::format("{} is left out.", Quoted(m_sSending))
-                            : fmt::format("Area {} is written again.", Area()));
+                            : fmt::format("Area {} is sent again.", Area()));
         if (bLeftOut)
         {
             m_bLeftOut = true;
@@ -177,8 +177,8 @@ private:
             });
         if (enCode == ExitCode::DataDiffers)
             throw CommandFailure{
-                enCode,
-                "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written."};
+                enCode, "THE BACKUP CANNOT BE RELIED ON: what the server shows is not what was just written. "
+                        "Back up once more, and keep older versions until then."};
     }
     catch (const Interrupted&)
     {

@@ -13,22 +13,22 @@ constexpr const char* DESCRIPTION =
     "Backs files up to an FTP, FTPS or SFTP server through ZDV_FTP.DLL and restores them.";
 
 constexpr const char* FOOTER = R"(
-zdv COMMAND --help explains a command. Server, port, user and root can also be given by the environment variables
+zdv COMMAND --help explains a command. Server, port, user and root can also come from the environment variables
 ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server can be a URL that holds the others: sftp://USER@NAME/ROOT,
-or ftps:// or ftp://; a bare name needs a port. The password is taken from ZDV_PASSWORD or a --password-file, or
-asked for. A pattern without "/" matches names in any folder ("*.docx"), one with "/" whole paths in the backup
-("Documents/2024"). "*" and "?" match "/", too. A folder that matches means all that is in it.
+or ftps:// or ftp://; a bare name needs a port. zdv asks for the password, unless it finds it in a --password-file
+or in ZDV_PASSWORD. A pattern without "/" matches names in any folder ("*.docx"), one with "/" matches whole paths
+in the backup ("Documents/2024"). "*" and "?" match "/", too. A folder that matches means all that is in it.
 
 Exit codes:
-  0  done
+  0  everything was done
   1  the command line is wrong
-  2  the server cannot be reached or is not ready, or another zdv is at work
+  2  the server cannot be reached or is not ready, or another zdv is running
   3  the backup failed; the version it began is not complete
   4  something could not be restored or read, or differs from what was backed up; or there is no such backup
   5  a file of this computer cannot be used; nothing was written
   6  ZDV_FTP.DLL cannot be loaded
   7  anything else
-  8  done, but the backup lacks files that could not be read, or has files that changed while they were read
+  8  done, but some files were not saved as they were: zdv names each of them
   9  stopped by Ctrl+C: what was under way is not complete; a second Ctrl+C ends the program at once
 )";
 
@@ -37,10 +37,9 @@ constexpr std::uint64_t MAX_AREA_MIB = std::uint64_t{1} << 30;
 
 std::string CheckVersionText(const std::string& sText)
 {
-    return ParseVersionText(sText)
-               ? ""
-               : Quoted(sText) + " is no date of the form 2024-12-31, 2024-12-31T23:59:59 "
-                                 "or \"31/12/2024 23:59:59\"";
+    return ParseVersionText(sText) ? ""
+                                   : Quoted(sText) + " is no date: write 2024-12-31, 2024-12-31T23:59:59 or "
+                                                     "\"31/12/2024 23:59:59\"";
 }
 
 // CLI11 reads the environment in the system's code page, which may lack characters of a folder's name.
@@ -76,9 +75,9 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
     CLI::App& Sub = AddCommand(App, enCommand, pName, pDescription, Given);
     Sub.add_option_function<std::string>(
            "--at", [&](const std::string& sText) { Given.tAt = ParseVersionText(sText); },
-           "take the newest complete backup not later than yyyy-mm-ddThh:mm:ss, \"dd/mm/yyyy hh:mm:ss\" or "
-           "the end of yyyy-mm-dd, or the one of that very second, complete or not; without --at the "
-           "newest complete one")
+           "take the newest complete backup that is not later than this, or the one of exactly this second, "
+           "complete or not: yyyy-mm-dd (the end of that day), yyyy-mm-ddThh:mm:ss or \"dd/mm/yyyy "
+           "hh:mm:ss\"; without --at the newest complete one is taken")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
         Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");
@@ -100,7 +99,8 @@ void AddCommands(CLI::App& App, CommandLine& Given)
     Backup.add_flag("--verify", Given.bVerify, "read the backup back and compare");
     Backup
         .add_option("--area-size", Given.uiAreaSize,
-                    "MiB that are sent again when a connection breaks; a larger file is sent again whole")
+                    "MiB that may have to be sent again when the connection breaks; a larger file is sent "
+                    "again whole")
         ->check(CLI::Range(std::uint64_t{1}, MAX_AREA_MIB))
         ->capture_default_str();
     Backup.add_option("PATH", Given.Paths, "files, and folders and drives with all that is in them")
@@ -160,8 +160,8 @@ void CompleteServer(Server& Target)
                 Target.uiPort = uiPort;
         Target.sName = Parts[3];
         if (Parts[2].str().find(':') != std::string::npos)
-            throw CLI::ValidationError("--server",
-                                       "leave out the password: other users can read it in a URL");
+            throw CLI::ValidationError(
+                "--server", "the URL holds a password: leave it out, since others can read it there");
         if (Parts[2].matched)
             SetOnce("user", Target.sUser, Parts[2].str());
         if (Parts[5].length() > 1)

@@ -27,7 +27,8 @@ BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
     const bool bFirst =
         (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
     if (bFirst)
-        Write(STD_ERROR_HANDLE, "\nStopping in good order; Ctrl+C once more ends the program at once.\n");
+        Write(STD_ERROR_HANDLE,
+              "\nStopping, which may take a while. Ctrl+C once more ends the program at once.\n");
     else
         RestoreInput(); // the program ends here and now
     return bFirst;

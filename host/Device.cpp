@@ -80,7 +80,7 @@ Device::Device(const Server& Target, const std::wstring& sPassword, std::optiona
     // The number means two things: no version is old enough, and an option that libcurl refuses. Only in the first
     // case are versions listed.
     if (LastErrorCode() != ERROR_BAD_ENVIRONMENT || Versions().empty())
-        Check(uiStatus, "making the unit ready");
+        Check(uiStatus, "connecting and listing");
 }
 
 Device::~Device() { m_Module.Close(m_Handle); }
@@ -178,7 +178,7 @@ void Device::Write(std::span<const std::byte> Blocks)
 
 void Device::WriteFilemark()
 {
-    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_WFM, 1), "writing a filemark");
+    Check(m_Module.MediaAccess(m_Handle, ZDV_MA_WFM, 1), "completing the upload");
     CheckTransfer("completing the upload");
 }
 

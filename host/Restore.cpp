@@ -36,7 +36,7 @@ public:
     ExitCode Run()
     {
         if (!m_Tape.Header.Intact())
-            Report("the volume header " + m_Tape.Header.sProblem);
+            Report("the volume header " + m_Tape.Header.sProblem + ". The files can be read without it");
         if (!m_Tape.sProblem.empty())
             Report("the version is DAMAGED: " + m_Tape.sProblem);
         else if (!m_Tape.Complete())
@@ -64,9 +64,12 @@ private:
         if (m_Tape.JustWritten()) // the backup has named what it has not saved
             return;
         if (m_uiNotSaved != 0)
-            Say("Left out on purpose (see \"zdv list\"): {}.", m_uiNotSaved);
+            Say("Not in this backup, on purpose (see \"zdv list\"): {}.", m_uiNotSaved);
         if (m_uiNotAsItWas != 0)
-            Complain("BUT not everything was saved as it is, see above: {}.", m_uiNotAsItWas);
+            Complain("BUT not everything was saved as it was: {}, named above.",
+                     CountText(m_uiNotAsItWas, "problem"));
+        if (m_uiProblems != 0)
+            Complain("What this version lacks, another one may hold: choose it with --at.");
     }
 
     void Report(const std::string& sWhat, const std::string& sProblem)
@@ -119,7 +122,7 @@ private:
             return Report(sName, "its manifest, which names its files, " + From.Manifest.sProblem);
         }
         if (m_enPurpose == Command::Verify && !HasHeader(m_Server, From))
-            Report(sName, "its header is missing or damaged, which costs none of its files");
+            Report(sName, "its header is missing or damaged. Its files can be read without it");
         ArchiveReader Archive(m_Server, DataObject(From.uiNumber));
         Loss Lost;
         std::string_view sLines = From.Manifest.sEntries;
@@ -150,10 +153,10 @@ private:
 
     void ReadSaved(ArchiveReader& Archive, const Entry& What, Loss& Lost)
     {
+        const bool bInArchive = What.type == Kind::File || m_pTarget == nullptr; // or the manifest is enough
         m_Progress.Begin(What.path);
         const std::uint64_t uiBefore = m_Progress.Bytes();
         const auto Read = [&] {
-        const bool bInArchive = What.type == Kind::File || m_pTarget == nullptr; // or the manifest is enough
             m_Progress.GoBack(uiBefore);
             if (bInArchive)
                 Archive.Find(What);
@@ -193,7 +196,7 @@ private:
         {
             CheckInterrupt();
             if (uiRead > What.size - uiSize) // the zeros of a forged sparse file would never end
-                throw TapeError("the archive holds more data of it than its manifest says");
+                throw TapeError("the archive holds more data than the manifest says");
             const std::span<const std::byte> Data = std::span(m_Piece).first(uiRead);
             Hash.Add(Data);
             if (File)
@@ -222,7 +225,7 @@ private:
         };
         const Head& Said = m_Tape.Last.First;
         if (m_Tape.Last.Intact() && !m_bLost && Totals(m_Held) != Totals(Said))
-            Report(fmt::format("the version's manifests name {} and {} folders and links, {}, {}, but it was "
+            Report(fmt::format("the version holds {} and {} folders and links, {}, {}, but it was "
                                "closed with {} and {}, {}, {}",
                                CountText(m_Held.files, "file"), m_Held.folders + m_Held.links,
                                SizeText(m_Held.bytes), CountText(m_Held.problems, "problem"),

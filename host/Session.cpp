@@ -8,10 +8,11 @@
 namespace {
 
 constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
-    {CURLE_FAILED_INIT, "The server does not answer in this port's protocol, or refuses the encryption."},
+    {CURLE_FAILED_INIT,
+     "The server does not answer in this port's protocol, or refuses the encryption: check the port."},
     {CURLE_URL_MALFORMAT,
-     "The server must be a name or an address without \":22\", or a URL such as sftp://nas; neither it nor "
-     "the root may hold odd characters."},
+     "The server must be a name or an address without a port, or a URL such as sftp://nas. Look for "
+     "characters that do not belong there, also in the root."},
     {CURLE_COULDNT_RESOLVE_HOST,
      "The server's name is not known: check its spelling and this computer's network and DNS settings."},
     {CURLE_COULDNT_CONNECT,
@@ -23,7 +24,8 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
      "The server did not answer in time: check the port first, then the server and the firewalls between."},
     {CURLE_SSL_CONNECT_ERROR, "The TLS connection failed: check that the server speaks TLS at this port."},
     {CURLE_USE_SSL_FAILED,
-     "zlt.ini lists keys of this server, but what answers offers no encryption: it may be another server."},
+     "zlt.ini lists keys of this server, but what answers offers no encryption. It may be another server: "
+     "check the name and the port."},
     {CURLE_PEER_FAILED_VERIFICATION,
      "Compare the key with the server's own before you list it in zlt.ini. For SFTP run \"ssh-keygen -lf\" "
      "on the server, once for each of its host keys; else ask its administrator. If the keys differ, "

@@ -50,7 +50,7 @@ public:
                 sProblem = Error.what();
             }
             if (iTry == 1)
-                Complain("The connection broke, trying again: {}.", sProblem);
+                Complain("The connection broke: {}. Trying again.", sProblem);
             Reconnect();
             if (iTry == MAX_TRIES)
                 throw UnreadableObject(sProblem);

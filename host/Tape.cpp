@@ -223,8 +223,9 @@ Volume LookAt(Session& Server)
         Found.sProblem = "it holds objects of another backup";
     else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Server, ManifestObject(Last.area)) ||
              HasObject(Server, ManifestObject(Last.area) + 1))
-        Found.sProblem = "objects are missing on the server, or there are too many: put an empty file in the "
-                         "place of each one that is lost";
+        Found.sProblem =
+            "objects are missing on the server, or there are too many (docs\\zdv.txt tells in its last "
+            "chapter what to do)";
     return Found;
 }
 

@@ -95,7 +95,7 @@ bool TargetFolder::EnsureFolder(const std::wstring& sPath)
         if (There && There->What.IsLink())
             throw FileError(sPart, "is a link: nothing is written through it");
         if (There && There->What.type != Kind::Folder)
-            throw FileError(sPart, "is no folder");
+            throw FileError(sPart, "is a file, and a folder is needed in its place");
         if (!There && !CreateDirectoryW(sPart.c_str(), nullptr))
             throw FileError(sPart, "cannot be created as a folder", GetLastError());
     });
@@ -113,8 +113,8 @@ std::wstring TargetFolder::PathFor(const Entry& What)
         throw FileError(sPath, "exists already: --overwrite would replace it");
     if (m_Written.Meet(What.path))
         throw FileError(
-            sPath, "was restored just now under this name, or one that differs in case or Unicode form only: "
-                   "the first one is kept");
+            sPath, "was restored just now, under this name or one that differs in case or Unicode form only: "
+                   "that file is kept, and this one is left out");
     return sPath;
 }
 

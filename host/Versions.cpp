@@ -12,7 +12,7 @@ std::vector<std::time_t> RequireVersions(Session& Server)
     std::vector<std::time_t> Versions = Server.Drive().Versions();
     if (Versions.empty())
         throw std::runtime_error("There is no backup at " + Describe(Server.Target()) +
-                                 ". If this root did not exist, it was created just now: check its name.");
+                                 ". Check the root: if it did not exist, it was created just now.");
     return Versions;
 }
 
@@ -91,8 +91,8 @@ void CheckVersion(Session& Server, const std::string& sId)
                         Header->sProblem);
     if (!Header || Header->First.id != sId)
         throw TapeError(
-            "the server's listing does not show the version that was just begun: the server hides "
-            "folders, or shows them late");
+            "the server's listing does not show the version that was just begun. A server that hides "
+            "folders, or shows them late, cannot be used");
 }
 
 std::string StateText(const Volume& Tape)
@@ -130,8 +130,8 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
         if (Tape && (Tape->Complete() || bAsked))
             return {tVersion, *std::move(Tape)};
         if (bAsked)
-            throw std::runtime_error("The version of that second cannot be read. To read the one before it, "
-                                     "give an earlier --at.");
+            throw std::runtime_error(
+                "This version cannot be read. To read an older one, give an earlier --at.");
         if (!tAt && (!Tape || !Tape->sProblem.empty())) // it may be the one that is wanted
             throw std::runtime_error(fmt::format("The version of {} {}. No other one is read unless you "
                                                  "choose it: give --at with its date and "
@@ -142,7 +142,8 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
             Complain("Passed over: {}  {}", VersionText(tVersion), StateText(*Tape));
     }
     throw std::runtime_error(
-        "There is no complete backup. To read an incomplete one, give its exact date and time with --at.");
+        "There is no complete backup. To read an INCOMPLETE one, give --at with its date and time, as \"zdv "
+        "versions\" shows them.");
 }
 
 ExitCode ShowVersions(Session& Server)
@@ -165,7 +166,7 @@ void CheckByWriting(Session& Server)
     const std::time_t tVersion = BeginVersion(Server, {.zdv = RecordKind::Check, .id = RandomId()});
     const std::uint64_t uiMilliseconds = std::max<std::uint64_t>(GetTickCount64() - uiStart, 1);
     Say("Written, found again and read back: a version of one block, of {}, in {} ms, {}/s. It stays on the "
-        "server.",
+        "server until you remove it.",
         VersionText(tVersion), uiMilliseconds,
         SizeText(ZDV_BLOCK_SIZE * std::uint64_t{1000} / uiMilliseconds));
 }

@@ -24,7 +24,7 @@ ExitCode Check(Session& Server, bool bWrite)
     {
         const std::optional<bool> bTls = OffersTls(Server.Target());
         Say("{}",
-            !bTls   ? "Perhaps NOT ENCRYPTED: the server has not said whether it offers TLS."
+            !bTls   ? "Perhaps NOT ENCRYPTED: the server did not say whether it offers TLS."
             : *bTls ? "Encrypted: the server offers TLS."
                     : "NOT ENCRYPTED: the server offers no TLS. Others on the network can read the password "
                       "and the backup.");
@@ -58,7 +58,7 @@ FileHandle BeTheOnlyOne()
     const DWORD dwWait = hMutex ? WaitForSingleObject(hMutex.get(), 0) : WAIT_TIMEOUT;
     if (dwWait != WAIT_OBJECT_0 && dwWait != WAIT_ABANDONED)
         throw CommandFailure{ExitCode::NotReady,
-                             "Another zdv is at work on this computer, and only one can be at a time. "
+                             "Another zdv is running on this computer, and only one can run at a time. "
                              "Nothing was done: try again when the other one has finished."};
     return hMutex;
 }
@@ -70,7 +70,7 @@ std::wstring PasswordFromFile(const std::string& sFile)
     if (!std::getline(File, sLine) || sLine.starts_with("\xFF\xFE")) // the beginning of UTF-16
         throw CommandFailure{ExitCode::CommandLine,
                              "No password can be read from " + Quoted(sFile) +
-                                 ". Save it as a text in UTF-8, with the password in the first line."};
+                                 ". Save the file as text in UTF-8, with the password in its first line."};
     constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
     if (sLine.starts_with(BYTE_ORDER_MARK))
         sLine.erase(0, BYTE_ORDER_MARK.size());

@@ -520,7 +520,7 @@ class HostTest(unittest.TestCase):
         os.truncate(self.write("big"), 1 << 30)
         process = self.start("backup", windows_path(self.source))
         self.wait_for_data(process, STORE / self.root, "*/*.003")
-        self.assertIn("Another zdv is at work", self.backup(code=NOT_READY))
+        self.assertIn("Another zdv is running", self.backup(code=NOT_READY))
         process.send_signal(signal.SIGINT)
         self.assertRegex(self.finish(process, STOPPED), "INCOMPLETE(.|\n)*Ctrl[+]C once more")
         self.assertEqual(len(list((STORE / self.root).iterdir())), 1)
