@@ -25,7 +25,8 @@ ExitCode Check(Session& Server, bool bWrite)
         const std::optional<bool> bTls = OffersTls(Server.Target());
         Say("{}",
             !bTls   ? "Perhaps NOT ENCRYPTED: the server did not say whether it offers TLS."
-            : *bTls ? "Encrypted: the server offers TLS."
+            : *bTls ? "Encrypted: the server offers TLS. Only a listed key makes sure that the data is "
+                      "encrypted, too."
                     : "NOT ENCRYPTED: the server offers no TLS. Others on the network can read the password "
                       "and the backup.");
     }
