@@ -77,8 +77,8 @@ bool MeansEmpty(std::string_view sReply)
 
 CURLcode PerformListing(CURL* pCurl)
 {
-    std::string
-        sReply; // empty, and so no reason to take a refusal for an empty directory, if libcurl refuses these
+    // If libcurl refuses these, this stays empty, and a refusal is not taken for an empty directory.
+    std::string sReply;
     curl_easy_setopt(pCurl, CURLOPT_DEBUGFUNCTION, &KeepReply);
     curl_easy_setopt(pCurl, CURLOPT_DEBUGDATA, &sReply);
     curl_easy_setopt(pCurl, CURLOPT_VERBOSE, 1L);

@@ -41,13 +41,14 @@ bool IsKey(const std::string& sKey)
 std::string WithoutMark(const std::string& sSettings)
 {
     if (!sSettings.starts_with("\xFF\xFE"))
-        return sSettings.substr(sSettings.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+        return sSettings;
     std::wstring sWide(sSettings.size() / 2 - 1, L'\0');
     std::memcpy(sWide.data(), sSettings.data() + 2, sWide.size() * 2);
     return ToUtf8(sWide);
 }
 
-// An address in its shortest form, which is libcurl's; a name as it is. Empty for a text with a colon that is no address.
+// The shortest form of an address, as libcurl writes it. A name is kept. Empty for a text with a colon that is no
+// address.
 std::string ShortestForm(const std::string& sHost)
 {
     wchar_t aText[INET6_ADDRSTRLEN] = L"";
@@ -149,7 +150,7 @@ ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
     Lines.exceptions(std::ios::badbit);
     for (std::string sLine; std::getline(Lines, sLine);)
     {
-        sLine.erase(0, sLine.find_first_not_of(" \t"));
+        sLine.erase(0, sLine.find_first_not_of(" \t\xEF\xBB\xBF")); // with the mark of UTF-8
         if (sLine.empty() || sLine[0] == ';')
             continue;
         const bool bHeader = IsHeader(sLine);
@@ -166,8 +167,8 @@ ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
             return Damaged(sLine, L"cannot be understood");
         if (bInside && std::exchange(bSeen, true))
             return Damaged(L"it is there twice");
-        if (sDense == "*=required" || sDense.find("SHA256:") != sDense.npos ||
-            sDense.find("sha256//") != sDense.npos)
+        const Words aValues = WordsOf(sLine.substr(sLine.find('=') + 1));
+        if (!bInside && (sDense == "*=required" || std::ranges::any_of(aValues, IsKey)))
             return Damaged(sLine, L"is outside of the section");
     }
     return Found;
@@ -176,7 +177,7 @@ ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
 ListedKeys ReadKeys(const std::string& sServer)
 {
     const std::wstring sFile = SettingsFile();
-    // Whether a file is there whose path is too long, the system does not say: that is another error.
+    // If the path is too long the system gives another error, and does not say whether the file exists.
     if (GetFileAttributesW(sFile.c_str()) == INVALID_FILE_ATTRIBUTES &&
         GetLastError() == ERROR_FILE_NOT_FOUND)
         return {};

@@ -5,8 +5,8 @@
 #include <new>
 #include <windows.h>
 
-static constexpr std::uint32_t UNHANDLED_EXCEPTION =
-    574; // ERROR_UNHANDLED_EXCEPTION, which mingw's headers lack
+// ERROR_UNHANDLED_EXCEPTION, which mingw's headers lack
+static constexpr std::uint32_t UNHANDLED_EXCEPTION = 574;
 
 Failure ExceptionFailure() noexcept
 {

@@ -35,7 +35,7 @@ bool IsListed(void* pCheck, const char* pKind, const unsigned char* pHash, std::
            });
 }
 
-// OpenSSL's, in each full handshake. Any certificate will do that has the key.
+// OpenSSL's, in each full handshake. Any certificate that has the key is accepted.
 int CheckCertificate(X509_STORE_CTX* pContext, void* pCheck)
 {
     unsigned char aHash[HASH_SIZE];
@@ -94,8 +94,8 @@ CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check)
         if (enCurlRc == CURLE_OK)
             enCurlRc = curl_easy_setopt(pCurl, enOption, value);
     };
-    // Each option is set back, too: the handle's last server may have been listed. Over SFTP CURLUSESSL_ALL makes libcurl
-    // connect for each transfer, so the set-up replaces it.
+    // Each option is set back, too: the handle's last server may have been listed. Over SFTP CURLUSESSL_ALL makes
+    // libcurl connect for each transfer, so the set-up replaces it; for a server that is named later it stays.
     Set(CURLOPT_PRIVATE, &Check);
     Set(CURLOPT_USE_SSL, long{Check.Keys.bListed ? CURLUSESSL_ALL : CURLUSESSL_TRY});
     Set(CURLOPT_SSL_CTX_FUNCTION, Check.Keys.bListed ? &PrepareTls : nullptr);
@@ -119,6 +119,8 @@ try
     {
         *pCheck = ServerCheck(sURL, pCheck->uiPort);
         enCurlRc = SetServerCheck(pCurl, *pCheck);
+        if (enCurlRc != CURLE_OK)
+            pCheck->sServer.clear(); // the next transfer must not go on with half of the options
     }
     pCheck->sRefusal = pCheck->Keys.sDamage.empty() ? L"" : L": " + pCheck->Keys.sDamage;
     if (!pCheck->sRefusal.empty())

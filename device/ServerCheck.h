@@ -7,8 +7,8 @@
 
 // The comparison of a server's key with those that are listed for it. libcurl verifies nothing else: whoever has a
 // listed key is the server that was meant. It is made on each connection, before the user's name is sent. A TLS
-// session that is resumed needs none: only who was compared when it began can resume it. (When the list is changed and
-// the server's name, too, and back again, a session from before the change still counts.)
+// session that is resumed needs none: only who was compared when it began can resume it. (After a change
+// of the list, a host that names another server and then this one again may resume a session from before the change.)
 // It must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
 struct ServerCheck
 {
@@ -21,8 +21,8 @@ struct ServerCheck
     std::wstring sRefusal; // why the last transfer was refused
 };
 
-// Makes a handle talk only to a listed server that passes, over FTP only with TLS, or to any server that is not listed,
-// over FTP with TLS if it is offered.
+// A listed server must pass, and over FTP must speak TLS. Any other server is used as it is, over FTP with TLS if it
+// offers that.
 CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check);
 
 // Performs the transfer that is set on a handle, unless its list of keys cannot be understood. The list is read again

@@ -41,8 +41,8 @@ class ArchiveReader
 public:
     ArchiveReader(Session& Server, std::uint32_t uiObject);
 
-    // Goes to an entry of the manifest. Forward from the block that was read last, nothing is downloaded twice. Throws a
-    // TapeError if there is no archive, or another entry. So does Read if the archive is damaged.
+    // Goes to an entry of the manifest. Going forward downloads nothing twice; going back starts the object again.
+    // Throws a TapeError if no archive or another entry is there. Read throws one if the archive is damaged.
     void Find(const Entry& What);
     std::size_t Read(std::span<std::byte> Into); // of the entry's data; 0 at its end
 

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <curl/curl.h> // its error numbers, which the module hands on
+#include <windows.h>
 
 namespace {
 
@@ -24,11 +25,11 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
      "The server did not answer in time: check the port first, then the server and the firewalls between."},
     {CURLE_SSL_CONNECT_ERROR, "The TLS connection failed: check that the server speaks TLS at this port."},
     {CURLE_USE_SSL_FAILED,
-     "zlt.ini lists keys of this server, but what answers offers no encryption. It may be another server: "
-     "check the name and the port."},
+     "zlt.ini asks for a key of this server, but what answers offers no encryption. It may be another "
+     "server: check the name and the port."},
     {CURLE_PEER_FAILED_VERIFICATION,
      "Compare the key with the server's own before you list it in zlt.ini. For SFTP run \"ssh-keygen -lf\" "
-     "on the server, once for each of its host keys; else ask its administrator. If the keys differ, "
+     "on the server, once for each of its host keys. For TLS ask its administrator. If the keys differ, "
      "another server has answered."},
     {CURLE_GOT_NOTHING, "The server closed the connection without an answer: check the port."},
     {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
@@ -38,6 +39,8 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_REMOTE_FILE_NOT_FOUND,
      "The root does not exist and was not created: check its name and the user's rights."},
     {CURLE_SSH, "The SSH connection failed: check that the server speaks SFTP at this port."},
+    {ERROR_BAD_CONFIGURATION,
+     "Correct zlt.ini beside zdv.exe, and save it as UTF-8. Until then no server is used."},
 };
 
 // As in a URL, without a login that was typed before the name.
@@ -76,7 +79,7 @@ std::string DescribeIdentity(const Server& Target)
         "  {} = ?\n"
         "The next check fails and names the key that the server shows. Make sure that this is the server's "
         "own key, then write it in place of the question mark.",
-        Printable(quorvel::WithoutPassword(Target.sName)));
+        Printable(Target.sName.substr(Target.sName.rfind('@') + 1)));
 }
 
 std::string Explain(const Server& Target, const DeviceError& Error)

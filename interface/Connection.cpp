@@ -52,7 +52,8 @@ bool SetOptions(CurlCalls& Calls, const FtpContext& FC)
               L"curl_easy_setopt(CURLOPT_SSL_VERIFYPEER, FALSE)");
     Calls.Try(CURLOPT_SSL_VERIFYHOST, 0L, {L"CURLOPT_SSL_VERIFYHOST", L"Failed to set Verify Peer"},
               L"curl_easy_setopt(CURLOPT_SSL_VERIFYHOST, 0)");
-    // A listed server must speak TLS already; but over SFTP libcurl would take that for a reason to connect each time.
+    // Not for a listed server, which must speak TLS (set before). But over SFTP that would make libcurl connect for
+    // each transfer.
     if (!FC.m_aServerChecks.front().Keys.bListed || FC.m_sProtocol == SFTP)
         Calls.Set(CURLOPT_USE_SSL, long{CURLUSESSL_TRY}, L"Failed to set Use SSL",
                   L"curl_easy_setopt(CURLOPT_USE_SSL, CURLUSESSL_TRY)");

@@ -61,11 +61,11 @@
 //   After a failed upload the versions and objects cannot be listed until the device is made ready again.
 //   After any failed write position the tape before you write again (ZDV_SP_BOM for a new version, ZDV_SP_EORM to
 //   append): the object number is kept, and a write in the middle of a version overwrites.
-//   Which servers are talked to is the administrator's to say, in section "Server Keys" of the settings file zlt.ini
-//   beside the host's program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows
-//   another key is refused with libcurl's code 60, one without TLS with 64 (35 at port 990), and the text names the
-//   key; a list that cannot be understood makes "Make Unit Ready" fail with 1610. The list is read then, and again
-//   before the first transfer with a server that was named since. Without the section no server is verified.
+//   The administrator lists the keys of servers in section "Server Keys" of the settings file zlt.ini beside the host's
+//   program: "nas = SHA256:..." for SSH, "nas:990 = sha256//...=" for TLS. A server that shows another key is refused
+//   with libcurl's code 60, one without TLS with 64 (35 at port 990), and the text names the key. A list that cannot be
+//   understood makes "Make Unit Ready" fail with 1610. The list is read then, and again when a transfer goes to another
+//   server than the last one. Without the section no server is verified.
 //   Every function that takes a handle but ZDV_Close answers a null handle with ZDV_INVALID_HANDLE; any other
 //   value must come from ZDV_Open.
 //
@@ -283,8 +283,8 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 // Over SFTP a password that is set is the only way in. Without one libcurl tries the keys and agents of the account.
 //   ZDV_SUCCESS        The tape is loaded. A root without versions is a blank tape.
 //   ZDV_DEVICE_ERROR   - The connection could not be set up: an option is of no use, such as a port of 70000, or
-//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on (but a download does
-//                        not without memory), and the last error is then not set.
+//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on (but a download
+//                        does not without memory), and the last error is then not set.
 //                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
 //                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64, 35).
 //   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
@@ -313,9 +313,9 @@ ZDV_STATUS ZDV_SetDeviceOptionsW(ZDV_HANDLE handle, int32_t uiCategory, const wc
 // ------------------------------------------------------------------------------------------- queries
 
 // Exported as "ZDV_GI" and "ZDV_GetInfoW". Copies a text about the device into pBuffer, cut to uiSize
-// characters with the terminating zero (bytes or UTF-16 units, as above). ZDV_GI_DC is "FTP Virtual device for Windows" from the narrow
-// function and "FTP Virtual Tape" from the wide one. Statuses: ZDV_SUCCESS, also for a text that was cut;
-// ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
+// characters with the terminating zero (bytes or UTF-16 units, as above). ZDV_GI_DC is "FTP Virtual device for Windows"
+// from the narrow function and "FTP Virtual Tape" from the wide one. Statuses: ZDV_SUCCESS, also for a text that was
+// cut; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
 ZDV_STATUS ZDV_GetInfo(ZDV_HANDLE handle, uint32_t uiCategory, char* pBuffer, uint32_t uiSize);
 ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, wchar_t* pBuffer, uint32_t uiSize);
 
@@ -415,8 +415,8 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiPa
 // one; 0 leaves it past the current object. From the data of an object +1 passes the object's own filemark, and -1 that
 // of the object before it. From just past a filemark -1 passes only that filemark, and no object.
 // The position is just past a filemark after a media reset, after a read that reported one and after spacing forward.
-// It is in the data after reading or skipping blocks and after spacing back. Writing data or filemarks and erasing do
-// not change that: an object that is written after a media reset counts as passed already.
+// It is in the data after reading or skipping blocks and after spacing back. A write, a filemark and an erase leave
+// this as it was: after a media reset and the write of an object the tape still counts as just past a filemark.
 // Spacing does not stop at either end. Before the first object the number goes on at 4,294,967,295, and the next read
 // still reports a filemark. After the last one the next read answers ZDV_END_OF_MEDIA.
 //

@@ -125,11 +125,14 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-// False with the last error set. The pipe and the thread are then left to EndTransfers. The log says "ConnectNamedPipe
-// failed" for each of four causes (the fixed text), and the worker's lines before that one tell which it was:
-//   DuplicateHandle or CreateThread   no line of the worker; sCouldNotConnect and the system's number
-//   ConnectNamedPipe                  "starting" but no failure, because a stranger was there first; the same text
-//   the worker                        its failure; its own text and number
+// False with the last error set. The pipe and the thread are then left to EndTransfers. The log has one line for every
+// cause, "ConnectNamedPipe failed" (fixed), and never the text of the last error. At level 4 the worker's lines tell:
+//
+//   what failed        the worker's lines                             the last error
+//   DuplicateHandle,   none                                           sCouldNotConnect, the system's number
+//   CreateThread
+//   ConnectNamedPipe   "starting": a stranger opened the pipe first   sCouldNotConnect, the system's number
+//   the worker         its own failure, before the host's line        that failure
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     BeginMeeting(FC);

@@ -200,8 +200,8 @@ bool HasSession(FtpContext* pFC, const FunctionTrace& Trace)
 DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDirection& Direction,
                   LibcurlCalls transfer)
 {
-    CURL* const pCurl =
-        pFC->m_pCurl; // read while the host still waits: later it may make the device ready again
+    // Read while the host still waits: later it may make the device ready again.
+    CURL* const pCurl = pFC->m_pCurl;
     const HANDLE hClient = OpenClientEnd(*pFC, Direction);
     if (hClient == INVALID_HANDLE_VALUE)
     {
@@ -235,8 +235,8 @@ DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCal
             LeaveHost(*pFC);
     });
     const PipeEnd Guard(pFC);
-    const ScopeExit FreeOpenSsl(
-        [] { OPENSSL_thread_stop(); }); // linked statically, OpenSSL does not notice a thread's end
+    // Linked statically, OpenSSL does not notice a thread's end.
+    const ScopeExit FreeOpenSsl([] { OPENSSL_thread_stop(); });
     quorvel::KeepMemoryReserve();
     try
     {

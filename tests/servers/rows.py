@@ -14,7 +14,7 @@ from .vsftpd import Vsftpd
 PORTS = {"ftp": 21, "ftpes": 21, "ftps": 990, "sftp": 22}
 UNUSUAL_NAME = "Prüfer zu Haus Яна 日本"
 
-# All but those that need a row of their own
+# All but those that need a row of their own. It begins with "-": what is added to it is left out, too.
 MOST = "-*Stranger.*:TwoAtOnce.*:WrongPort.*:Memory.*:Stalled.*:*Fault.*:Waiting.*:Middle.*"
 
 

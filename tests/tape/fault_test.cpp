@@ -80,10 +80,10 @@ public:
 private:
     static constexpr std::size_t ENOUGH = 65536; // bytes
 
-    template <typename Function> void Change(Function&& fChange)
+    template <typename Function> void Change(Function&& change)
     {
         AcquireSRWLockExclusive(&m_Lock);
-        fChange();
+        change();
         ReleaseSRWLockExclusive(&m_Lock);
         WakeConditionVariable(&m_Changed);
     }
