@@ -46,9 +46,10 @@
 //   An upload goes on after the call that gave it its data, so its failure is seen later. These calls end it:
 //     - a filemark, an erase, ZDV_Close, "Make Unit Ready"
 //     - ZDV_Position, but not with ZDV_SP_GOTO or ZDV_SP_SKIP
-//     - a read or a skip, if there is a further object to read
+//     - a read or a skip, if there is a further object to read, or a filemark to report
 //   After each of them but ZDV_Close the last error says whether the upload has failed, whatever the status is. A
-//   read that ends a failed upload answers ZDV_DEVICE_ERROR, unless a write has done so already.
+//   read that ends a failed upload answers ZDV_DEVICE_ERROR, unless a write has done so already or it reports a
+//   filemark.
 //   A failed download looks like a filemark: ask for the last error after ZDV_FILEMARK_REACHED.
 //   Ask at once: the next read, write, skip or further filemark clears the last error. Making ready and the other
 //   ways of positioning do not. While a transfer runs the answer is 0 and an empty text, with two exceptions:

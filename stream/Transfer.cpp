@@ -131,8 +131,10 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
 //   what failed        the worker's lines                             the last error
 //   DuplicateHandle,   none                                           sCouldNotConnect, the system's number
 //   CreateThread
-//   ConnectNamedPipe   "starting": a stranger opened the pipe first   sCouldNotConnect, the system's number
-//   the worker         its own failure, before the host's line        that failure
+//   ConnectNamedPipe   "starting"; if it fails, another number: a     sCouldNotConnect, the system's number
+//                      stranger opened the pipe first, or the host
+//                      has cancelled the call
+//   the worker         its failure, with the number of that line      that failure
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {
     BeginMeeting(FC);

@@ -17,7 +17,7 @@
 // it.) They are ordered by the pipe, and by the beginning and the end of the worker's thread:
 //   before the worker    all that the worker reads (the libcurl handle and the URL set on it) is written before
 //                        CreateThread.
-//   m_pCurl              The worker reads it once, before it opens the pipe, and transfers with that handle even if the
+//   m_pCurl              The worker reads it before it opens the pipe, and transfers with that handle even if the
 //                        device is made ready again meanwhile. A download's callbacks only test it for null.
 //   client end           While there is a worker, only the worker writes it. The host reads it after its own call on
 //                        the pipe has failed. The worker sets it to INVALID_HANDLE_VALUE before it closes the handle.
