@@ -67,14 +67,15 @@ class Sftp(paramiko.SFTPServer):
             self.break_at(fault, kind, packet)
         elif fault not in ("none", "no handle") and self.answers >= HEALTHY:
             kind, packet = self.break_at(fault, kind, packet)
-        super()._send_packet(kind, packet)
+        super()._send_packet(kind, paramiko.Message(packet))
 
     def talk(self, kind, packet):
         """All that a server may say besides, much of which wants an answer."""
         self.sock.sendall_stderr(MESSAGE)
         for request, channel in ((cMSG_GLOBAL_REQUEST, b""),
                                  (cMSG_CHANNEL_REQUEST, self.sock.remote_chanid.to_bytes(4, "big"))):
-            self.sock.get_transport()._send_user_message(request + channel + string(b"keepalive") + b"\1")
+            message = paramiko.Message(request + channel + string(b"keepalive") + b"\1")
+            self.sock.get_transport()._send_user_message(message)
         return packet[:8] + string(MESSAGE) + string(b"en") if kind == CMD_STATUS else packet
 
     def break_at(self, fault, kind, packet):
