@@ -43,10 +43,13 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
      "Correct zlt.ini beside zdv.exe, and save it as UTF-8. Until then no server is used."},
 };
 
-// As in a URL, without a login that was typed before the name.
+// Without a login that was typed before the name.
+std::string NameOf(const Server& Target) { return Target.sName.substr(Target.sName.rfind('@') + 1); }
+
+// As in a URL.
 std::string NameWithPort(const Server& Target)
 {
-    const std::string sName = Target.sName.substr(Target.sName.rfind('@') + 1);
+    const std::string sName = NameOf(Target);
     const bool bBareIpv6 = sName.find(':') != std::string::npos && !sName.starts_with('[');
     return fmt::format("{}:{}", bBareIpv6 ? '[' + sName + ']' : sName, Target.uiPort);
 }
@@ -79,7 +82,7 @@ std::string DescribeIdentity(const Server& Target)
         "  {} = ?\n"
         "The next check fails and names the key that the server shows. Make sure that this is the server's "
         "own key, then write it in place of the question mark.",
-        Printable(Target.sName.substr(Target.sName.rfind('@') + 1)));
+        Printable(NameOf(Target)));
 }
 
 std::string Explain(const Server& Target, const DeviceError& Error)
