@@ -35,7 +35,7 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_SEND_ERROR, "The connection broke while sending: check the network."},
     {CURLE_RECV_ERROR,
      "The server closed the connection: check the port, and whether the server demands TLS."},
-    {CURLE_LOGIN_DENIED, "The server refuses the login: check the user name and the password."},
+    {CURLE_LOGIN_DENIED, "The server refuses the login: check the user name, and the password or the key."},
     {CURLE_REMOTE_FILE_NOT_FOUND,
      "The root does not exist and was not created: check its name and the user's rights."},
     {CURLE_SSH, "The SSH connection failed: check that the server speaks SFTP at this port."},

@@ -281,7 +281,9 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 // Exported as "ZDV_U". ZDV_U_CHECK_DEVICE_STATUS does nothing. ZDV_U_MAKE_UNIT_READY sets the connection up from the
 // device options and loads the newest version, or the newest one not later than ZDV_BACKUP_VERSION, as the tape.
 // Before the tape is loaded, a transfer that runs is ended, and a root that does not exist is created.
-// Over SFTP a password that is set is the only way in. Without one libcurl tries the keys and agents of the account.
+// Over SFTP a password that is set is the only way in. Without one libcurl tries a key file without a passphrase
+// (id_rsa or id_dsa, in the folder .ssh of %HOME% or in the current folder) and an agent of the account (Pageant, or
+// else that of OpenSSH), which it waits for without a limit.
 //   ZDV_SUCCESS        The tape is loaded. A root without versions is a blank tape.
 //   ZDV_DEVICE_ERROR   - The connection could not be set up: an option is of no use, such as a port of 70000, or
 //                        libcurl has no memory. The tape is as it was. A transfer that runs goes on (but a download
