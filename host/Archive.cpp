@@ -140,8 +140,8 @@ void ArchiveWriter::CutOff()
     m_Drive.WriteFilemark();
 }
 
-ArchiveReader::ArchiveReader(Session& Server, std::uint32_t uiObject)
-    : m_Server(Server), m_uiObject(uiObject), m_Archive(nullptr, archive_read_free)
+ArchiveReader::ArchiveReader(Session& Current, std::uint32_t uiObject)
+    : m_Session(Current), m_uiObject(uiObject), m_Archive(nullptr, archive_read_free)
 {
 }
 
@@ -150,7 +150,7 @@ void ArchiveReader::Open()
     m_uiBlockStart = 0;
     m_uiBlockSize = 0;
     m_bEnded = false;
-    m_Server.Drive().MoveBefore(m_uiObject);
+    m_Session.Drive().MoveBefore(m_uiObject);
     m_bOpen = true;
 }
 
@@ -197,7 +197,7 @@ std::span<const std::byte> ArchiveReader::NextPiece()
         CheckInterrupt();
         m_uiBlockStart += std::exchange(m_uiBlockSize, 0);
         m_bOpen = false;
-        m_bEnded = m_bEnded || m_Server.Drive().Read(m_Block) != ReadResult::Filled;
+        m_bEnded = m_bEnded || m_Session.Drive().Read(m_Block) != ReadResult::Filled;
         m_bOpen = true;
         if (m_bEnded)
             return {};

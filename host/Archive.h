@@ -1,7 +1,7 @@
 // An area's data: a pax archive straight onto the tape and from it, one megabyte or one block at a time.
 #pragma once
 
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 
 #include <archive.h>
 #include <exception>
@@ -39,7 +39,7 @@ private:
 class ArchiveReader
 {
 public:
-    ArchiveReader(Session& Server, std::uint32_t uiObject);
+    ArchiveReader(Session& Current, std::uint32_t uiObject);
 
     // Goes to an entry of the manifest. Going forward downloads nothing twice; going back starts the object again.
     // Throws a TapeError if no archive or another entry is there. Read throws one if the archive is damaged.
@@ -53,7 +53,7 @@ private:
     void Open();
     void Check(la_ssize_t iResult, la_ssize_t iLeast) const;
 
-    Session& m_Server;
+    Session& m_Session;
     std::uint32_t m_uiObject;
     bool m_bOpen = false; // false also when the connection broke
     bool m_bEnded = false;

@@ -36,8 +36,8 @@ std::vector<std::string> Abridged(const std::vector<std::string>& Texts, const c
 class Backup
 {
 public:
-    Backup(Session& Server, const CommandLine& Given, SourceTree Tree)
-        : m_Server(Server), m_Given(Given), m_Tree(std::move(Tree))
+    Backup(Session& Current, const CommandLine& Given, SourceTree Tree)
+        : m_Session(Current), m_Given(Given), m_Tree(std::move(Tree))
     {
     }
 
@@ -45,7 +45,7 @@ public:
     {
         Count();
         Say("Backing up {}, {}, to {}.", CountText(m_Expected.files, "file"), SizeText(m_Expected.bytes),
-            Describe(m_Server.Target()));
+            Describe(m_Session.Target()));
         Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
               [&] { Write(); });
         Say("{} {}: {}, {}.",
@@ -100,8 +100,8 @@ private:
         m_Expected.id = m_Saved.id;
         m_Expected.paths = Abridged(m_Given.Paths, "path");
         m_Expected.excludes = Abridged(m_Given.Excluded, "pattern");
-        m_tVersion = BeginVersion(m_Server, m_Expected);
-        m_Server.Drive().MoveToEnd();
+        m_tVersion = BeginVersion(m_Session, m_Expected);
+        m_Session.Drive().MoveToEnd();
         bool bBroken = false;                            // the area that was written last
         for (bool bDone = false; !bDone && !m_bStopped;) // an empty backup has an area, too
         {
@@ -166,11 +166,11 @@ private:
     {
         const ExitCode enCode =
             Phase(ExitCode::DataDiffers, "The backup is written, but was not compared to its end: ", [&] {
-                m_Server.Patiently([&] { m_Server.Open(m_tVersion); });
-                Volume Tape = LookAt(m_Server);
+                m_Session.Patiently([&] { m_Session.Open(m_tVersion); });
+                Volume Tape = LookAt(m_Session);
                 Tape.Sums = m_Sums;
                 if (Tape.Last.sSum == m_Sums.rbegin()->second)
-                    return ReadVersion(m_Server, Tape, Command::Verify, {});
+                    return ReadVersion(m_Session, Tape, Command::Verify, {});
                 Complain("Differs: the last record of the backup {}",
                          Tape.Last.Intact() ? "is not what was just written" : Printable(Tape.Last.sProblem));
                 return ExitCode::DataDiffers;
@@ -190,7 +190,7 @@ private:
 
     void WriteObject(std::string sLines)
     {
-        WriteRecord(m_Server.Drive(), std::move(sLines));
+        WriteRecord(m_Session.Drive(), std::move(sLines));
         ++m_uiObject;
     }
 
@@ -223,7 +223,7 @@ private:
         m_sEntries.clear();
         m_uiEntries = 0;
         WriteObject(ToLine(Head{.zdv = RecordKind::Area, .id = m_Saved.id, .area = Area()}));
-        m_Archive.emplace(m_Server.Drive());
+        m_Archive.emplace(m_Session.Drive());
         bool bCut = false; // in the middle of an entry
         try
         {
@@ -378,16 +378,16 @@ private:
     //   manifest    yes      nothing is missing, but the manifest may be cut off: the area does not count either
     void CloseBrokenArea()
     {
-        m_Server.Reconnect();
-        CheckVersion(m_Server, m_Saved.id);
-        const bool bExists = ReadRecord(m_Server, m_uiObject).has_value();
-        if (!bExists && !ReadRecord(m_Server, m_uiObject - 1))
+        m_Session.Reconnect();
+        CheckVersion(m_Session, m_Saved.id);
+        const bool bExists = ReadRecord(m_Session, m_uiObject).has_value();
+        if (!bExists && !ReadRecord(m_Session, m_uiObject - 1))
             throw TapeError("the server has lost objects of this backup");
         if (bExists || !IsHeader(m_uiObject))
             m_Abandoned.insert(Area());
         m_uiObject += bExists;
         m_sEntries.clear();
-        Device& Drive = m_Server.Drive();
+        Device& Drive = m_Session.Drive();
         Drive.MoveToEnd();
         if (m_uiObject % 3 == 0)
         {
@@ -407,7 +407,7 @@ private:
         std::uint64_t uiNoted = 0;
     };
 
-    Session& m_Server;
+    Session& m_Session;
     const CommandLine& m_Given;
     SourceTree m_Tree;
     std::optional<DiskEntry> m_Next;
@@ -439,7 +439,7 @@ private:
 
 } // namespace
 
-ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree)
+ExitCode RunBackup(Session& Current, const CommandLine& Given, SourceTree Tree)
 {
-    return Backup(Server, Given, std::move(Tree)).Run();
+    return Backup(Current, Given, std::move(Tree)).Run();
 }

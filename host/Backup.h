@@ -5,4 +5,4 @@
 #include "host/Session.h"
 #include "host/Source.h"
 
-ExitCode RunBackup(Session& Server, const CommandLine& Given, SourceTree Tree);
+ExitCode RunBackup(Session& Current, const CommandLine& Given, SourceTree Tree);

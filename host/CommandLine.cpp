@@ -1,7 +1,7 @@
 #include "host/CommandLine.h"
 
 #include "host/Errors.h"
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 
 #include <CLI/CLI.hpp>
 #include <archive.h>

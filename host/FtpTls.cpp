@@ -11,17 +11,17 @@
 namespace {
 
 // A server that answers slowly or without end costs it little time and memory.
-class Connection
+class ControlConnection
 {
 public:
-    Connection()
+    ControlConnection()
     {
         WSADATA Data{};
         WSAStartup(MAKEWORD(2, 2), &Data);
     }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-    ~Connection()
+    ControlConnection(const ControlConnection&) = delete;
+    ControlConnection& operator=(const ControlConnection&) = delete;
+    ~ControlConnection()
     {
         Close();
         WSACleanup();
@@ -114,7 +114,7 @@ std::optional<bool> OffersTls(const Server& Target)
 {
     // Such as "unknown" and "log in first". Other codes, such as 421, say nothing about TLS.
     constexpr std::array<std::string_view, 8> NO{"500", "501", "502", "503", "504", "530", "534", "431"};
-    Connection Control;
+    ControlConnection Control;
     Control.Open(Target);
     if (Control.ReplyCode() != "220")
         return std::nullopt;

@@ -25,9 +25,9 @@ void ShowEntry(const Entry& What)
 class VersionReader
 {
 public:
-    VersionReader(Session& Server, const Volume& Tape, Command enPurpose,
+    VersionReader(Session& Current, const Volume& Tape, Command enPurpose,
                   const std::vector<std::string>& Wanted, TargetFolder* pTarget)
-        : m_Server(Server), m_Tape(Tape), m_enPurpose(enPurpose), m_Wanted(Wanted), m_pTarget(pTarget)
+        : m_Session(Current), m_Tape(Tape), m_enPurpose(enPurpose), m_Wanted(Wanted), m_pTarget(pTarget)
     {
         if (m_Wanted.Empty())
             m_Progress.SetTotal(Tape.Last.First.bytes);
@@ -41,7 +41,7 @@ public:
             Report("the version is DAMAGED: " + m_Tape.sProblem);
         else if (!m_Tape.Complete())
             Report("the version is INCOMPLETE: only what is there can be read");
-        Areas All(m_Server, m_Tape);
+        Areas All(m_Session, m_Tape);
         while (const std::optional<Area> From = All.Next())
             ReadArea(*From);
         FinishFolders("");
@@ -121,9 +121,9 @@ private:
             m_bLost = true;
             return Report(sName, "its manifest, which names its files, " + From.Manifest.sProblem);
         }
-        if (m_enPurpose == Command::Verify && !HasHeader(m_Server, From))
+        if (m_enPurpose == Command::Verify && !HasHeader(m_Session, From))
             Report(sName, "its header is missing or damaged. Its files can be read without it");
-        ArchiveReader Archive(m_Server, DataObject(From.uiNumber));
+        ArchiveReader Archive(m_Session, DataObject(From.uiNumber));
         Loss Lost;
         std::string_view sLines = From.Manifest.sEntries;
         Attempt(sName, [&] {
@@ -173,7 +173,7 @@ private:
                 throw TapeError(Lost.sReason);
             try
             {
-                m_Server.Patiently(Read);
+                m_Session.Patiently(Read);
             }
             catch (const UnreadableObject& Error)
             {
@@ -233,7 +233,7 @@ private:
                                CountText(Said.problems, "problem")));
     }
 
-    Session& m_Server;
+    Session& m_Session;
     const Volume& m_Tape;
     Command m_enPurpose;
     Patterns m_Wanted;
@@ -251,12 +251,12 @@ private:
 
 } // namespace
 
-ExitCode ReadVersion(Session& Server, const Volume& Tape, Command enPurpose,
+ExitCode ReadVersion(Session& Current, const Volume& Tape, Command enPurpose,
                      const std::vector<std::string>& Wanted, TargetFolder* pTarget)
 {
     const std::string& sComputer = Tape.Facts().First.computer;
     if (pTarget != nullptr && !sComputer.empty() && sComputer != ComputerName())
         Complain("Note: this is a backup of the computer {}, not of this one, {}.", Quoted(sComputer),
                  Quoted(ComputerName()));
-    return VersionReader(Server, Tape, enPurpose, Wanted, pTarget).Run();
+    return VersionReader(Current, Tape, enPurpose, Wanted, pTarget).Run();
 }

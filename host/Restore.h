@@ -3,11 +3,11 @@
 #pragma once
 
 #include "host/CommandLine.h"
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 #include "host/Target.h"
 
 // List shows the entries of the manifests without reading the data, Verify compares, and Restore, which alone has a
 // target, writes. DataDiffers: something is lost or not as the manifests say. DoneWithProblems: all is as the backup
 // has it, but that lacks something. Throws when nothing further can be read.
-ExitCode ReadVersion(Session& Server, const Volume& Tape, Command enPurpose,
+ExitCode ReadVersion(Session& Current, const Volume& Tape, Command enPurpose,
                      const std::vector<std::string>& Wanted, TargetFolder* pTarget = nullptr);

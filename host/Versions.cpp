@@ -7,26 +7,26 @@
 
 namespace {
 
-std::vector<std::time_t> RequireVersions(Session& Server)
+std::vector<std::time_t> RequireVersions(Session& Current)
 {
-    std::vector<std::time_t> Versions = Server.Drive().Versions();
+    std::vector<std::time_t> Versions = Current.Drive().Versions();
     if (Versions.empty())
-        throw std::runtime_error("There is no backup at " + Describe(Server.Target()) +
+        throw std::runtime_error("There is no backup at " + Describe(Current.Target()) +
                                  ". Check the root: if it did not exist, it was created just now.");
     return Versions;
 }
 
 // A version that cannot be read must not cost the others, unless the server is gone. After a failure it is opened
 // again, since only the connection may have broken.
-std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
+std::optional<Volume> TryVersion(Session& Current, std::time_t tVersion)
 {
     std::string sProblem;
     for (int iTry = 0; iTry < Session::MAX_TRIES; ++iTry)
     {
         try
         {
-            Server.Open(tVersion);
-            return LookAt(Server);
+            Current.Open(tVersion);
+            return LookAt(Current);
         }
         catch (const DeviceError& Error)
         {
@@ -37,7 +37,7 @@ std::optional<Volume> TryVersion(Session& Server, std::time_t tVersion)
             sProblem = Error.what();
             iTry = Session::MAX_TRIES;
         }
-        Server.Patiently([&] { Server.Open(); });
+        Current.Patiently([&] { Current.Open(); });
     }
     Complain("{}  UNREADABLE: {}", VersionText(tVersion), sProblem);
     return std::nullopt;
@@ -58,10 +58,10 @@ std::string ComputerName()
     return GetComputerNameExW(ComputerNameDnsHostname, aName.data(), &dwSize) ? ToUtf8(aName.data()) : "";
 }
 
-std::time_t BeginVersion(Session& Server, Head Header)
+std::time_t BeginVersion(Session& Current, Head Header)
 {
-    return Server.Patiently([&] {
-        Device& Drive = Server.Drive();
+    return Current.Patiently([&] {
+        Device& Drive = Current.Drive();
         const std::vector<std::time_t> Versions = Drive.Versions();
         std::time_t tNow = std::time(nullptr);
         if (!Versions.empty() && Versions.back() > tNow)
@@ -77,15 +77,15 @@ std::time_t BeginVersion(Session& Server, Head Header)
         Drive.BeginVersion();
         WriteRecord(Drive, ToLine(Header));
         const std::time_t tVersion = Drive.Versions().back();
-        Server.Open(tVersion);
-        CheckVersion(Server, Header.id);
+        Current.Open(tVersion);
+        CheckVersion(Current, Header.id);
         return tVersion;
     });
 }
 
-void CheckVersion(Session& Server, const std::string& sId)
+void CheckVersion(Session& Current, const std::string& sId)
 {
-    const std::optional<Record> Header = ReadRecord(Server, VOLUME_HEADER);
+    const std::optional<Record> Header = ReadRecord(Current, VOLUME_HEADER);
     if (Header && !Header->Intact())
         throw TapeError("the version that was just begun cannot be read back: its volume header " +
                         Header->sProblem);
@@ -114,9 +114,9 @@ std::string StateText(const Volume& Tape)
     return sText;
 }
 
-ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
+ChosenVersion OpenVersion(Session& Current, std::optional<std::time_t> tAt)
 {
-    std::vector<std::time_t> Versions = RequireVersions(Server);
+    std::vector<std::time_t> Versions = RequireVersions(Current);
     if (tAt && Versions.front() > *tAt)
         throw std::runtime_error(fmt::format("There is no backup of {} or earlier: the oldest is of {}.",
                                              VersionText(*tAt), VersionText(Versions.front())));
@@ -125,7 +125,7 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
     for (; !Versions.empty(); Versions.pop_back())
     {
         const std::time_t tVersion = Versions.back();
-        std::optional<Volume> Tape = TryVersion(Server, tVersion);
+        std::optional<Volume> Tape = TryVersion(Current, tVersion);
         const bool bAsked = tAt && VersionText(tVersion) == VersionText(*tAt);
         if (Tape && (Tape->Complete() || bAsked))
             return {tVersion, *std::move(Tape)};
@@ -146,12 +146,12 @@ ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt)
         "versions\" shows them.");
 }
 
-ExitCode ShowVersions(Session& Server)
+ExitCode ShowVersions(Session& Current)
 {
     ExitCode enCode = ExitCode::Done;
-    for (const std::time_t tVersion : RequireVersions(Server))
+    for (const std::time_t tVersion : RequireVersions(Current))
     {
-        const std::optional<Volume> Tape = TryVersion(Server, tVersion);
+        const std::optional<Volume> Tape = TryVersion(Current, tVersion);
         if (Tape)
             Say("{}  {}", VersionText(tVersion), StateText(*Tape));
         if (!Tape || IsDamaged(*Tape))
@@ -160,10 +160,10 @@ ExitCode ShowVersions(Session& Server)
     return enCode;
 }
 
-void CheckByWriting(Session& Server)
+void CheckByWriting(Session& Current)
 {
     const ULONGLONG uiStart = GetTickCount64();
-    const std::time_t tVersion = BeginVersion(Server, {.zdv = RecordKind::Check, .id = RandomId()});
+    const std::time_t tVersion = BeginVersion(Current, {.zdv = RecordKind::Check, .id = RandomId()});
     const std::uint64_t uiMilliseconds = std::max<std::uint64_t>(GetTickCount64() - uiStart, 1);
     Say("Written, found again and read back: a version of one block, of {}, in {} ms, {}/s. It stays on the "
         "server until you remove it.",

@@ -1,13 +1,13 @@
 // The versions on a server.
 #pragma once
 
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 
 std::string ComputerName();
 
 // Writes the header of a new version, adding this computer's name, and makes sure that the server lists the version.
-std::time_t BeginVersion(Session& Server, Head Header);
-void CheckVersion(Session& Server, const std::string& sId); // throws unless the open version has this id
+std::time_t BeginVersion(Session& Current, Head Header);
+void CheckVersion(Session& Current, const std::string& sId); // throws unless the open version has this id
 
 std::string StateText(const Volume& Tape); // "complete    PC1  12 files, 3.4 MiB"
 
@@ -20,7 +20,7 @@ struct ChosenVersion
 // Opens the version of this very second, or else the newest complete one not later; without a time the newest
 // complete one. Incomplete ones that are passed over are named. Throws when there is none; without a time also when a
 // newer version is damaged or cannot be read, since it may be the one that is wanted.
-ChosenVersion OpenVersion(Session& Server, std::optional<std::time_t> tAt);
+ChosenVersion OpenVersion(Session& Current, std::optional<std::time_t> tAt);
 
-ExitCode ShowVersions(Session& Server); // Done if none is damaged or unreadable; throws when there is none
-void CheckByWriting(Session& Server);
+ExitCode ShowVersions(Session& Current); // Done if none is damaged or unreadable; throws when there is none
+void CheckByWriting(Session& Current);

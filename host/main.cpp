@@ -11,18 +11,18 @@
 
 namespace {
 
-ExitCode Check(Session& Server, bool bWrite)
+ExitCode Check(Session& Current, bool bWrite)
 {
-    const std::vector<std::time_t> Versions = Server.Drive().Versions();
-    Say("Ready: {}. It holds {}{}", Describe(Server.Target()), CountText(Versions.size(), "version"),
+    const std::vector<std::time_t> Versions = Current.Drive().Versions();
+    Say("Ready: {}. It holds {}{}", Describe(Current.Target()), CountText(Versions.size(), "version"),
         Versions.empty() ? "; if this root did not exist, it was created just now."
                          : ", the newest of " + VersionText(Versions.back()) + '.');
-    const bool bFtp = SchemeOf(Server.Target().uiPort) == std::string("ftp");
-    if (bFtp && HasListedKeys(Server.Target()))
+    const bool bFtp = SchemeOf(Current.Target().uiPort) == std::string("ftp");
+    if (bFtp && HasListedKeys(Current.Target()))
         Say("Encrypted: zlt.ini lists the server's keys, so nothing else is accepted.");
     else if (bFtp)
     {
-        const std::optional<bool> bTls = OffersTls(Server.Target());
+        const std::optional<bool> bTls = OffersTls(Current.Target());
         Say("{}",
             !bTls   ? "Perhaps NOT ENCRYPTED: the server did not say whether it offers TLS."
             : *bTls ? "Encrypted: the server offers TLS. Only a listed key makes sure that the data is "
@@ -30,16 +30,16 @@ ExitCode Check(Session& Server, bool bWrite)
                     : "NOT ENCRYPTED: the server offers no TLS. Others on the network can read the password "
                       "and the backup.");
     }
-    Say("{}", DescribeIdentity(Server.Target()));
+    Say("{}", DescribeIdentity(Current.Target()));
     if (bWrite)
-        CheckByWriting(Server);
+        CheckByWriting(Current);
     return ExitCode::Done;
 }
 
-ExitCode Read(Session& Server, const CommandLine& Given)
+ExitCode Read(Session& Current, const CommandLine& Given)
 {
     const ChosenVersion Chosen =
-        Phase(ExitCode::DataDiffers, "", [&] { return OpenVersion(Server, Given.tAt); });
+        Phase(ExitCode::DataDiffers, "", [&] { return OpenVersion(Current, Given.tAt); });
     std::optional<TargetFolder> Target;
     if (Given.enCommand == Command::Restore)
         Phase(ExitCode::LocalFile,
@@ -47,7 +47,7 @@ ExitCode Read(Session& Server, const CommandLine& Given)
     Say("{} {}  {}{}", Given.enCommand == Command::List ? "Listing" : "Reading", VersionText(Chosen.tVersion),
         StateText(Chosen.Tape), Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
     return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ. ", [&] {
-        return ReadVersion(Server, Chosen.Tape, Given.enCommand, Given.Paths, Target ? &*Target : nullptr);
+        return ReadVersion(Current, Chosen.Tape, Given.enCommand, Given.Paths, Target ? &*Target : nullptr);
     });
 }
 
@@ -79,7 +79,7 @@ std::wstring PasswordFromFile(const std::string& sFile)
 }
 
 // Logs in, which also lists the versions. A password that was typed is asked for again if it was wrong.
-void Connect(Session& Server, const std::string& sPasswordFile)
+void Connect(Session& Current, const std::string& sPasswordFile)
 {
     const wchar_t* const pPassword = _wgetenv(L"ZDV_PASSWORD");
     const bool bAsk = sPasswordFile.empty() && pPassword == nullptr;
@@ -92,14 +92,14 @@ void Connect(Session& Server, const std::string& sPasswordFile)
         if (!sPassword)
             throw CommandFailure{ExitCode::CommandLine, "There is no password: set the environment variable "
                                                         "ZDV_PASSWORD, or give a --password-file."};
-        Server.SetPassword(*sPassword);
+        Current.SetPassword(*sPassword);
         try
         {
-            return Server.Open();
+            return Current.Open();
         }
         catch (const DeviceError& Error)
         {
-            const std::string sText = Explain(Server.Target(), Error);
+            const std::string sText = Explain(Current.Target(), Error);
             if (!bAsk || iTry == Session::MAX_TRIES || Error.uiCode != CURLE_LOGIN_DENIED)
                 throw CommandFailure{ExitCode::NotReady, sText};
             Complain("{}", sText);
@@ -118,18 +118,18 @@ ExitCode Run(const CommandLine& Given)
         Phase(ExitCode::LocalFile, "Nothing was written: ", [&] {
             Tree.emplace(Given.Paths, Given.Excluded, Given.bFetchCloudFiles);
         });
-    Session Server(Given.Target);
-    Connect(Server, Given.sPasswordFile);
+    Session Current(Given.Target);
+    Connect(Current, Given.sPasswordFile);
     switch (Given.enCommand)
     {
     case Command::Check:
-        return Phase(ExitCode::NotReady, "", [&] { return Check(Server, Given.bWrite); });
+        return Phase(ExitCode::NotReady, "", [&] { return Check(Current, Given.bWrite); });
     case Command::Backup:
-        return RunBackup(Server, Given, *std::move(Tree));
+        return RunBackup(Current, Given, *std::move(Tree));
     case Command::Versions:
-        return Phase(ExitCode::DataDiffers, "", [&] { return ShowVersions(Server); });
+        return Phase(ExitCode::DataDiffers, "", [&] { return ShowVersions(Current); });
     default:
-        return Read(Server, Given);
+        return Read(Current, Given);
     }
 }
 

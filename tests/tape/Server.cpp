@@ -10,10 +10,10 @@ namespace server {
 
 namespace {
 
-class Connection
+class ControlChannel
 {
 public:
-    explicit Connection(unsigned short uiPort)
+    explicit ControlChannel(unsigned short uiPort)
     {
         WSADATA Data;
         WSAStartup(MAKEWORD(2, 2), &Data);
@@ -25,9 +25,9 @@ public:
         if (connect(m_hSocket, reinterpret_cast<sockaddr*>(&Address), sizeof(Address)) != 0)
             throw std::runtime_error("the server's control channel cannot be reached");
     }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-    ~Connection()
+    ControlChannel(const ControlChannel&) = delete;
+    ControlChannel& operator=(const ControlChannel&) = delete;
+    ~ControlChannel()
     {
         closesocket(m_hSocket);
         WSACleanup();
@@ -91,8 +91,8 @@ std::vector<char> Content(const std::filesystem::path& File)
 
 void Control(const std::string& sCommand)
 {
-    Connection connection(static_cast<unsigned short>(std::stoi(Variable(L"ZDV_TEST_CONTROL"))));
-    if (const std::string sAnswer = connection.Ask(sCommand + "\n"); sAnswer != "ok")
+    ControlChannel channel(static_cast<unsigned short>(std::stoi(Variable(L"ZDV_TEST_CONTROL"))));
+    if (const std::string sAnswer = channel.Ask(sCommand + "\n"); sAnswer != "ok")
         throw std::runtime_error(sCommand + ": " + sAnswer);
 }
 

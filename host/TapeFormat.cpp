@@ -1,4 +1,4 @@
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 
 #include "host/Hash.h"
 
@@ -83,13 +83,13 @@ std::optional<std::string> ReadText(Device& Drive, std::uint32_t uiObject)
     return sText;
 }
 
-bool HasObject(Session& Server, std::uint32_t uiObject)
+bool HasObject(Session& Current, std::uint32_t uiObject)
 try
 {
-    return Server.Patiently([&] {
+    return Current.Patiently([&] {
         Block Buffer(ZDV_BLOCK_SIZE);
-        Server.Drive().MoveBefore(uiObject);
-        return Server.Drive().Read(Buffer) != ReadResult::EndOfMedia;
+        Current.Drive().MoveBefore(uiObject);
+        return Current.Drive().Read(Buffer) != ReadResult::EndOfMedia;
     });
 }
 catch (const UnreadableObject&)
@@ -187,11 +187,11 @@ void WriteRecord(Device& Drive, std::string sLines)
     Drive.WriteFilemark();
 }
 
-std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
+std::optional<Record> ReadRecord(Session& Current, std::uint32_t uiObject)
 {
     try
     {
-        auto sText = Server.Patiently([&] { return ReadText(Server.Drive(), uiObject); });
+        auto sText = Current.Patiently([&] { return ReadText(Current.Drive(), uiObject); });
         return sText ? std::optional(ParseRecord(*std::move(sText))) : std::nullopt;
     }
     catch (const UnreadableObject& Error)
@@ -204,10 +204,10 @@ std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject)
     }
 }
 
-Volume LookAt(Session& Server)
+Volume LookAt(Session& Current)
 {
-    Volume Found{.Header = ReadRecord(Server, VOLUME_HEADER).value_or(Record()),
-                 .Last = ReadRecord(Server, LAST_OBJECT).value_or(Record())};
+    Volume Found{.Header = ReadRecord(Current, VOLUME_HEADER).value_or(Record()),
+                 .Last = ReadRecord(Current, LAST_OBJECT).value_or(Record())};
     Found.Last.sEntries = {};
     const Head& First = Found.Header.First;
     const Head& Last = Found.Last.First;
@@ -221,8 +221,8 @@ Volume LookAt(Session& Server)
         return Found;
     if (Found.Header.Intact() && First.id != Last.id)
         Found.sProblem = "it holds objects of another backup";
-    else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Server, ManifestObject(Last.area)) ||
-             HasObject(Server, ManifestObject(Last.area) + 1))
+    else if (Last.area == 0 || Last.area > MAX_AREAS || !HasObject(Current, ManifestObject(Last.area)) ||
+             HasObject(Current, ManifestObject(Last.area) + 1))
         Found.sProblem =
             "objects are missing on the server, or there are too many (docs\\zdv.txt tells in its last "
             "chapter what to do)";
@@ -230,8 +230,8 @@ Volume LookAt(Session& Server)
 }
 
 // The last manifest lists all abandoned areas. Without it, all manifests that are there are asked.
-Areas::Areas(Session& Server, const Volume& Tape)
-    : m_Server(Server), m_Tape(Tape), m_sId(Tape.Facts().First.id)
+Areas::Areas(Session& Current, const Volume& Tape)
+    : m_Session(Current), m_Tape(Tape), m_sId(Tape.Facts().First.id)
 {
     std::optional<Record> Found = Tape.Last;
     for (std::uint32_t uiArea = 0; Found && uiArea <= MAX_AREAS; ++uiArea)
@@ -242,13 +242,13 @@ Areas::Areas(Session& Server, const Volume& Tape)
             m_Abandoned.insert(Found->First.abandoned.begin(), Found->First.abandoned.end());
         if (Tape.Last.Intact())
             return;
-        Found = ReadRecord(Server, ManifestObject(uiArea + 1));
+        Found = ReadRecord(Current, ManifestObject(uiArea + 1));
     }
 }
 
-bool HasHeader(Session& Server, const Area& Of)
+bool HasHeader(Session& Current, const Area& Of)
 {
-    const std::optional<Record> Found = ReadRecord(Server, HeaderObject(Of.uiNumber));
+    const std::optional<Record> Found = ReadRecord(Current, HeaderObject(Of.uiNumber));
     return Found && Has(Found->First, RecordKind::Area, Of.Manifest.First.id, Of.uiNumber);
 }
 
@@ -260,7 +260,7 @@ std::optional<Area> Areas::Next()
     {
         if (m_Abandoned.contains(m_uiArea))
             continue;
-        std::optional<Record> Found = ReadRecord(m_Server, ManifestObject(m_uiArea));
+        std::optional<Record> Found = ReadRecord(m_Session, ManifestObject(m_uiArea));
         if (!Found && !bEndKnown)
             return std::nullopt; // the tape ends
         Record Manifest = std::move(Found).value_or(Record());

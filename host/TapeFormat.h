@@ -127,7 +127,7 @@ void WriteRecord(Device& Drive, std::string sLines); // as the next object
 
 // The record in an object, with its problem if it is damaged; nothing if the tape ends before it. Throws an
 // UnknownFormat.
-std::optional<Record> ReadRecord(Session& Server, std::uint32_t uiObject);
+std::optional<Record> ReadRecord(Session& Current, std::uint32_t uiObject);
 
 // The two ends of a tape.
 struct Volume
@@ -143,7 +143,7 @@ struct Volume
     bool Complete() const { return sProblem.empty() && Last.First.state == AreaState::Complete; }
     const Record& Facts() const { return Last.Intact() ? Last : Header; }
 };
-Volume LookAt(Session& Server);
+Volume LookAt(Session& Current);
 
 struct Area
 {
@@ -151,18 +151,18 @@ struct Area
     Record Manifest{}; // if not intact, the area is lost
 };
 
-bool HasHeader(Session& Server, const Area& Of);
+bool HasHeader(Session& Current, const Area& Of);
 
 // The areas of a tape that count, one after another, so that memory holds the entries of only one.
 class Areas
 {
 public:
-    Areas(Session& Server, const Volume& Tape);
+    Areas(Session& Current, const Volume& Tape);
 
     std::optional<Area> Next();
 
 private:
-    Session& m_Server;
+    Session& m_Session;
     const Volume& m_Tape;
     std::string m_sId; // that all records must have
     std::set<std::uint32_t> m_Abandoned{};

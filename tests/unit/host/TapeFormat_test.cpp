@@ -1,4 +1,4 @@
-#include "host/Tape.h"
+#include "host/TapeFormat.h"
 
 #include <gtest/gtest.h>
 
