@@ -66,6 +66,11 @@ DiskEntry ToEntry(const std::wstring& sFile, const WIN32_FIND_DATAW& Data)
     return Found;
 }
 
+bool EqualNames(const wchar_t* pOne, const wchar_t* pOther)
+{
+    return CompareStringOrdinal(pOne, -1, pOther, -1, TRUE) == CSTR_EQUAL;
+}
+
 using FindHandle = std::unique_ptr<void, decltype(&FindClose)>; // invalid is not null: FindClose refuses it
 
 constexpr std::wstring_view NT_PREFIX = LR"(\??\)";
@@ -153,7 +158,12 @@ std::optional<DiskEntry> FindEntry(const std::wstring& sPath)
 {
     WIN32_FIND_DATAW Data{};
     const FindHandle Find(FindFirstFileW(sPath.c_str(), &Data), FindClose);
-    return Find.get() == INVALID_HANDLE_VALUE ? std::nullopt : std::optional(ToEntry(sPath, Data));
+    if (Find.get() == INVALID_HANDLE_VALUE)
+        return {};
+    DiskEntry Found = ToEntry(sPath, Data);
+    const wchar_t* const pName = sPath.c_str() + sPath.find_last_of(L'\\') + 1;
+    Found.bByShortName = EqualNames(pName, Data.cAlternateFileName) && !EqualNames(pName, Data.cFileName);
+    return Found;
 }
 
 bool IsFolder(const std::wstring& sPath)

@@ -39,7 +39,8 @@ struct DiskEntry
 {
     std::wstring sFile{}; // the name to open it by
     bool bEncrypted = false;
-    Entry What{}; // its path is the bare name; where a link leads is not known yet
+    bool bByShortName = false; // FindEntry was given its second name, such as PROGRA~1
+    Entry What{};              // its path is the bare name; where a link leads is not known yet
 };
 
 // Saved, NotHere or Noted: what attributes and reparse tag tell of an entry before it is opened.

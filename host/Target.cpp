@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t ROOT_LENGTH = 7; // \\?\C:\ and \\?\UNC are nobody's to create
+constexpr std::size_t ROOT_LENGTH = 7; // \\?\C:\ and \\?\UNC cannot be created
 
 std::wstring FolderOf(const std::wstring& sPath)
 {
@@ -24,8 +24,8 @@ template <typename Action> void OnTheWay(const std::wstring& sPath, std::size_t 
     }
 }
 
-// Times and attributes of a file, folder or link. That a file system refuses them (FAT32 knows no time before 1980) is
-// no reason to lose the file. A member that is 0 is left as it is.
+// Times and attributes of a file, folder or link. If the file system refuses them (FAT32 knows no time before 1980),
+// the file is kept all the same. A member that is 0 is left as it is.
 void SetFacts(HANDLE hFile, const Entry& What, const std::wstring& sPath)
 {
     FILE_BASIC_INFO Times{};
@@ -50,6 +50,16 @@ bool IsHeld(const std::wstring& sPath)
         return GetLastError() == ERROR_SHARING_VIOLATION;
     CloseHandle(hFile);
     return false;
+}
+
+// By its short name, an entry that has another name would be replaced, or a folder be written into.
+void RefuseShortName(const std::wstring& sPath, const std::optional<DiskEntry>& There)
+{
+    if (There && There->bByShortName)
+        throw FileError(sPath, fmt::format("is the short name of {} here: that one is kept, and this one is "
+                                           "left out. Restore it into another folder",
+                                           Quoted(There->What.path))
+                                   .c_str());
 }
 
 // A link that was created and cannot be opened would be left over.
@@ -92,6 +102,7 @@ bool TargetFolder::EnsureFolder(const std::wstring& sPath)
     OnTheWay(sPath, m_sFolder.size(), [&](const std::wstring& sPart) {
         const std::optional<DiskEntry> There = FindEntry(sPart);
         bCreated = !There;
+        RefuseShortName(sPart, There);
         if (There && There->What.IsLink())
             throw FileError(sPart, "is a link: nothing is written through it");
         if (There && There->What.type != Kind::Folder)
@@ -109,6 +120,7 @@ std::wstring TargetFolder::PathFor(const Entry& What)
     EnsureFolder(FolderOf(sPath));
     if (GetFileAttributesW(sPath.c_str()) == INVALID_FILE_ATTRIBUTES)
         return sPath;
+    RefuseShortName(sPath, FindEntry(sPath));
     if (!m_bReplace)
         throw FileError(sPath, "exists already: --overwrite would replace it");
     if (m_Written.Meet(What.path))
@@ -118,7 +130,7 @@ std::wstring TargetFolder::PathFor(const Entry& What)
     return sPath;
 }
 
-// A deleted file keeps its name while a virus scanner has it open, and a power failure leaves one behind.
+// A deleted file keeps its name while a virus scanner has it open, and a power failure leaves a temporary file.
 std::wstring TargetFolder::UnusedPath(const std::wstring& sFolder)
 {
     std::wstring sPath;

@@ -225,6 +225,7 @@ class HostTest(unittest.TestCase):
 
     def test_existing_files_are_kept_unless_told_otherwise(self):
         path = self.write("file", b"saved")
+        short = self.write("z_fi~ifj.txt")  # what Wine makes of "z file of a long name.txt"
         self.assertNotIn("Compared", self.backup())
         path.write_bytes(b"changed")
         path.chmod(0o444)
@@ -238,6 +239,10 @@ class HostTest(unittest.TestCase):
         damage(self.object_file(3), flip(1536 + 1536 + 1))
         self.run_host(DATA_DIFFERS, "restore", *into, "--overwrite")
         self.assertEqual((path.read_bytes(), path.stat().st_mode & 0o200), (b"saved", 0))
+        short.unlink()
+        long = self.write("z file of a long name.txt", b"kept")
+        self.assertIn(f'is the short name of "{long.name}"', self.run_host(DATA_DIFFERS, "restore", *into, "--overwrite"))
+        self.assertEqual(long.read_bytes(), b"kept")
 
     def test_a_version_is_chosen_by_time(self):
         versions = {"ZELT_20240715120000": b"summer", "ZELT_20240715123000": b"half an hour later",
