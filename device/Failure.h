@@ -1,4 +1,5 @@
-// The one way to fail: a value says why, and StoreFailure keeps it for the host.
+// The one way to fail: a value says why something failed, and StoreFailure keeps it. StoreHostFailure and
+// StoreWorkerFailure call it where the two threads of a transfer share the fields.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,8 @@ bool IsConnected(const FtpContext& FC) { return FC.m_bSendData || FC.m_bGetData;
 // that they may be empty.
 bool ReportsHostError(const FtpContext& FC)
 {
-    return WorkerRuns(FC) || (FC.m_dwLastError == ERROR_SUCCESS && FC.m_HostError.dwCode != ERROR_SUCCESS);
+    return WorkerRuns(FC) ||
+           (FC.m_dwLastError == ERROR_SUCCESS && FC.m_HostError.m_dwLastError != ERROR_SUCCESS);
 }
 
 } // namespace
@@ -34,24 +35,21 @@ LastError TakeLastError(FtpContext& FC) noexcept
 
 void PutBackLastError(FtpContext& FC, LastError&& Taken) noexcept
 {
-    FC.m_dwLastError = Taken.dwCode;
-    FC.m_sLastError = std::move(Taken.sText);
+    FC.m_dwLastError = Taken.m_dwLastError;
+    FC.m_sLastError = std::move(Taken.m_sLastError);
 }
 
 void StoreHostFailure(FtpContext& FC, const Failure& Reason) noexcept
 {
-    if (!WorkerRuns(FC))
-        return StoreFailure(FC, Reason);
-    FC.m_HostError.dwCode = Reason.dwLastError;
-    Describe(Reason, FC.m_HostError.sText);
+    WorkerRuns(FC) ? StoreFailure(FC.m_HostError, Reason) : StoreFailure(FC, Reason);
 }
 
 std::uint32_t LastErrorCode(const FtpContext& FC)
 {
-    return ReportsHostError(FC) ? FC.m_HostError.dwCode : FC.m_dwLastError;
+    return ReportsHostError(FC) ? FC.m_HostError.m_dwLastError : FC.m_dwLastError;
 }
 
 std::wstring LastErrorText(const FtpContext& FC)
 {
-    return ReportsHostError(FC) ? FC.m_HostError.sText : FC.m_sLastError;
+    return ReportsHostError(FC) ? FC.m_HostError.m_sLastError : FC.m_sLastError;
 }

@@ -1,7 +1,7 @@
 // Who may touch m_dwLastError and m_sLastError. They are the worker's from the moment a transfer is connected until its
 // worker has ended; before and after that they are the host thread's. A worker that does not connect stores why while
-// the host waits for it, unless the host has given up first (see StoreWorkerFailure). What fails in the host's own
-// calls while they are the worker's goes into m_HostError.
+// the host waits for it, unless the host has given up first (see StoreWorkerFailure). While they are the worker's, the
+// failures of the host's own calls go into m_HostError.
 #pragma once
 
 #include "device/Failure.h"

@@ -25,8 +25,8 @@ enum class Meeting
 // A failure, as it is kept for the host.
 struct LastError
 {
-    std::uint32_t dwCode = 0;
-    std::wstring sText;
+    std::uint32_t m_dwLastError = 0; // named as in FtpContext, for StoreFailure
+    std::wstring m_sLastError;
 };
 
 // One open device. Its address is the host's handle. stream/Transfer.h says what a transfer's worker thread may

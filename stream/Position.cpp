@@ -57,7 +57,7 @@ ZDV_STATUS SkipBlocks(FtpContext& FC, const FunctionTrace& Trace, std::int32_t i
         if (i == 0 && bUpload && !FC.m_bSendData && FC.m_uiCurrentObject == uiObject)
             EndedUpload = TakeLastError(FC);
     }
-    if (EndedUpload.dwCode != ERROR_SUCCESS)
+    if (EndedUpload.m_dwLastError != ERROR_SUCCESS)
         FC.m_HostError = std::move(EndedUpload);
     FC.m_bAtFileMark = uiRc == ZDV_FILEMARK_REACHED;
     return uiRc;
