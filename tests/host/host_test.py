@@ -189,7 +189,7 @@ class HostTest(unittest.TestCase):
 
     @unittest.skipIf(os.environ["ZDV_TEST_SCHEME"] == "sftp", "takes minutes, and is no matter of the protocol")
     @unittest.skipIf(shutil.disk_usage(STORE).free < 5 << 30, "the server's store is in memory, and that is too small")
-    def test_a_file_of_more_than_4_gib(self):
+    def test_a_file_of_more_than_4_gib_comes_back(self):
         with open(self.write("large"), "r+b") as file:
             file.seek(4 << 30)
             file.write(b"end")
@@ -201,7 +201,7 @@ class HostTest(unittest.TestCase):
             self.assertEqual(file.read(), b"end")
         self.assertEqual((self.target / "source/small").read_bytes(), b"small")
 
-    def test_what_is_backed_up(self):
+    def test_named_paths_are_saved_and_excluded_ones_are_not(self):
         for name in ("a/1.txt", "a/2.TMP", "a/tmp/3", "b/4", "locked", "CON"):
             self.write(name, name.encode())
         (self.source / "locked").chmod(0 if os.geteuid() else 0o600)
@@ -287,7 +287,7 @@ class HostTest(unittest.TestCase):
             self.assertIn("give --at", self.restore(code=DATA_DIFFERS, **berlin))
             self.restore("--at", "16/12/2024 12:00:01", **berlin)
 
-    def test_a_drive(self):
+    def test_a_drive_comes_back_without_a_folder(self):
         drive = Path(PROGRAM[0]).parents[1] / "build/wine/dosdevices/y:"
         drive.unlink(missing_ok=True)  # left by a run that was killed
         drive.symlink_to(self.source)
@@ -333,7 +333,7 @@ class HostTest(unittest.TestCase):
         (version,) = {path.name for path in root.iterdir()} - taken
         self.assertEqual(len(files_below(root / version)), 4)
 
-    def test_a_root_without_backups(self):
+    def test_a_root_without_backups_is_explained(self):
         text = self.run_host(DONE, "check", "--write")
         self.assertIn("if this root did not exist, it was created just now", text)
         self.assertEqual("Encrypted: the server offers TLS" in text, os.environ["ZDV_TEST_SCHEME"] == "ftpes")
@@ -370,7 +370,7 @@ class HostTest(unittest.TestCase):
             ("header of another", 1, retold(id="1"), set(), "another backup"),
             ("manifest of another", 7, retold(id="1"), {2, 3}, "area 2"),
             ("another format", 1, retold(format=2), set(range(6)), "format 2"),
-            ("manifest of another format", 7, retold(format=2), {2, 3, 4, 5}, "NOT EVERYTHING WAS READ. the backup has format 2"),
+            ("manifest of another format", 7, retold(format=2), {2, 3, 4, 5}, "NOT EVERYTHING WAS READ: the backup has format 2"),
             ("forgotten areas", 10, retold(abandoned=[1, 3]), {0, 1, 4, 5}, "but it was closed with 6 files"),
             ("unreadable", 6, None, {2, 3}, "(code "),
             *((f"{name} missing", number, "missing", lost, text) for name, number, lost, text in (
@@ -413,7 +413,7 @@ class HostTest(unittest.TestCase):
         self.assertRegex(self.finish(process, DATA_DIFFERS), r"DAMAGED: it holds objects of another backup\n"
                          r"(.|\n)*area 1: its manifest.* is not what was just written\n(.|\n)*CANNOT BE RELIED ON")
 
-    def test_hostile_archives(self):
+    def test_hostile_archives_write_nothing_outside(self):
         self.write("good")
         self.backup()
         outside = self.folder / "outside"
@@ -473,7 +473,7 @@ class HostTest(unittest.TestCase):
         settings.write_text(f"[Server Keys]\n127.0.0.1 = {key}\n")
         self.assertIn("identity was compared", self.run_host(DONE, "check"))
 
-    def test_command_lines(self):
+    def test_wrong_command_lines_are_refused(self):
         file = self.folder / "password"
         file.write_text(os.environ["ZDV_TEST_PASSWORD"] + "\r\nmore")
         self.run_host(DONE, "check", "--password-file", windows_path(file), password=None)
@@ -511,7 +511,7 @@ class HostTest(unittest.TestCase):
         (STORE / self.root / ".ftpaccess").write_text("HideFiles ^ZELT_\n")
         self.assertIn("does not show the version that was just begun", self.backup(code=BACKUP_FAILED))
 
-    def test_a_volume_header_that_fails(self):
+    def test_a_volume_header_that_fails_is_written_again(self):
         self.run_host(DONE, "check")
         (STORE / self.root).chmod(0o500)
         self.write("file")
@@ -521,7 +521,7 @@ class HostTest(unittest.TestCase):
         self.finish(process, DONE)
         self.restore()
 
-    def test_one_at_a_time(self):
+    def test_a_second_zdv_is_refused(self):
         os.truncate(self.write("big"), 1 << 30)
         process = self.start("backup", windows_path(self.source))
         self.wait_for_data(process, STORE / self.root, "*/*.003")
@@ -542,7 +542,7 @@ class HostTest(unittest.TestCase):
     # ------------------------------------------------------------------------------------- broken connections
 
     @unittest.skipUnless((STORE / "small").exists(), "this machine mounts no small disk")
-    def test_a_full_disk(self):
+    def test_a_full_disk_fails_the_backup(self):
         self.root = "small/full"
         self.write("big", bytes(48 * BLOCK))
         self.assertRegex(self.backup(code=BACKUP_FAILED), MODULE_TEXT)

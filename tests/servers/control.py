@@ -7,15 +7,21 @@ import threading
 
 from .server import ServerError
 
-# What the servers write when they are told the user's name, or later where they do not write then. The end of a
-# session is written too late.
+# What the servers log when they get the user's name. Those that do not log it log a later step. The end of a session
+# is logged too late.
 LOGIN = rb'(?:(?:USER|password for|authenticating user|login from) |"PUT /.*)%s'
 
 
 class Control(threading.Thread):
-    """Answers lines on 127.0.0.1, one connection at a time: kill, stop, cont, start, fault NAME; replace, which puts a
-    server with other keys in the place of this one, and back; unseen, an error if the user's name has got into the
-    server's logs since it was asked for last; what a Middle does, or middle, an error if it has been told anything."""
+    """Answers lines on 127.0.0.1, one connection at a time.
+
+    kill, stop, cont, start   what a signal does, and its opposite
+    fault NAME                breaks a FaultySftp in a way of its own
+    replace                   puts a server with other keys in the place of this one, and back
+    unseen                    an error if the user's name has got into the server's logs since the last "unseen"
+    one of Middle.KINDS       what a Middle does
+    middle                    an error if a Middle has got anything
+    """
 
     def __init__(self, server, middle=None):
         super().__init__(daemon=True)

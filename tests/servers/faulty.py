@@ -6,7 +6,7 @@ from .site import ROOT
 
 
 class FaultySftp(Server):
-    """One of our own, which breaks as a test asks. It runs as the login, which the tests' folder may be closed to."""
+    """Our own SFTP server, which breaks as a test asks. It runs as the login, which the tests' folder may be closed to."""
 
     def command(self):
         program, key = (shutil.copy(path, ROOT / f"faulty.{path.name}") for path in (

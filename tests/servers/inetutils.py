@@ -16,7 +16,7 @@ while True:
 
 
 class Inetutils(Server):
-    """A classic one, which answers NLST of an empty directory with 550."""
+    """A classic FTP server, which answers NLST of an empty directory with 550."""
 
     def command(self):
         Path("/etc/ftpusers").touch()

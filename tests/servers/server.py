@@ -13,8 +13,8 @@ POLL_INTERVAL_S = 0.02
 
 PR_SET_CHILD_SUBREAPER = 36
 
-# The shell adopts the server's orphans, so that all its processes can be found, whatever sessions they open, and
-# vsftpd crashes when it reaps a process that it did not start. Each dies with the one before it.
+# The shell adopts the server's orphans, so that all its processes can be found, whatever sessions they open. If
+# vsftpd adopted them, it would crash when it reaps a process that it did not start. Each dies with the one before it.
 UNDER_SHELL = ["setpriv", "--pdeathsig", "KILL", "sh", "-c", '"$@"; exit $?', "sh", "setpriv", "--pdeathsig", "KILL"]
 
 

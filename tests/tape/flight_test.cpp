@@ -98,7 +98,7 @@ TEST_F(Flight, StoppedServerHoldsTheFilemarkBack)
 }
 
 // More data than all buffers hold, and longer than libcurl waits for any reply: a transfer itself has no time limit.
-TEST_F(Stalled, ServerLosesNothingWhenItGoesOn)
+TEST_F(Stalled, UploadIsWholeWhenTheServerGoesOn)
 {
     m_aFirst = SomeBlocks(64, 6); // so much that the server has answered all commands
     m_aRest = SomeBlocks(512, 7);

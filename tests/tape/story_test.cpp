@@ -217,7 +217,7 @@ TEST_F(Story, ObjectInMidVersionIsOverwritten)
     EXPECT_EQ(tape.Read(1, aRead), ZDV_END_OF_MEDIA);
 }
 
-TEST_F(Story, PositionIsKeptOnBlocksAndFilemarks)
+TEST_F(Story, SkippingAndSpacingFindTheBlock)
 {
     Tape tape(server::Root(L"positions"));
     ASSERT_EQ(tape.MakeReady(), ZDV_SUCCESS) << tape.ErrorText();

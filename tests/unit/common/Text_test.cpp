@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-TEST(Text, IsConvertedByTheLocaleAsFarAsItGoes)
+TEST(Text, ReplacesWhatCannotBeConverted)
 {
     EXPECT_EQ(quorvel::Widen("Gr\xFC\xDF"), L"Gr\x00FC\x00DF");
     EXPECT_EQ(quorvel::Narrow(L"Gr\x00FC\x00DF f\x00FCr 10 \x20AC"), "Gr\xFC\xDF f\xFCr 10 ?");

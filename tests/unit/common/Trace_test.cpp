@@ -77,7 +77,7 @@ TEST_F(Trace, WritesTheLevelsOfTheSettings)
     EXPECT_THAT(Lines(), ElementsAre("[E]: f : e", "[W]: f : w", "[I]: f : i"));
 }
 
-TEST_F(Trace, KeepsThePreviousRunOnce)
+TEST_F(Trace, KeepsTheLogOfTheLoadBefore)
 {
     const auto Old = [this] { return LogLines(FileText(m_Folder / "ZDV_FTP_trace.old")); };
     for (const char* sRun : {"first", "second"})

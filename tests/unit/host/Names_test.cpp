@@ -20,7 +20,7 @@ TEST(Names, ThatCouldLeadOutOfAFolderOrToADeviceAreRefused)
         EXPECT_THROW(RelativePath(pBad), TapeError) << pBad;
 }
 
-TEST(Names, HaveLimits)
+TEST(Names, ThatAreTooLongOrTooDeepAreRefused)
 {
     const auto Name = [](std::size_t uiLength, std::size_t uiParts) {
         return fmt::format("{}", fmt::join(std::vector(uiParts, std::string(uiLength, 'a')), "/"));
@@ -60,7 +60,7 @@ TEST(Patterns, MeanNamesAndWhatLiesBelowThem)
     EXPECT_TRUE(Patterns({sLong}).Match(sLong));
 }
 
-TEST(Names, AreComparedAsFileSystemsMayAndShownWithoutEffects)
+TEST(WrittenNames, AreMetByNamesThatDifferInCaseOrFormOnly)
 {
     WrittenNames Written;
     for (const char* pName : {"a/Readme", "a/b/x", "c/caf\xC3\xA9", "c/README", "c/d/e/f"})
@@ -73,5 +73,9 @@ TEST(Names, AreComparedAsFileSystemsMayAndShownWithoutEffects)
         EXPECT_TRUE(Written.Meet(pName)) << pName;
     for (const char* pName : {"c/d/e/g", "c/x", "c/cafe", "x"})
         EXPECT_FALSE(Written.Meet(pName)) << pName;
+}
+
+TEST(Quoted, HidesControlCharacters)
+{
     EXPECT_EQ(Quoted("a\x1B[2J\xE2\x80\xAE\xFFz"), "\"a?[2J?\xEF\xBF\xBDz\"");
 }

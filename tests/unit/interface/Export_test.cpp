@@ -12,7 +12,7 @@
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(Session, OpensForEveryPriorValueButOne)
+TEST(Open, RefusesOneValueOfTheHandleOnly)
 {
     constexpr ZDV_HANDLE DECLINED = 0x8000000000000000;
     for (const ZDV_HANDLE Before : {ZDV_HANDLE{0}, ZDV_HANDLE{1}, DECLINED + 1, ~ZDV_HANDLE{0}})
