@@ -13,7 +13,7 @@
 struct ListingLine
 {
     std::wstring sText;
-    std::size_t uiStart = 0; // of the line being read; before it is what earlier lines have left
+    std::size_t uiStart = 0; // of the line being read; earlier lines have left what is before it
 };
 
 // One attempt to list a directory. If it fails, the line is put back as it was.

@@ -37,8 +37,9 @@ bool IsKey(const std::string& sKey)
            (bTls && sKey.find_first_not_of(BASE64, 8) == 51);
 }
 
-// Only ASCII means something here, and that is the same in UTF-8 and in the code pages of Windows.
-std::string WithoutMark(const std::string& sSettings)
+// UTF-16 becomes UTF-8. All else stays as it is: only ASCII matters here, and that is the same in UTF-8 and in the code
+// pages of Windows.
+std::string WithoutUtf16(const std::string& sSettings)
 {
     if (!sSettings.starts_with("\xFF\xFE"))
         return sSettings;
@@ -138,7 +139,7 @@ ListedKeys Damaged(const std::string& sLine, const wchar_t* sWhy)
 
 ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
 {
-    std::string sText = WithoutMark(sSettings);
+    std::string sText = WithoutUtf16(sSettings);
     if (sText.find('\0') != sText.npos)
         return Damaged(L"the file is not in UTF-8");
     std::ranges::replace(sText, '\r', '\n');
@@ -166,7 +167,7 @@ ListedKeys FindKeys(const std::string& sSettings, const std::string& sServer)
         if (bInside && !bHeader)
             return Damaged(sLine, L"cannot be understood");
         if (bInside && std::exchange(bSeen, true))
-            return Damaged(L"it is there twice");
+            return Damaged(L"it is in the file more than once");
         const Words aValues = WordsOf(sLine.substr(sLine.find('=') + 1));
         if (!bInside && (sDense == "*=required" || std::ranges::any_of(aValues, IsKey)))
             return Damaged(sLine, L"is outside of the section");

@@ -20,9 +20,9 @@ void CloseServerEnd(std::atomic<HANDLE>& hPipe, const FunctionTrace& Trace, cons
         return;
     Trace.Verbose(sText);
     const HANDLE hClosing = hPipe.exchange(INVALID_HANDLE_VALUE);
-    // The flush returns once the reader has taken everything; the disconnect is its end of data. The end of a process
-    // kills the worker but leaves its end of the pipe open, and a flush would then wait for ever. The worker's thread may
-    // be seen as dead only later, so the process is asked, too.
+    // The flush returns once the reader has taken everything; disconnecting then ends its data. The end of a process
+    // kills the worker but leaves its end of the pipe open, and a flush would then wait for ever. The worker's thread
+    // may be seen as dead only later, so the process is asked, too.
     if (WaitForSingleObject(hWorker, 0) != WAIT_OBJECT_0 && !ProcessEnds())
         FlushFileBuffers(hClosing);
     DisconnectNamedPipe(hClosing);

@@ -6,10 +6,10 @@
 #include <curl/curl.h>
 
 // The comparison of a server's key with those that are listed for it. libcurl verifies nothing else: whoever has a
-// listed key is the server that was meant. It is made on each connection, before the user's name is sent. A TLS
-// session that is resumed needs none: only who was compared when it began can resume it. (After a change
-// of the list, a host that names another server and then this one again may resume a session from before the change.)
-// It must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
+// listed key is the server that was meant. It is made on each connection, before the user's name is sent. A resumed TLS
+// session is not compared again: only a server that passed when the session began can resume it. (After a change of the
+// list, a host that names another server and then this one again may resume a session from before the change.)
+// The object must live as long as the libcurl handle that it is set on, and belongs to the thread that uses the handle.
 struct ServerCheck
 {
     // Looks up the keys of a URL's server. uiOptionPort replaces the URL's port, unless libcurl refuses it.
@@ -29,6 +29,7 @@ CURLcode SetServerCheck(CURL* pCurl, ServerCheck& Check);
 // if the transfer goes to another server than the last one.
 CURLcode PerformChecked(CURL* pCurl);
 
-// What the handle's check, if it has one, says of a call that has just ended, when that failed. A refused server gets
-// libcurl's one code for that: libcurl may have tried another data connection in vain, and say why that failed.
+// After a call of libcurl that failed: what the handle's check, if it has one, adds to the reason. If the server was
+// refused, enCurlRc becomes libcurl's code for that: libcurl may have tried another data connection in vain, and give
+// that one's code.
 std::wstring TakeRefusal(CURL* pCurl, CURLcode& enCurlRc);

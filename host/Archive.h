@@ -1,4 +1,5 @@
-// An area's data: a pax archive straight onto the tape and from it, one megabyte or one block at a time.
+// An area's data: a pax archive. It is written to the tape a MiB at a time and read block by block, without a file in
+// between.
 #pragma once
 
 #include "host/TapeFormat.h"

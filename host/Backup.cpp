@@ -46,8 +46,8 @@ public:
         Count();
         Say("Backing up {}, {}, to {}.", CountText(m_Expected.files, "file"), SizeText(m_Expected.bytes),
             Describe(m_Session.Target()));
-        Phase(ExitCode::BackupFailed, "THE BACKUP FAILED, what was written is not complete. ",
-              [&] { Write(); });
+        Phase(ExitCode::BackupFailed,
+              "THE BACKUP FAILED, and what was written is not complete: ", [&] { Write(); });
         Say("{} {}: {}, {}.",
             m_bStopped ? "STOPPED, this version is INCOMPLETE:" : "Backed up as the version of",
             VersionText(m_tVersion), CountText(m_Saved.files, "file"), m_Progress.Summary());
@@ -216,9 +216,9 @@ private:
     {
         if (Area() > MAX_AREAS)
             throw std::runtime_error(fmt::format(
-                "A version holds {} areas at most, and broken connections have cost {} of them. Mend the "
-                "connection, or --exclude the files that were named, and begin a new backup. What is saved "
-                "can be restored with --at \"{}\".",
+                "A version holds {} areas at most, and broken connections have cost {} of them. Repair "
+                "the connection, or leave the files named above out with --exclude, and begin a new backup. "
+                "What is saved can be restored with --at \"{}\".",
                 MAX_AREAS, m_Abandoned.size(), VersionText(m_tVersion)));
         m_sEntries.clear();
         m_uiEntries = 0;
@@ -285,7 +285,8 @@ private:
         try
         {
             if (IsHopeless(What.path))
-                throw std::runtime_error("the connection broke each time it was sent, at last: " + m_sBreak);
+                throw std::runtime_error("the connection broke each time it was sent. The last reason: " +
+                                         m_sBreak);
             if (What.type != Kind::File)
                 return nullptr;
             FileHandle hFile = OpenFile(Found.sFile, GENERIC_READ, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
@@ -356,8 +357,8 @@ private:
     }
 
     // Sends zeros for what a file's header has promised and the file does not give. False when that is too much: then
-    // the archive is cut off there, as when the user stops it, and tar reads what comes before. Areas are few; but an
-    // area that would be half full of zeros is worth none, so to end it costs none.
+    // the archive is cut off there, as when the user stops it, and tar reads what comes before. Areas are few, so a
+    // backup cuts MAX_CUTS of them at most. An area that zeros would fill by more than half is always cut off.
     bool FillUp(std::uint64_t uiLeft)
     {
         if (uiLeft > m_uiAreaSize / 2 || (uiLeft > MAX_FILLED_SIZE && m_iCuts++ < MAX_CUTS))
@@ -368,7 +369,8 @@ private:
         return true; // the archive adds the rest
     }
 
-    // Makes the tape ready for the next area. The server may have kept nothing of the object that failed, a part or all.
+    // Makes the tape ready for the next area. Of the object that failed, the server may have kept nothing, a part or
+    // all.
     //   failed at   exists   then
     //   header      no       the area is begun again
     //   header      yes      an empty archive and a manifest close the area, which does not count

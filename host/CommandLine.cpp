@@ -14,10 +14,10 @@ constexpr const char* DESCRIPTION =
 
 constexpr const char* FOOTER = R"(
 zdv COMMAND --help explains a command. Server, port, user and root can also come from the environment variables
-ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server can be a URL that holds the others: sftp://USER@NAME/ROOT,
-or ftps:// or ftp://; a bare name needs a port. zdv asks for the password, unless it finds it in a --password-file
-or in ZDV_PASSWORD. A pattern without "/" matches names in any folder ("*.docx"), one with "/" matches whole paths
-in the backup ("Documents/2024"). "*" and "?" match "/", too. A folder that matches means all that is in it.
+ZDV_SERVER, ZDV_PORT, ZDV_USER and ZDV_ROOT. The server can be a URL with user and root: sftp://USER@NAME/ROOT, or
+the same with ftps:// or ftp://. A bare name needs a port. zdv asks for the password, unless it finds it in a
+--password-file or in ZDV_PASSWORD. A pattern without "/" matches names in any folder ("*.docx"), one with "/" matches
+whole paths in the backup ("Documents/2024"). "*" and "?" match "/", too. A folder that matches means all that is in it.
 
 Exit codes:
   0  everything was done
@@ -75,9 +75,9 @@ CLI::App& AddReader(CLI::App& App, Command enCommand, const char* pName, const c
     CLI::App& Sub = AddCommand(App, enCommand, pName, pDescription, Given);
     Sub.add_option_function<std::string>(
            "--at", [&](const std::string& sText) { Given.tAt = ParseVersionText(sText); },
-           "take the newest complete backup that is not later than this, or the one of exactly this second, "
-           "complete or not: yyyy-mm-dd (the end of that day), yyyy-mm-ddThh:mm:ss or \"dd/mm/yyyy "
-           "hh:mm:ss\"; without --at the newest complete one is taken")
+           "take the newest complete backup up to this time: yyyy-mm-dd (the end of that day), "
+           "yyyy-mm-ddThh:mm:ss or \"dd/mm/yyyy hh:mm:ss\". A backup of exactly this second is taken even "
+           "if it is not complete. Without --at the newest complete backup is taken")
         ->check(CheckVersionText);
     if (enCommand != Command::Verify)
         Sub.add_option("PATTERN", Given.Paths, "what is wanted; all if left out");
@@ -115,7 +115,7 @@ void AddCommands(CLI::App& App, CommandLine& Given)
     Restore.add_flag("--overwrite", Given.bReplace, "replace files that exist");
 }
 
-// Takes a value from the URL. If an option or the environment says something else, nobody guesses which is meant.
+// Takes a value from the URL. Throws if an option or the environment gives another one: nobody knows which is meant.
 template <typename Value, typename Meaning = std::identity>
 void SetOnce(const char* pName, Value& Into, const Value& FromUrl, Meaning meaning = {})
 {
@@ -126,7 +126,7 @@ void SetOnce(const char* pName, Value& Into, const Value& FromUrl, Meaning meani
     Into = FromUrl;
 }
 
-// The module takes a backslash for a slash, and a slash at the beginning for none.
+// As the module does: backslashes become slashes, and one slash at the beginning is dropped.
 std::string RootAsUnderstood(std::string sRoot)
 {
     std::ranges::replace(sRoot, '\\', '/');

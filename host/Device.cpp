@@ -35,7 +35,7 @@ Module Load()
     sPath = PathIn(sFolder, L"ZDV_FTP.DLL");
     const HMODULE hLibrary = LoadLibraryW(sPath.c_str());
     if (hLibrary == nullptr)
-        throw FileError(sPath, "cannot be loaded", GetLastError());
+        throw FileError(sPath, "cannot be loaded (it belongs beside zdv.exe)", GetLastError());
     static const std::array<FileHandle, 2> HELD = HoldLogs(sFolder); // from the first load on
     return Module(hLibrary);
 }
@@ -77,8 +77,8 @@ Device::Device(const Server& Target, const std::wstring& sPassword, std::optiona
                            static_cast<std::uint32_t>(sTime.size())),
           "choosing a version");
     const ZDV_STATUS uiStatus = m_Module.Utility(m_Handle, ZDV_U_MAKE_UNIT_READY);
-    // The number means two things: no version is old enough, and an option that libcurl refuses. Only in the first
-    // case are versions listed.
+    // The number has two meanings: no version is old enough, or libcurl refuses an option. Versions are listed only in
+    // the first case.
     if (LastErrorCode() != ERROR_BAD_ENVIRONMENT || Versions().empty())
         Check(uiStatus, "connecting and listing");
 }

@@ -44,7 +44,7 @@ class Device
 {
 public:
     // Loads the module, which lies beside this program, and makes the unit ready with the newest version not later than
-    // this one. Without one, or if none is as old, with no version.
+    // this time. If there is none, or no time is given, no version is loaded.
     Device(const Server& Target, const std::wstring& sPassword, std::optional<std::time_t> tVersion);
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;

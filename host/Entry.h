@@ -25,10 +25,10 @@ enum class State
     Noted,   // nothing: it is of a kind that is not saved, and no loss
 };
 
-// A line of a manifest: its members have the names that they have there.
+// A line of a manifest. The members are named as in the line.
 struct Entry
 {
-    std::string path{}; // with "/", from the parent of what was named
+    std::string path{}; // with "/", relative to the parent of what the user named
     Kind type = Kind::Unknown;
     std::uint64_t size = 0;       // of a file
     std::int64_t mtime = 0;       // 100 ns since 1970; 0: not known

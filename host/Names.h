@@ -11,9 +11,9 @@ std::wstring RelativePath(const std::string& sTapeName);
 
 std::wstring CaseFolded(const std::string& sText);
 
-// What a user typed, in any case, with "*" and "?", and "/" or "\" between folders. A pattern with several parts
-// ("Documents/Letters", "C/Users/*/AppData") matches a whole name, and its "*" and "?" match "/", too. One of a single
-// part ("*.tmp") matches a name in any folder.
+// What a user typed, with "*" and "?", and "/" or "\" between folders. Upper and lower case are the same. A pattern with
+// several parts ("Documents/Letters", "C/Users/*/AppData") matches a whole name, and its "*" and "?" match "/", too. One
+// of a single part ("*.tmp") matches a name in any folder.
 class Patterns
 {
 public:
@@ -41,8 +41,9 @@ class WrittenNames
 public:
     void Add(const std::string& sTapeName);
 
-    // Whether a name may be one of them: it, or a folder that it lies in, differs from one in case or in Unicode's
-    // normal form only; or it lies in a folder that was left before, which a tree never comes back to.
+    // Whether a name may be one of them. So it is
+    //   - if it, or a folder that it lies in, differs from one of them in case or in Unicode's normal form only
+    //   - if it lies in a folder that was left before, which a tree never comes back to
     bool Meet(const std::string& sTapeName) const;
 
 private:

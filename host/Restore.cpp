@@ -69,7 +69,7 @@ private:
             Complain("BUT not everything was saved as it was: {}, named above.",
                      CountText(m_uiNotAsItWas, "problem"));
         if (m_uiProblems != 0)
-            Complain("What this version lacks, another one may hold: choose it with --at.");
+            Complain("Another version may hold what this one lacks: choose it with --at.");
     }
 
     void Report(const std::string& sWhat, const std::string& sProblem)

@@ -6,8 +6,8 @@
 #include "host/TapeFormat.h"
 #include "host/Target.h"
 
-// List shows the entries of the manifests without reading the data, Verify compares, and Restore, which alone has a
-// target, writes. DataDiffers: something is lost or not as the manifests say. DoneWithProblems: all is as the backup
-// has it, but that lacks something. Throws when nothing further can be read.
+// List shows the entries of the manifests without reading the data, Verify compares, and Restore writes into the
+// target, which the others do not have. DataDiffers: something is lost or not as the manifests say. DoneWithProblems: all is as
+// the manifests say, but the backup itself lacks something. Throws when nothing further can be read.
 ExitCode ReadVersion(Session& Current, const Volume& Tape, Command enPurpose,
                      const std::vector<std::string>& Wanted, TargetFolder* pTarget = nullptr);

@@ -17,16 +17,16 @@ constexpr std::pair<std::uint32_t, const char*> HINTS[] = {
     {CURLE_COULDNT_RESOLVE_HOST,
      "The server's name is not known: check its spelling and this computer's network and DNS settings."},
     {CURLE_COULDNT_CONNECT,
-     "Nothing answers at this port: check the port, the server and the firewalls between."},
+     "Nothing answers at this port: check the port, the server and the firewalls in between."},
     {CURLE_WEIRD_SERVER_REPLY, "What answers at this port does not speak FTP: check the port."},
     {CURLE_REMOTE_ACCESS_DENIED,
      "The root cannot be entered or created: check its name and the user's rights."},
-    {CURLE_OPERATION_TIMEDOUT,
-     "The server did not answer in time: check the port first, then the server and the firewalls between."},
+    {CURLE_OPERATION_TIMEDOUT, "The server did not answer in time: check the port first, then the server and "
+                               "the firewalls in between."},
     {CURLE_SSL_CONNECT_ERROR, "The TLS connection failed: check that the server speaks TLS at this port."},
     {CURLE_USE_SSL_FAILED,
-     "zlt.ini asks for a key of this server, but what answers offers no encryption. It may be another "
-     "server: check the name and the port."},
+     "zlt.ini asks for a key of this server, but the server that answers offers no encryption. It may be "
+     "another server: check the name and the port."},
     {CURLE_PEER_FAILED_VERIFICATION,
      "Compare the key with the server's own before you list it in zlt.ini. For SFTP run \"ssh-keygen -lf\" "
      "on the server, once for each of its host keys. For TLS ask its administrator. If the keys differ, "
@@ -118,6 +118,6 @@ void Session::Reconnect()
             if (uiTry + 1 == PAUSES_S.size())
                 throw std::runtime_error(Explain(m_Target, Error));
         }
-        Complain("Still not connected, trying again in {} s.", PAUSES_S[uiTry + 1]);
+        Complain("Still not connected. Trying again in {} s.", PAUSES_S[uiTry + 1]);
     }
 }

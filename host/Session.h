@@ -13,7 +13,7 @@ const char* SchemeOf(unsigned uiPort);      // "sftp", "ftps" or "ftp"
 std::string Describe(const Server& Target); // ftp://server:21, root "backups", user "tape"
 bool HasListedKeys(const Server& Target);   // in zlt.ini: then the module accepts no other key
 
-// Whether the identity of a server that is ready was compared, or how it can be.
+// Says of a server that is ready whether its identity was compared, and if not, how to have it compared.
 std::string DescribeIdentity(const Server& Target);
 
 // What was tried, what failed, what may help.
@@ -30,8 +30,8 @@ public:
     // Loads the newest version not later than this one. Without one, or if there is none, versions are only listed.
     void Open(std::optional<std::time_t> tVersion = {});
 
-    // Opens the same version again after a broken connection, in a few tries with growing pauses. Then it throws, but
-    // no DeviceError.
+    // Opens the same version again after a broken connection, in a few tries with growing pauses. If all of them
+    // fail, it throws no DeviceError but std::runtime_error.
     void Reconnect();
 
     // Does something again after a broken connection. If it fails three times and the server is still there, the object

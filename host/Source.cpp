@@ -17,8 +17,8 @@ bool BelongsToWindows(const DiskEntry& Found)
     return std::ranges::find(NAMES, ToUtf8(CaseFolded(Found.What.path))) != NAMES.end();
 }
 
-// The root of a drive, a share or a shadow copy is no entry of any folder: alone its content is saved without a folder
-// around it, beside others it becomes a folder of the drive's letter or of its last name.
+// The root of a drive, a share or a shadow copy is no entry of any folder. If it is named alone, its content is saved
+// without a folder around it. Beside other paths it becomes a folder with the drive's letter or its last name.
 DiskEntry Named(const std::string& sPath)
 {
     const std::wstring sFile = FullPath(FromUtf8(sPath));

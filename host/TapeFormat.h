@@ -5,16 +5,16 @@
 //   objects 3, 6, 9, ...   area data    | an area: some of the files, in the order of the tree
 //   objects 4, 7, 10, ...  area trailer |
 //
-// Area data is a pax archive with UTF-8 names. It holds some GiB of files, or one larger file, and is filled up to whole
-// blocks as tar does. It is written while the disk is read. When the user stops the backup, or much of a file cannot be
-// read after its header was written, the area ends in the middle of that entry.
+// Area data is a pax archive with UTF-8 names. It holds some GiB of files, or one larger file, and is filled up to
+// whole blocks as tar does. It is written while the disk is read. When the user stops the backup, or much of a file
+// cannot be read after its header was written, the area ends in the middle of that entry.
 //
 // The three objects of an area are found by counting, so one that is lost on the server must be replaced by an empty
 // file. Area headers exist because the module takes every third object for one. Only a verify reads them.
 //
-// Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is, in "id" of which
-// backup, and in "format" and "program" how to read it; the last line holds the SHA-256 of all lines before it; line
-// feeds fill the last block. Members that are 0 or empty are left out.
+// Headers and trailers are records: JSON lines in UTF-8. The first line says in "zdv" what it is, in "id" which backup
+// it belongs to, and in "format" and "program" how to read it; the last line holds the SHA-256 of all lines before it;
+// line feeds fill the last block. Members that are 0 or empty are left out.
 //   "volume"    computer, paths, excludes, and what the backup is expected to hold: files, bytes
 //   "area"      area (its number)
 //   "manifest"  the trailer: area, state; computer, files, folders, links, bytes, problems: of the backup so far;
@@ -66,7 +66,7 @@ enum class AreaState
     Abandoned,
 };
 
-// A record's first line: its members have the names that they have there.
+// A record's first line. The members are named as in the line.
 struct Head
 {
     RecordKind zdv = RecordKind::Unknown;

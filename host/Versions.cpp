@@ -66,7 +66,7 @@ std::time_t BeginVersion(Session& Current, Head Header)
         std::time_t tNow = std::time(nullptr);
         if (!Versions.empty() && Versions.back() > tNow)
             Complain("Note: the newest backup on the server, of {}, lies in the future by this computer's "
-                     "clock. It stays the newest one: check the clock.",
+                     "clock. A restore will take it for the newest one: check the clock.",
                      VersionText(Versions.back()));
         // A version is named by the local time of its beginning. Two of the same second, or of the hour that comes
         // twice in autumn, would be one.

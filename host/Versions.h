@@ -22,5 +22,6 @@ struct ChosenVersion
 // newer version is damaged or cannot be read, since it may be the one that is wanted.
 ChosenVersion OpenVersion(Session& Current, std::optional<std::time_t> tAt);
 
-ExitCode ShowVersions(Session& Current); // Done if none is damaged or unreadable; throws when there is none
+// Done if no version is damaged or unreadable. Throws if there is none.
+ExitCode ShowVersions(Session& Current);
 void CheckByWriting(Session& Current);

@@ -14,12 +14,12 @@ namespace {
 ExitCode Check(Session& Current, bool bWrite)
 {
     const std::vector<std::time_t> Versions = Current.Drive().Versions();
-    Say("Ready: {}. It holds {}{}", Describe(Current.Target()), CountText(Versions.size(), "version"),
+    Say("Ready: {}. The root holds {}{}", Describe(Current.Target()), CountText(Versions.size(), "version"),
         Versions.empty() ? "; if this root did not exist, it was created just now."
                          : ", the newest of " + VersionText(Versions.back()) + '.');
     const bool bFtp = SchemeOf(Current.Target().uiPort) == std::string("ftp");
     if (bFtp && HasListedKeys(Current.Target()))
-        Say("Encrypted: zlt.ini lists the server's keys, so nothing else is accepted.");
+        Say("Encrypted: zlt.ini lists the server's keys, so a server without encryption is refused.");
     else if (bFtp)
     {
         const std::optional<bool> bTls = OffersTls(Current.Target());
@@ -46,7 +46,7 @@ ExitCode Read(Session& Current, const CommandLine& Given)
               "Nothing was written: ", [&] { Target.emplace(FromUtf8(Given.sFolder), Given.bReplace); });
     Say("{} {}  {}{}", Given.enCommand == Command::List ? "Listing" : "Reading", VersionText(Chosen.tVersion),
         StateText(Chosen.Tape), Target ? ", into " + Quoted(DisplayPath(Target->Path())) : "");
-    return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ. ", [&] {
+    return Phase(ExitCode::DataDiffers, "NOT EVERYTHING WAS READ: ", [&] {
         return ReadVersion(Current, Chosen.Tape, Given.enCommand, Given.Paths, Target ? &*Target : nullptr);
     });
 }

@@ -27,7 +27,8 @@ class Module
     {
         const FARPROC pFunction = m_hLibrary ? GetProcAddress(m_hLibrary.get(), pSymbol) : nullptr;
         if (pFunction == nullptr)
-            throw std::runtime_error(std::string("ZDV_FTP.DLL does not export ") + pSymbol + '.');
+            throw std::runtime_error(std::string("ZDV_FTP.DLL does not export ") + pSymbol +
+                                     ": use the one that came with this program.");
         return {pFunction};
     }
 

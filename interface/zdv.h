@@ -14,10 +14,10 @@
 // The tape
 //   A backup is a version: a directory "ZELT_YYYYMMDDhhmmss" under the configured root. A tape file is an
 //   object: a file "ZELT_YYYYMMDDhhmmss.nnn" in it, numbered from 1 to 999. A filemark is the end of an
-//   object. Object 1 is the volume header; writing it creates a new version, named by the second. Objects
+//   object. Object 1 is the volume header; writing it creates a new version, named by the local time. Objects
 //   2, 5, 8, ... are area headers. A header is read with one call. Data moves in blocks of 65,536 bytes.
-//   A file in a version's directory that is no object hides the objects listed after it, until the library
-//   is loaded again.
+//   A foreign file in a version's directory hides the objects listed after it, until the library is loaded
+//   again.
 //
 // Position
 //   The position is an object number (0 is the beginning of the medium) and a block number in that object.
@@ -170,7 +170,7 @@ typedef uint32_t ZDV_STATUS;
 #define ZDV_FTP_SERVERNAME INT32_C(24)   // name, IPv4 or IPv6 address
 #define ZDV_FTP_PORT INT32_C(25)         // decimal; 22 means SFTP, 990 FTPS, others FTP
 // The directory under which the versions lie: relative to the login directory over FTP and FTPS; from the
-// server's top directory over SFTP, unless it begins with "~/". Empty for reading only.
+// server's top directory over SFTP, unless it begins with "~/". With an empty root versions can only be read.
 #define ZDV_FTP_ROOT INT32_C(26)
 #define ZDV_FTP_USERNAME INT32_C(27)
 #define ZDV_FTP_PASSWORD INT32_C(28) // never traced
@@ -286,8 +286,8 @@ ZDV_STATUS ZDV_Close(ZDV_HANDLE handle);
 // else that of OpenSSH), which it waits for without a limit.
 //   ZDV_SUCCESS        The tape is loaded. A root without versions is a blank tape.
 //   ZDV_DEVICE_ERROR   - The connection could not be set up: an option is of no use, such as a port of 70000, or
-//                        libcurl has no memory. The tape is as it was. A transfer that runs goes on (but a download
-//                        does not without memory), and the last error is then not set.
+//                        libcurl has no memory. The tape is as it was. A running transfer goes on, and the last error
+//                        is not set while it does. Only a download ends if libcurl has no memory.
 //                      - The tape could not be loaded: see ZDV_SP_RET. No object is known.
 //                      - The list of keys in zlt.ini cannot be understood (1610), or refuses the server (60, 64, 35).
 //   ZDV_FUNCTION_NOT_SUPPORTED   The category is another one.
@@ -325,7 +325,7 @@ ZDV_STATUS ZDV_GetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, wchar_t* pBuffer
 // Exported under their own names. Tells the device a fact, given as a text of at most uiSize characters.
 // ZDV_BACKUP_VERSION takes local standard time (a time in daylight-saving time is given one hour earlier)
 // and takes effect at the next media reset; an empty text asks for the newest version, and any other text
-// for one that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so nothing is
+// asks for a version that cannot exist. Statuses: ZDV_SUCCESS, also when pBuffer is null or uiSize 0 and so nothing is
 // done; ZDV_FUNCTION_NOT_SUPPORTED for an unknown category.
 ZDV_STATUS ZDV_SetInfo(ZDV_HANDLE handle, uint32_t uiCategory, const char* pBuffer, uint32_t uiSize);
 ZDV_STATUS ZDV_SetInfoW(ZDV_HANDLE handle, uint32_t uiCategory, const wchar_t* pBuffer, uint32_t uiSize);
@@ -365,7 +365,7 @@ ZDV_STATUS ZDV_WriteData(ZDV_HANDLE handle, uint32_t uiBytes, const void* buffer
 
 // Exported as "ZDV_RD". Reads uiBytes / 65,536 blocks (rounded down, at least one) into buffer. The first
 // read after a filemark or a positioning starts the next object: it raises the object number by one, also when it
-// fails. A read after a write ends the upload, if there is a further object.
+// fails. A read after a write ends the upload, if there is a further object, or a filemark to report.
 //   ZDV_SUCCESS            The whole request is filled. The block number is raised by the blocks asked for. Writing
 //                          is not allowed until the medium is reset or erased.
 //   ZDV_FILEMARK_REACHED   - The object ended inside the request or just before it: the buffer is filled in part or
@@ -406,7 +406,7 @@ ZDV_STATUS ZDV_MediaAccess(ZDV_HANDLE handle, uint32_t uiCategory, uint32_t uiPa
 //   ZDV_DEVICE_ERROR   - The server cannot be reached, or refuses the login, or to list the versions or the objects.
 //                      - No version is old enough for ZDV_BACKUP_VERSION.
 //                      - The version's or the requested date cannot be shown (87).
-//                      - The upload that this has ended had failed: that is then the reason given.
+//                      - The call ended an upload that had failed: the reason is then the upload's.
 //
 // ZDV_SP_SKIP reads blocks and throws them away. Its status is that of its last read, and only a filemark ends it
 // early. Position: as after these reads, but each block raises the block number by one more. 0 blocks read nothing, and

@@ -8,7 +8,7 @@ using quorvel::FunctionTrace;
 
 namespace {
 
-// Writes a filemark as an object of its own, or as the end of the object that is open for writing.
+// Writes a filemark as an object of its own.
 ZDV_STATUS ObjectCreateFM(FtpContext& FC)
 {
     const FunctionTrace Trace = FunctionTrace::Started(L"ObjectCreateFM");

@@ -4,8 +4,8 @@
 //                                        ├─GiveUp (host)────────▶ GivenUpByHost
 //                                        └─LeaveHost (worker)───▶ GivenUpByWorker ─GiveUp (host)─▶ GivenUpByHost
 //
-// A worker that fails gives up in StoreWorkerFailure already. Only the host sets Made; either side can give up. Until
-// it is Made, the worker moves no byte and contacts no server.
+// A worker that fails has already given up in StoreWorkerFailure. Only the host sets Made; either side can give up.
+// Until it is Made, the worker moves no byte and contacts no server.
 // From every state EndMeeting (host) goes back to None, once the worker has ended.
 #pragma once
 

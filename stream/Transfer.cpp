@@ -103,11 +103,11 @@ DWORD CreatePipe(FtpContext& FC, const TransferDirection& Direction)
     InitializeSecurityDescriptor(&Descriptor, SECURITY_DESCRIPTOR_REVISION);
     SetSecurityDescriptorDacl(&Descriptor, TRUE, nullptr, FALSE);
 
+    // Remote clients choose the process number that is seen here.
     const HANDLE hServer =
         CreateNamedPipeW(Direction.sPipeName, Direction.dwServerMode,
-                         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT |
-                             PIPE_REJECT_REMOTE_CLIENTS, // they choose the process number that is seen here
-                         1, ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
+                         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1,
+                         ZDV_BLOCK_SIZE, ZDV_BLOCK_SIZE, 0, nullptr);
     const DWORD dwLastError = hServer != INVALID_HANDLE_VALUE ? ERROR_SUCCESS : GetLastError();
     FC.*Direction.hServer = hServer;
     FC.*Direction.hClient = INVALID_HANDLE_VALUE;
@@ -125,15 +125,16 @@ DWORD MeetWorker(FtpContext& FC, const TransferDirection& Direction)
     return FC.m_hThread != nullptr ? AwaitClient(FC, hServer) : GetLastError();
 }
 
-// False with the last error set. The pipe and the thread are then left to EndTransfers. The log has one line for every
-// cause, "ConnectNamedPipe failed" (fixed), and never the text of the last error. At level 4 the worker's lines tell:
+// False with the last error set. The pipe and the thread are then left to EndTransfers. The log has the same line for
+// every cause, "ConnectNamedPipe failed" (fixed), and never the text of the last error. The worker's own lines tell
+// more ("starting" at level 4, failures at level 1):
 //
 //   what failed        the worker's lines                             the last error
 //   DuplicateHandle,   none                                           sCouldNotConnect, the system's number
 //   CreateThread
-//   ConnectNamedPipe   "starting"; if it fails, another number: a     sCouldNotConnect, the system's number
-//                      stranger opened the pipe first, or the host
-//                      has cancelled the call
+//   ConnectNamedPipe   "starting", and perhaps a failure with a       sCouldNotConnect, the system's number
+//                      number of its own: a stranger opened the
+//                      pipe first, or the host cancelled the call
 //   the worker         its failure, with the number of that line      that failure
 bool ConnectWorker(FtpContext& FC, const TransferDirection& Direction)
 {

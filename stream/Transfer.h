@@ -4,7 +4,7 @@
 //   download   ReadData <- m_hDownloadRead | m_hDownloadWrite <- WriteCallback <- libcurl <- server
 //
 // Transfer.cpp starts and ends it on the host's thread, Meeting.cpp lets the two threads find each other, and
-// Worker.cpp holds all that runs on the worker's thread.
+// Worker.cpp holds the worker's thread procedures and what libcurl calls there.
 //
 // The pipes' names are machine-wide, and other accounts may open the pipes. So each thread checks that this process is
 // at the other end before a byte moves. The host turns strangers away and keeps waiting for its worker. The worker
@@ -22,7 +22,7 @@
 //   client end           While there is a worker, only the worker writes it. The host reads it after its own call on
 //                        the pipe has failed. The worker sets it to INVALID_HANDLE_VALUE before it closes the handle.
 //   server end           Only the host writes it. The worker reads it after its own call has failed.
-//                        ObjectClose sets it to INVALID_HANDLE_VALUE before it disconnects the pipe.
+//                        CloseServerEnd sets it to INVALID_HANDLE_VALUE before it disconnects the pipe.
 //   m_enMeeting          see Meeting.h.
 //   m_ullBytesRead,      Each thread counts one of them. Both are set to 0 while no worker exists.
 //   m_ullBytesWritten

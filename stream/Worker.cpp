@@ -223,14 +223,14 @@ DWORD RunTransfer(FtpContext* pFC, const FunctionTrace& Trace, const TransferDir
     return 0;
 }
 
-// PipeEnd closes the worker's end of the pipe however the thread ends, and after all other work: to the host this is
-// the end of the transfer.
+// PipeEnd closes the worker's end of the pipe however the thread ends, and after all calls of libcurl and OpenSSL: to
+// the host this is the end of the transfer.
 template <typename PipeEnd>
 DWORD RunWorker(LPVOID pArgument, const TransferDirection& Direction, LibcurlCalls transfer)
 {
     const FunctionTrace Trace(Direction.sWorkerFunction);
     auto* const pFC = static_cast<FtpContext*>(pArgument);
-    const ScopeExit Release([pFC] {
+    const ScopeExit Leave([pFC] {
         if (pFC != nullptr)
             LeaveHost(*pFC);
     });

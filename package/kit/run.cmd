@@ -1,5 +1,5 @@
 @echo off
-rem README.txt explains this. run.cmd 64 backs up 64 MiB, for a slow line, and not 1024.
+rem README.txt explains this. On a slow line start "run.cmd 64": its large file has 64 MiB, not 1024.
 pushd "%~dp0"
 echo A server, a login, and a folder that the tests may write to. Enter alone keeps what is in brackets.
 echo.

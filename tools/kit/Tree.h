@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-// What could not be made is said in the answer, as what differs, a line for each.
+// Both return text: a line for each thing that could not be made, or that differs.
 std::string MakeTree(const std::wstring& sFolder, std::uint64_t uiLargestFile);
 std::string Differences(const std::wstring& sLeft, const std::wstring& sRight);
 

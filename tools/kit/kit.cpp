@@ -1,4 +1,4 @@
-// Runs all that needs nothing of a server but a login, and keeps what is seen in result.txt.
+// Runs the tests that need only a login on a server, and writes what they show to result.txt.
 #include "host/Console.h"
 #include "host/Errors.h"
 #include "host/LocalFile.h"
@@ -193,7 +193,7 @@ int RunKit(std::uint64_t uiLargestFile)
     try
     {
         if (!RunAll(kit, uiLargestFile))
-            sEnd = "Nothing else was run. Mend what is named above and start again.\n";
+            sEnd = "Nothing else was run. Correct what is named above and start again.\n";
     }
     catch (const Interrupted&)
     {
