@@ -68,7 +68,7 @@ private:
         if (m_uiNotAsItWas != 0)
             Complain("BUT not everything was saved as it was: {}, named above.",
                      CountText(m_uiNotAsItWas, "problem"));
-        if (m_uiProblems != 0)
+        if (m_uiProblems != m_uiRefused)
             Complain("Another version may hold what this one lacks: choose it with --at.");
     }
 
@@ -101,6 +101,7 @@ private:
         }
         catch (const FileError& Error)
         {
+            ++m_uiRefused;
             Report(sWhat, Error.what());
         }
     }
@@ -245,6 +246,7 @@ private:
     std::uint64_t m_uiFiles = 0;
     std::uint64_t m_uiOthers = 0;
     std::uint64_t m_uiProblems = 0;
+    std::uint64_t m_uiRefused = 0;    // of these: by the disk, and another version would meet the same
     std::uint64_t m_uiNotAsItWas = 0; // by the backup's own record
     std::uint64_t m_uiNotSaved = 0;   // on purpose
 };
