@@ -231,7 +231,7 @@ class HostTest(unittest.TestCase):
         path.chmod(0o444)
         other = self.write("other", b"other")
         into = ["--into", windows_path(self.folder)]
-        self.assertRegex(self.run_host(DATA_DIFFERS, "restore", *into), r"Restored 0 files and 0 folders(.|\n)*would replace it\s*$")
+        self.assertRegex(self.run_host(DATA_DIFFERS, "restore", *into), r"Restored 0 files and 0 folders(.|\n)*exists already: --overwrite would replace it\s*$")
         self.assertEqual(path.read_bytes(), b"changed")
         self.run_host(DONE, "restore", *into, "--overwrite")
         self.assertEqual((path.read_bytes(), other.read_bytes()), (b"saved", b"other"))
