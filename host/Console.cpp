@@ -1,10 +1,12 @@
 #include "host/Console.h"
 
+#include "common/Mutex.h"
 #include "host/Errors.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <mutex>
 
 namespace {
 
@@ -14,6 +16,8 @@ constexpr std::uint64_t MS_PER_SECOND = 1000;
 
 std::atomic<bool> g_bInterrupted = false;
 DWORD g_dwFoundMode = 0; // of the console's input, as the program found it; 0 if that is no console
+quorvel::Mutex g_HiddenLineLock;
+bool g_bHiddenLine = false; // guarded by g_HiddenLineLock
 
 void RestoreInput()
 {
@@ -21,16 +25,66 @@ void RestoreInput()
         SetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), g_dwFoundMode);
 }
 
+// Presses Enter, because Ctrl+C does not end the read of a line under Wine 10 or in the console of an old SSH server.
+void EndHiddenLine()
+{
+    const std::lock_guard Lock(g_HiddenLineLock);
+    if (!g_bHiddenLine)
+        return;
+    INPUT_RECORD Enter{};
+    Enter.EventType = KEY_EVENT;
+    Enter.Event.KeyEvent.bKeyDown = TRUE;
+    Enter.Event.KeyEvent.wRepeatCount = 1;
+    Enter.Event.KeyEvent.wVirtualKeyCode = VK_RETURN;
+    Enter.Event.KeyEvent.uChar.UnicodeChar = L'\r';
+    DWORD dwWritten = 0;
+    WriteConsoleInputW(GetStdHandle(STD_INPUT_HANDLE), &Enter, 1, &dwWritten);
+}
+
+// While it exists, the console does not show what is typed, and Ctrl+C ends the read of a line.
+class HiddenLine
+{
+public:
+    HiddenLine(HANDLE hInput, DWORD dwMode) : m_hInput(hInput), m_dwMode(dwMode)
+    {
+        SetConsoleMode(hInput,
+                       (dwMode & ~DWORD{ENABLE_ECHO_INPUT}) | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT);
+        SetOpen(true);
+    }
+    HiddenLine(const HiddenLine&) = delete;
+    HiddenLine& operator=(const HiddenLine&) = delete;
+    ~HiddenLine()
+    {
+        SetOpen(false);
+        if (g_bInterrupted)
+            FlushConsoleInputBuffer(m_hInput); // an Enter that was not needed would go to the user's shell
+        SetConsoleMode(m_hInput, m_dwMode);
+    }
+
+private:
+    static void SetOpen(bool bOpen)
+    {
+        const std::lock_guard Lock(g_HiddenLineLock);
+        g_bHiddenLine = bOpen;
+    }
+
+    HANDLE m_hInput;
+    DWORD m_dwMode;
+};
+
 // Runs on a thread of its own. Stopping can take until the server answers, so this says at once that it has begun.
 BOOL WINAPI OnConsoleEvent(DWORD dwEvent)
 {
     const bool bFirst =
         (dwEvent == CTRL_C_EVENT || dwEvent == CTRL_BREAK_EVENT) && !g_bInterrupted.exchange(true);
-    if (bFirst)
+    if (!bFirst)
+        RestoreInput(); // the program ends here and now
+    else
+    {
         Write(STD_ERROR_HANDLE,
               "\nStopping, which may take a while. Ctrl+C once more ends the program at once.\n");
-    else
-        RestoreInput(); // the program ends here and now
+        EndHiddenLine();
+    }
     return bFirst;
 }
 
@@ -151,14 +205,18 @@ std::optional<std::wstring> AskPassword()
     DWORD dwMode = 0;
     if (!GetConsoleMode(hInput, &dwMode))
         return std::nullopt;
-    Write(STD_ERROR_HANDLE, "Password: ");
     std::array<wchar_t, 512> aLine{};
     DWORD dwLength = 0;
-    SetConsoleMode(hInput, dwMode & ~static_cast<DWORD>(ENABLE_ECHO_INPUT));
-    const BOOL bRead = ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr);
-    SetConsoleMode(hInput, dwMode);
+    {
+        const HiddenLine Hidden(hInput, dwMode);
+        CheckInterrupt();
+        Write(STD_ERROR_HANDLE, "Password: ");
+        if (!ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr))
+            dwLength = 0;
+    }
     Complain("");
-    if (!bRead || dwLength == 0) // Ctrl+C, even before its handler has run; Enter alone gives "\r\n"
+    CheckInterrupt();
+    if (dwLength == 0) // Ctrl+C, before its handler has run; Enter alone gives "\r\n"
         throw Interrupted();
     const std::wstring_view sLine(aLine.data(), dwLength);
     return std::wstring(sLine.substr(0, sLine.find_first_of(L"\r\n")));

@@ -487,7 +487,8 @@ class HostTest(unittest.TestCase):
 
     def test_a_password_that_is_typed(self):
         right = os.environ["ZDV_TEST_PASSWORD"].encode()
-        for typed, code, end in (((b"wrong\r", right + b"\r"), DONE, b"Ready"), ((b"\x03",), STOPPED, b"Stopped")):
+        for typed, code, end in (((b"wrong\r", b"x\x7f" + right + b"\r"), DONE, b"Ready"),
+                                 ((b"x\x03",), STOPPED, b"Stopped")):
             with self.subTest(end):
                 console, other_end = pty.openpty()
                 self.addCleanup(os.close, console)
