@@ -209,7 +209,7 @@ std::optional<std::wstring> AskPassword()
     DWORD dwLength = 0;
     {
         const HiddenLine Hidden(hInput, dwMode);
-        CheckInterrupt();
+        CheckInterrupt(); // not earlier: a Ctrl+C before the line is open presses no Enter
         Write(STD_ERROR_HANDLE, "Password: ");
         if (!ReadConsoleW(hInput, aLine.data(), aLine.size(), &dwLength, nullptr))
             dwLength = 0;
